@@ -1,0 +1,37 @@
+# Compiler and product settings that hold for every target of the project.
+
+option(KORA_TOOLKIT "Build the kora command and the model building library" ON)
+option(KORA_TESTS "Build the tests (needs GoogleTest)" ON)
+option(KORA_BENCH "Build the benchmarks (needs Google Benchmark)" OFF)
+option(KORA_FUZZ "Build the fuzz targets (replay drivers unless the compiler is clang)" OFF)
+set(KORA_SANITIZE "" CACHE STRING "Value for -fsanitize=, empty for none")
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_C_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+# Scores are single precision in a written order of operations. Contraction to
+# fused multiply-add or x87 excess precision would change their last bits.
+add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -ffp-contract=off)
+
+if(KORA_SANITIZE)
+  add_compile_options(-fsanitize=${KORA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${KORA_SANITIZE})
+endif()
+
+find_package(Threads REQUIRED)
+
+# A program or library run from the build or install tree finds liblexicut.so
+# beside itself or in the lib folder next door.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")

@@ -1,0 +1,26 @@
+# Shared by the scripts of this folder: source it, do not run it.
+set -euo pipefail
+export LC_ALL=C.UTF-8
+KORA_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$KORA_ROOT"
+
+say() { printf '\033[1m== %s\033[0m\n' "$*" >&2; }
+die() { printf 'error: %s\n' "$*" >&2; exit 1; }
+
+# configure_and_build PRESET [TARGET...]
+configure_and_build() {
+  local preset=$1
+  shift
+  say "configuring and building preset '$preset' in build/$preset"
+  cmake --preset "$preset" >"/tmp/kora-configure-$preset-$$.log" 2>&1 || {
+    cat "/tmp/kora-configure-$preset-$$.log" >&2
+    die "cmake could not configure preset '$preset'"
+  }
+  rm -f "/tmp/kora-configure-$preset-$$.log"
+  if [ $# -gt 0 ]; then cmake --build --preset "$preset" --target "$@"; else cmake --build --preset "$preset"; fi
+}
+
+# every file that clang-format and the other checks look at
+sources() {
+  git ls-files --cached --others --exclude-standard -- '*.cpp' '*.h' '*.c' | while read -r f; do [ -e "$f" ] && printf '%s\n' "$f"; done
+}
