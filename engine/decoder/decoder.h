@@ -1,0 +1,78 @@
+// Translates one sentence, given as source words: collects the options of the
+// phrase table, runs the beam search and writes the best target sentence, with
+// alignment or as an n-best list if asked.
+//
+// A decoder owns its phrase table reader and all memory of the search, which it
+// keeps from sentence to sentence; it borrows the shared models, the constraint
+// and the unknown-word translator, which must outlive it. It serves one thread
+// at a time; two decoders on two `SharedMember`s share nothing mutable.
+//
+// Errors are std::runtime_error and leave the decoder usable. A sentence for
+// which the search finds nothing is no error: its text is empty.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "common/align.h"
+#include "common/word_node.h"
+
+namespace koralite::decoder {
+
+class Constraint;
+class SharedMember;
+class UnkTranslator;
+
+// What the search did since the decoder was made.
+struct search_counts_t {
+  std::uint64_t sentences = 0;         // chunks of at most 32 words
+  std::uint64_t expanded = 0;          // hypotheses whose extensions were tried
+  std::uint64_t offered = 0;           // extensions offered to a stack
+  std::uint64_t refused_by_bound = 0;  // of these, refused without the language model
+  std::uint64_t kept = 0;              // of these, linked or written over an equal one
+  std::uint64_t joint_scores = 0;      // joint scores asked for
+  std::uint64_t ngram_scores = 0;      // n-gram scores that these made the language model compute
+};
+
+class Decoder {
+ public:
+  using words_t = std::span<const common::word_node_t>;
+
+  // `constraint` and `unknown` may be null. Throws the phrase table's errors and
+  // "failed to find BOS or EOS in target vocabulary".
+  Decoder(SharedMember& shared, Constraint* constraint, const UnkTranslator* unknown);
+  Decoder(const Decoder&) = delete;
+  Decoder& operator=(const Decoder&) = delete;
+  ~Decoder();
+
+  // The best translation. `output` is emptied first. Sentences of more than 32
+  // words are translated in chunks of 32, joined by one blank. When the
+  // parameters ask for the trace, it goes to the log writer, and each of its
+  // lines is appended to `log` if that is given.
+  void translate(words_t words, std::string& output, std::string* log = nullptr);
+
+  // The same with one link per phrase, in target order: source in words, target
+  // in bytes of `output`. `alignment` is emptied first.
+  void translate(words_t words, std::string& output, std::vector<common::align_t>& alignment,
+                 std::string* log = nullptr);
+
+  // At most n translations, best first, each with its score as text ("%g"). One
+  // entry per final hypothesis: texts may repeat.
+  void translate(unsigned n, words_t words, std::vector<std::string>& outputs,
+                 std::vector<std::string>& scores, std::string* log = nullptr);
+
+  const search_counts_t& counts() const;
+
+  // Bytes that the search holds, phrase table and language model left out.
+  std::size_t search_memory() const;
+
+ private:
+  class Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace koralite::decoder
