@@ -1,0 +1,158 @@
+// The packed language model: a head table with the one-word scores and, per word,
+// a tree of the longer n-grams that end in it, keyed backwards. The file is mapped
+// and walked where it lies; it must not change while the model lives.
+//
+// Visibility. Only some trees take part in scoring: those at the front of the file
+// that fit the memory budget ("resident"), and those of the words given to the last
+// `add_to_cache`. A word whose tree is not visible has its one-word score alone,
+// after every context. Every byte is mapped anyway; visibility is kept because
+// scores depend on it, and costs one comparison of a generation number.
+//
+// Safety. The head and the resident trees are checked when opening, other trees
+// when `add_to_cache` first names them; then walks need no checks. `add_to_cache`
+// writes; all else is read-only. One model per decoder handle.
+//
+// For the search. `TrieSearchInvert` gives all that the model knows about a
+// sequence, as levels; `score` turns the levels of a sequence and of its context
+// into its score. As the walk of a context is the walk that scored the context's
+// last word, cut to one word less, each word of a hypothesis needs one walk:
+//
+//   lm_levels_t before;                      // once per context
+//   model.TrieSearchInvert(context, before);
+//   float j = model.joint_score(context, before, phrase);
+//
+// equals compute_joint_score(context, phrase) bit for bit. `max_probability` and
+// `max_back_off` bound what a word can score in this sentence.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "decoder/lang_model.h"
+
+namespace koralite::common {
+class MappedFile;
+}
+
+namespace koralite::decoder {
+
+// Level k - 1 stands for the last k words of the sequence that was searched.
+struct lm_level_t {
+  std::uint16_t probability = 0;  // codes; see CompactLmModel::probability and back_off
+  std::uint16_t back_off = 0;
+  bool entry = false;  // a real n-gram, not just a step towards longer ones
+};
+
+struct lm_levels_t {
+  int count = 0;    // levels found, 0 for an unknown word
+  int longest = 0;  // the highest level that is an entry (counted from 1), 0 for none
+  std::array<lm_level_t, LangModel::kMaxOrder> level;
+};
+
+class CompactLmModel final : public LangModel {
+ public:
+  static constexpr std::int64_t kBudget = 3145728;
+
+  // Opens and checks the file. Throws "language model n-gram order overflow in
+  // PackedLM", "failed to open file in PackedLM", "Invalidate head size in
+  // language model", or "damaged file in PackedLM" for what does not fit together.
+  // `order` may differ from the order of the n-grams in the file.
+  CompactLmModel(const std::string& path, int order, std::int64_t budget = kBudget);
+  ~CompactLmModel() override;
+
+  void compute_phrase_score(std::span<const int> ids, float& complete, float& total) const override;
+  float compute_joint_score(std::span<const int> context, std::span<const int> ids) const override;
+  float compute_ngram_score(std::span<const int> ids) const override;
+  bool find_ngram_score(std::span<const int> ids, float& probability,
+                        float& back_off) const override;
+
+  // Throws "damaged tree in PackedLM" when a tree that it would make visible is
+  // damaged; then only the resident trees are visible.
+  void add_to_cache(const std::set<int>& words) override;
+  void add_to_cache(std::span<const int> words);  // repeated words are welcome
+
+  // --- walks, for the search ---
+
+  // Walks the tree of the last word of `ids` (not empty; at most the last eight
+  // words count). Returns levels.count.
+  int TrieSearchInvert(std::span<const int> ids, lm_levels_t& levels) const;
+
+  // Score of a sequence of `length` words from its levels and those of the words
+  // before its last one. Levels of `context` from `length` up are ignored, so the
+  // levels of a longer context serve too.
+  float score(int length, const lm_levels_t& levels, const lm_levels_t& context) const;
+
+  // compute_joint_score with the context's levels at hand (`before` is not read
+  // if the context is empty).
+  float joint_score(std::span<const int> context, const lm_levels_t& before,
+                    std::span<const int> ids) const;
+
+  // compute_ngram_score with the levels of the words before the last at hand; the
+  // levels of `ids` itself are left in `levels` for the next word.
+  float ngram_score(std::span<const int> ids, const lm_levels_t& before, lm_levels_t& levels) const;
+
+  // --- bounds for this sentence ---
+
+  // The highest probability of an n-gram that ends in `word`: over its one-word
+  // entry and, if visible, its tree. LM_UNK_PROB for an unknown word.
+  float max_probability(int word) const;
+
+  // The largest back-off weight of an n-gram that ends in `word`, over the same
+  // entries; LM_UNK_BOW at the least, so never negative.
+  float max_back_off(int word) const;
+
+  // --- values and internals ---
+
+  float probability(std::uint16_t code) const { return -static_cast<float>(code) / 100.0F; }
+  float back_off(std::uint16_t code) const {
+    return static_cast<float>(code) / 1000.0F + back_off_offset_;
+  }
+
+  struct tree_t {
+    const unsigned char* nodes = nullptr;  // 8 bytes each; null: no visible tree
+    std::uint32_t count = 0;
+  };
+
+  // One-word scores of `word`; false for an unknown word.
+  bool GetHeadValue(int word, float& probability, float& back_off) const;
+  // Position of the word's tree in the file, -1 for none.
+  std::int64_t GetFilePos(int word) const;
+  // The word's tree, if it is visible now.
+  tree_t GetTree(int word) const;
+  // Raw codes of the n-gram `ids`; false unless it is an entry.
+  bool Search(std::span<const int> ids, std::uint16_t& probability, std::uint16_t& back_off) const;
+
+  std::uint32_t head_count() const { return head_count_; }
+  std::uint32_t tree_count() const { return static_cast<std::uint32_t>(trees_.size()); }
+  std::uint32_t resident_count() const { return resident_count_; }
+  float back_off_offset() const { return back_off_offset_; }
+
+ private:
+  struct tree_state_t {
+    std::uint32_t position = 0;
+    std::uint32_t count = 0;
+    std::uint32_t visible = 0;  // the last generation in which it is visible
+    std::uint16_t min_probability = 0xFFFF;
+    std::uint16_t max_back_off = 0;
+    bool checked = false;
+  };
+
+  const unsigned char* head(int word) const;  // null for an unknown word
+  void check_tree(tree_state_t& tree) const;
+  void show_tree(std::size_t tree);
+
+  std::unique_ptr<common::MappedFile> file_;
+  std::span<const unsigned char> bytes_;
+  std::uint32_t head_count_ = 0;
+  float back_off_offset_ = 0.0F;
+  std::vector<tree_state_t> trees_;  // without the final end position
+  std::uint32_t resident_count_ = 0;
+  std::uint32_t generation_ = 1;
+};
+
+}  // namespace koralite::decoder
