@@ -16,6 +16,15 @@ namespace koralite::common {
 class StringPool {
  public:
   explicit StringPool(std::size_t block_size) : block_size_(block_size) {}
+  StringPool(StringPool&& other) noexcept { *this = std::move(other); }
+  StringPool& operator=(StringPool&& other) noexcept {
+    block_size_ = other.block_size_;
+    free_ = std::exchange(other.free_, 0);
+    write_ = std::exchange(other.write_, nullptr);
+    blocks_ = std::exchange(other.blocks_, {});
+    foreign_ = std::exchange(other.foreign_, {});
+    return *this;
+  }
 
   // Stores a copy and returns it. A string of block_size or more bytes throws std::runtime_error
   // "string out of range in StringPool::add_string()".
@@ -37,7 +46,7 @@ class StringPool {
   std::size_t block_count() const { return blocks_.size() + foreign_.size(); }
 
  private:
-  std::size_t block_size_;
+  std::size_t block_size_ = 0;
   std::size_t free_ = 0;  // bytes left in the current block
   char* write_ = nullptr;
   std::vector<std::unique_ptr<char[]>> blocks_;   // own blocks, the current one last

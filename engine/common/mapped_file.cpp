@@ -1,0 +1,148 @@
+#include "common/mapped_file.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#if defined(__unix__) || defined(__APPLE__)
+#define KORA_CAN_MAP 1
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
+
+namespace koralite::common {
+namespace {
+
+std::string error_text(int code) {
+  return std::generic_category().message(code);
+}
+
+#ifdef KORA_CAN_MAP
+struct Descriptor {
+  int fd;
+  explicit Descriptor(int value) : fd(value) {}
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  ~Descriptor() {
+    if (fd >= 0) ::close(fd);
+  }
+};
+#endif
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+// Plain reading: no more is allocated than the bytes that are really there need.
+bool read_whole(const std::string& path, std::vector<unsigned char>& bytes, std::string& reason) {
+  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+  if (!file) {
+    reason = error_text(errno);
+    return false;
+  }
+  std::size_t used = 0;
+  bytes.resize(std::size_t{1} << 16);
+  for (;;) {
+    const std::size_t got = std::fread(bytes.data() + used, 1, bytes.size() - used, file.get());
+    used += got;
+    if (used < bytes.size()) break;
+    bytes.resize(bytes.size() * 2);
+  }
+  if (std::ferror(file.get())) {
+    reason = error_text(errno);
+    return false;
+  }
+  bytes.resize(used);
+  bytes.shrink_to_fit();
+  return true;
+}
+
+}  // namespace
+
+MappedFile::MappedFile(const std::string& path, Access access) {
+  std::string reason;
+  std::optional<MappedFile> file = open(path, &reason, access);
+  if (!file) throw std::runtime_error("can't open [file=" + path + "]: " + reason);
+  *this = std::move(*file);
+}
+
+std::optional<MappedFile> MappedFile::open(const std::string& path, std::string* reason,
+                                           Access access) {
+  const auto refuse = [&](const std::string& why) {
+    if (reason) *reason = why;
+    return std::nullopt;
+  };
+  // A path is handed to the system as a C string and would be cut at a zero byte.
+  if (path.find('\0') != std::string::npos) return refuse("zero byte in the name");
+  // Only regular files have a size that bounds the work; a pipe or a device could stall the caller.
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0) return refuse(error_text(errno));
+  if ((status.st_mode & S_IFMT) == S_IFDIR) return refuse("is a folder");
+  if ((status.st_mode & S_IFMT) != S_IFREG) return refuse("is not a regular file");
+
+  MappedFile file;
+#ifdef KORA_CAN_MAP
+  if (access == Access::kMap) {
+    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    if (descriptor.fd < 0) return refuse(error_text(errno));
+    // Asked of the open file, since the name may stand for another one by now.
+    if (::fstat(descriptor.fd, &status) != 0) return refuse(error_text(errno));
+    if ((status.st_mode & S_IFMT) != S_IFREG) return refuse("is not a regular file");
+    if (static_cast<std::uintmax_t>(status.st_size) > std::numeric_limits<std::size_t>::max() / 2) {
+      return refuse("is too large");
+    }
+    const auto size = static_cast<std::size_t>(status.st_size);
+    if (size == 0) return file;
+    void* at = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor.fd, 0);
+    if (at != MAP_FAILED) {
+      file.bytes_ = {static_cast<const unsigned char*>(at), size};
+      file.mapped_ = true;
+      return file;
+    }
+    // Some file systems cannot map: read instead.
+  }
+#else
+  static_cast<void>(access);
+#endif
+  std::string why;
+  if (!read_whole(path, file.copy_, why)) return refuse(why);
+  file.bytes_ = file.copy_;
+  return file;
+}
+
+MappedFile::MappedFile(MappedFile&& other) noexcept
+    : bytes_(std::exchange(other.bytes_, {})),
+      copy_(std::move(other.copy_)),
+      mapped_(std::exchange(other.mapped_, false)) {}
+
+MappedFile& MappedFile::operator=(MappedFile&& other) noexcept {
+  if (this != &other) {
+    release();
+    bytes_ = std::exchange(other.bytes_, {});
+    copy_ = std::move(other.copy_);  // keeps its address, so the span stays right
+    mapped_ = std::exchange(other.mapped_, false);
+  }
+  return *this;
+}
+
+MappedFile::~MappedFile() {
+  release();
+}
+
+void MappedFile::release() noexcept {
+#ifdef KORA_CAN_MAP
+  if (mapped_) ::munmap(const_cast<unsigned char*>(bytes_.data()), bytes_.size());
+#endif
+  mapped_ = false;
+  bytes_ = {};
+  copy_.clear();
+}
+
+}  // namespace koralite::common
