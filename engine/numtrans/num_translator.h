@@ -13,7 +13,6 @@
 
 #include "numtrans/arabic_num_acceptor.h"
 #include "numtrans/arabic_num_generator.h"
-#include "numtrans/category.h"
 #include "numtrans/rule_translator.h"
 
 namespace koralite::numtrans {
@@ -75,9 +74,8 @@ bool NumTranslator<Acceptor, Generator>::match_source(const TokenList& pieces,
     }
     // A digit run takes one digit more than a number can hold and drops it; such
     // a number is too long to be translated.
-    if (is_digit_run(parse_category(piece)) && count_digits(start, cursor) > number.length) {
-      return false;
-    }
+    const std::string_view taken(start, static_cast<std::size_t>(cursor - start));
+    if (has_dropped_digit(piece, taken, number)) return false;
     source_numbers_.push_back(number);
   }
   return cursor == end;

@@ -1,0 +1,246 @@
+#include "numtrans/chs_num_acceptor.h"
+
+#include "numtrans/category.h"
+
+namespace koralite::numtrans {
+namespace {
+
+constexpr int DIGIT = 0;
+constexpr int BASE = 1;
+constexpr int POINT = 2;
+
+constexpr int SHI = 0;   // index of 十
+constexpr int WAN = 3;   // index of 万, the first of the large bases
+constexpr int ZHAO = 5;  // index of 兆, the largest base
+
+// total += section x factor, or false when that leaves 64 bits.
+bool add_product(std::int64_t& total, std::int64_t section, std::int64_t factor) {
+  std::int64_t product = 0;
+  return !__builtin_mul_overflow(section, factor, &product) &&
+         !__builtin_add_overflow(total, product, &total);
+}
+
+// total = (total + section) x factor, or false when that leaves 64 bits.
+bool raise(std::int64_t& total, std::int64_t section, std::int64_t factor) {
+  return !__builtin_add_overflow(total, section, &total) &&
+         !__builtin_mul_overflow(total, factor, &total);
+}
+
+// The numeral reader: a machine over tokens. A section is what stands since the
+// last large base (below 10000 in a well-formed numeral).
+class NumeralReader {
+ public:
+  enum class Step { taken, finished, failed };
+
+  Step start(int type, int value) {
+    if (type == DIGIT) {
+      digit_ = value;
+      length_ = 1;
+      state_ = State::digit;
+      return Step::taken;
+    }
+    if (type == BASE && value == SHI) {  // 十五 is 15
+      length_ = 2;
+      return ten();
+    }
+    return Step::failed;
+  }
+
+  Step next(int type, int value) {
+    switch (state_) {
+      case State::start:
+        return start(type, value);
+      case State::digit:
+        return type == BASE ? base_after_digit(value) : Step::finished;
+      case State::base:
+        if (type == DIGIT) return digit(value);
+        if (type == BASE && value == SHI) return ten();
+        if (type == BASE && value >= WAN && value > last_base_) return base_after_base(value);
+        return Step::finished;
+      case State::large_base:
+        if (type == DIGIT) return digit(value);
+        if (type == BASE && value == SHI) return ten();
+        return Step::finished;
+      case State::zero:
+        if (type == DIGIT && value != 0) return digit(value);
+        if (type == BASE && value == SHI) return ten();
+        return Step::finished;
+    }
+    return Step::failed;
+  }
+
+  // The value of what was taken; false when there is none that fits.
+  bool finish(Number& result) {
+    if (state_ == State::start) return false;
+    if (__builtin_add_overflow(section_, digit_, &section_)) return false;
+    if (__builtin_add_overflow(total_, section_, &total_)) return false;
+    result.numerator = total_;
+    result.length = length_;
+    return length_ <= Number::MAX_SIZE;
+  }
+
+ private:
+  enum class State { start, digit, base, large_base, zero };
+
+  Step digit(int value) {
+    digit_ = value;
+    state_ = value == 0 ? State::zero : State::digit;
+    return Step::taken;
+  }
+
+  Step ten() {
+    if (!add_product(section_, 1, 10)) return Step::failed;
+    last_base_ = SHI;
+    digit_ = 0;
+    state_ = State::base;
+    return Step::taken;
+  }
+
+  Step base_after_digit(int base) {
+    const auto index = static_cast<std::size_t>(base);
+    const std::int64_t value = CHS_BASE_NUMBERS[index];
+    if (base < WAN) {
+      if (last_base_ <= base) return Step::failed;  // 一百二百
+      if (!add_product(section_, digit_, value)) return Step::failed;
+    } else {
+      std::int64_t product = 0;
+      if (!add_product(section_, digit_, 1) || __builtin_mul_overflow(section_, value, &product)) {
+        return Step::failed;
+      }
+      if (total_ < product ? !raise(total_, section_, value)
+                           : !add_product(total_, section_, value)) {
+        return Step::failed;
+      }
+      section_ = 0;
+    }
+    last_base_ = base;
+    digit_ = 0;
+    if (length_ < CHS_BASE_DIGITS[index]) length_ += CHS_BASE_DIGITS[index] - 1;
+    state_ = State::base;
+    return Step::taken;
+  }
+
+  Step base_after_base(int base) {
+    const auto index = static_cast<std::size_t>(base);
+    const std::int64_t value = CHS_BASE_NUMBERS[index];
+    if (value <= total_) {
+      if (!add_product(total_, section_, value)) return Step::failed;
+    } else {
+      if (!raise(total_, section_, value)) return Step::failed;
+      length_ += CHS_BASE_DIGITS[index] - 1;
+    }
+    last_base_ = base;
+    section_ = 0;
+    digit_ = 0;
+    state_ = State::large_base;
+    return Step::taken;
+  }
+
+  State state_ = State::start;
+  std::int64_t total_ = 0;
+  std::int64_t section_ = 0;
+  std::int64_t digit_ = 0;
+  int last_base_ = ZHAO;
+  int length_ = 0;
+};
+
+}  // namespace
+
+ChsNumAcceptor::ChsNumAcceptor() {
+  for (std::size_t i = 0; i < CHS_DIGITS.size(); ++i) {
+    tokens_.insert(CHS_DIGITS[i], {DIGIT, static_cast<std::int32_t>(i)});
+  }
+  tokens_.insert(CHS_LIANG, {DIGIT, 2});
+  for (std::size_t i = 0; i < CHS_BASES.size(); ++i) {
+    tokens_.insert(CHS_BASES[i], {BASE, static_cast<std::int32_t>(i)});
+  }
+  tokens_.insert(CHS_DIAN, {POINT, 0});
+}
+
+void ChsNumAcceptor::get_keywords(std::vector<const char*>& words) const {
+  words = {CHS_DIAN, CHS_LIANG};
+  words.insert(words.end(), CHS_BASES.begin(), CHS_BASES.end());
+  words.insert(words.end(), CHS_DIGITS.begin(), CHS_DIGITS.end());
+}
+
+bool ChsNumAcceptor::read_token(const char*& cursor, int& type, int& value) const {
+  if ((static_cast<unsigned char>(cursor[0]) & 0xF0U) != 0xE0U) return false;
+  if (cursor[1] == '\0' || cursor[2] == '\0') return false;
+  node_t token{};
+  if (!tokens_.find(cursor, KEYWORD_LEN, token)) return false;
+  type = token.type;
+  value = token.value;
+  cursor += KEYWORD_LEN;
+  return true;
+}
+
+bool ChsNumAcceptor::accept(const char*& cursor, const char* category, Number& result) const {
+  result = Number{};
+  int type = 0;
+  int value = 0;
+  switch (parse_category(category)) {
+    case Category::chinese_digit:
+      if (!read_token(cursor, type, value) || type != DIGIT) return false;
+      result.numerator = value;
+      result.length = 1;
+      return true;
+    case Category::chinese_base:
+      if (!read_token(cursor, type, value) || type != BASE) return false;
+      result.numerator = CHS_BASE_VALUES[static_cast<std::size_t>(value)];
+      result.length = CHS_BASE_SIZES[static_cast<std::size_t>(value)];
+      return true;
+    case Category::chinese_digits:
+      return accept_digits(cursor, result);
+    case Category::chinese_integer:
+      return accept_integer(cursor, result);
+    case Category::chinese_float:
+      return accept_float(cursor, result);
+    default:
+      return false;
+  }
+}
+
+bool ChsNumAcceptor::accept_digits(const char*& cursor, Number& result) const {
+  int type = 0;
+  int value = 0;
+  while (true) {
+    const char* const before = cursor;
+    if (!read_token(cursor, type, value)) break;
+    if (type != DIGIT) {
+      cursor = before;
+      break;
+    }
+    if (result.length == Number::MAX_SIZE) break;  // taken, but dropped
+    result.numerator = result.numerator * 10 + value;
+    ++result.length;
+  }
+  return result.length > 0;
+}
+
+bool ChsNumAcceptor::accept_integer(const char*& cursor, Number& result) const {
+  NumeralReader reader;
+  int type = 0;
+  int value = 0;
+  while (true) {
+    const char* const before = cursor;
+    if (!read_token(cursor, type, value)) break;
+    const NumeralReader::Step step = reader.next(type, value);
+    if (step == NumeralReader::Step::failed) return false;
+    if (step == NumeralReader::Step::finished) {
+      cursor = before;
+      break;
+    }
+  }
+  return reader.finish(result);
+}
+
+bool ChsNumAcceptor::accept_float(const char*& cursor, Number& result) const {
+  Number fraction;
+  int type = 0;
+  int value = 0;
+  if (!accept_integer(cursor, result)) return false;
+  if (!read_token(cursor, type, value) || type != POINT) return false;
+  return accept_digits(cursor, fraction) && join_fraction(result, fraction);
+}
+
+}  // namespace koralite::numtrans
