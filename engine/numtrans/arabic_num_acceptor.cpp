@@ -99,7 +99,9 @@ bool ArabicNumAcceptor::accept_float(const char*& cursor, Number& result) const 
   return fraction;
 }
 
-bool ArabicNumAcceptor::is_acceptable(char c) { return c == '.' || is_ascii_digit(c); }
+bool ArabicNumAcceptor::is_acceptable(char c) {
+  return c == '.' || is_ascii_digit(c);
+}
 
 bool ArabicNumAcceptor::is_acceptable(const char* word) {
   return is_acceptable(word, word + std::strlen(word));

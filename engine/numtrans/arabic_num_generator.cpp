@@ -26,8 +26,7 @@ bool ArabicNumGenerator::generate(const Number& number, const char* category,
   switch (parse_category(category)) {
     case Category::arabic_digits:
       if (!is_plain_integer(number)) return false;
-      out +=
-          low_digits(static_cast<std::uint64_t>(number.numerator), digit_string_width(number));
+      out += low_digits(static_cast<std::uint64_t>(number.numerator), digit_string_width(number));
       return true;
     case Category::arabic_integer:
       if (!is_plain_integer(number)) return false;

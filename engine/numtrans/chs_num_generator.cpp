@@ -61,8 +61,7 @@ void ChsNumGenerator::write_integer(std::int64_t value, std::string& out) {
   out += text;
 }
 
-bool ChsNumGenerator::generate(const Number& number, const char* category,
-                               std::string& out) const {
+bool ChsNumGenerator::generate(const Number& number, const char* category, std::string& out) const {
   switch (parse_category(category)) {
     case Category::chinese_digits:
       write_digits(number, out);

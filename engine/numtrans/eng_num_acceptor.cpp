@@ -20,7 +20,9 @@ constexpr int HUNDREDTH = 8;
 
 constexpr std::int64_t ORDINAL_HUNDRED = 100;
 
-int digits_of(std::int64_t value) { return value < 10 ? 1 : 2; }
+int digits_of(std::int64_t value) {
+  return value < 10 ? 1 : 2;
+}
 
 }  // namespace
 

@@ -63,8 +63,7 @@ void EngNumGenerator::write_integer(std::int64_t value, std::string& out) {
   write_cardinal(value, out);
 }
 
-bool EngNumGenerator::generate(const Number& number, const char* category,
-                               std::string& out) const {
+bool EngNumGenerator::generate(const Number& number, const char* category, std::string& out) const {
   switch (parse_category(category)) {
     case Category::english_digits:
       if (!is_plain_integer(number)) return false;
@@ -76,12 +75,12 @@ bool EngNumGenerator::generate(const Number& number, const char* category,
       return true;
     case Category::english_ordinal: {
       if (!is_plain_integer(number)) return false;
-      const auto value = static_cast<std::size_t>(number.numerator);
-      if (value < ENG_ORDINAL_DIGITS.size()) {
-        out = ENG_ORDINAL_DIGITS[value];
+      const std::int64_t value = number.numerator;
+      if (value < 100) {
+        out = ENG_ORDINAL_DIGITS[static_cast<std::size_t>(value)];
         return true;
       }
-      const std::size_t last = value % 10;
+      const auto last = static_cast<std::size_t>(value % 10);
       out += std::to_string(value);
       out += ORDINAL_SUFFIXES[last < ORDINAL_SUFFIXES.size() ? last : 0];
       return true;
