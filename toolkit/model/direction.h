@@ -1,0 +1,37 @@
+// The translation directions by the names that people type, such as "en-zh".
+// The codes are those of the engine's own table of directions. Constant data,
+// safe from any thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace koralite::toolkit {
+
+struct direction_t {
+  int code = 34;              // what kora_initialize takes
+  std::string_view source;    // language code of the source side, such as "en"
+  std::string_view target;    // language code of the target side, such as "zh"
+
+  std::string name() const { return std::string(source) + '-' + std::string(target); }
+};
+
+// All directions in order of their codes.
+std::span<const direction_t> directions();
+
+// The direction of a name like "en-zh", or none.
+std::optional<direction_t> find_direction(std::string_view name);
+
+// The direction of a code 0 to 33, or none.
+std::optional<direction_t> find_direction(int code);
+
+// The names of all directions, blank-separated, for messages and help texts.
+std::string direction_names();
+
+// The engine's language type of a language code ("zh" is 1); 0 for an unknown one.
+std::int32_t language_type(std::string_view code);
+
+}  // namespace koralite::toolkit
