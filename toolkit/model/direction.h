@@ -12,9 +12,9 @@
 namespace koralite::toolkit {
 
 struct direction_t {
-  int code = 34;              // what kora_initialize takes
-  std::string_view source;    // language code of the source side, such as "en"
-  std::string_view target;    // language code of the target side, such as "zh"
+  int code = 34;            // what kora_initialize takes
+  std::string_view source;  // language code of the source side, such as "en"
+  std::string_view target;  // language code of the target side, such as "zh"
 
   std::string name() const { return std::string(source) + '-' + std::string(target); }
 };
