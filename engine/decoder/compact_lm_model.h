@@ -28,16 +28,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "common/mapped_file.h"
 #include "decoder/lang_model.h"
-
-namespace koralite::common {
-class MappedFile;
-}
 
 namespace koralite::decoder {
 
@@ -143,10 +139,13 @@ class CompactLmModel final : public LangModel {
   };
 
   const unsigned char* head(int word) const;  // null for an unknown word
+  const tree_state_t* visible_tree(const unsigned char* head_entry) const;
+  void make_resident(std::int64_t budget);
   void check_tree(tree_state_t& tree) const;
-  void show_tree(std::size_t tree);
+  void show_tree(std::size_t index);
+  void hide_trees();
 
-  std::unique_ptr<common::MappedFile> file_;
+  common::MappedFile file_;
   std::span<const unsigned char> bytes_;
   std::uint32_t head_count_ = 0;
   float back_off_offset_ = 0.0F;

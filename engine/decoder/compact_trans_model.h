@@ -11,16 +11,12 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "common/mapped_file.h"
 #include "decoder/trans_model.h"
-
-namespace koralite::common {
-class MappedFile;
-}
 
 namespace koralite::decoder {
 
@@ -60,11 +56,10 @@ class CompactTransModel final : public TransModel {
   struct record_t;
   record_t record(std::uint64_t index) const;
 
-  std::unique_ptr<common::MappedFile> head_file_;
-  std::unique_ptr<common::MappedFile> node_file_;
-  std::unique_ptr<common::MappedFile> data_file_;
+  common::MappedFile head_file_;
+  common::MappedFile node_file_;
+  common::MappedFile data_file_;
   std::span<const unsigned char> heads_;
-  std::span<const unsigned char> nodes_;
   std::uint64_t head_count_ = 0;
   std::uint64_t trailing_count_ = 0;
   std::uint64_t node_count_ = 0;

@@ -16,6 +16,7 @@
 #include <cstdint>
 #include <iosfwd>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace koralite::common {
@@ -99,8 +100,7 @@ class TargetData {
               std::span<const std::int64_t> counts);
 
  private:
-  std::vector<unsigned char>& own();
-  void grown(std::size_t read);
+  void append(std::span<const unsigned char> entry);
 
   std::span<const unsigned char> bytes_;   // the block: a view, or own_
   std::span<const unsigned char> cursor_;  // what is still to be read

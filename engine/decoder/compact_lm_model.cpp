@@ -1,0 +1,366 @@
+#include "decoder/compact_lm_model.h"
+
+#include <algorithm>
+#include <limits>
+#include <optional>
+#include <stdexcept>
+
+#include "common/byte_reader.h"
+
+namespace koralite::decoder {
+namespace {
+
+constexpr std::uint16_t kNoTree = 65535;
+constexpr std::uint16_t kGroupKey = 65535;
+constexpr std::uint16_t kEntryFlag = 0x8000;
+constexpr std::uint16_t kBackOffMask = 0x7FFF;
+constexpr std::size_t kHeadSize = 6;
+constexpr std::size_t kNodeSize = 8;
+constexpr std::int64_t kTreeOverhead = 20;  // counts against the budget beside the nodes
+constexpr std::uint32_t kAlways = 0xFFFFFFFF;
+
+[[noreturn]] void damaged_file() {
+  throw std::runtime_error("damaged file in PackedLM");
+}
+
+// A node, loaded in one piece: key, link, probability code, flag and back-off code.
+struct node_t {
+  std::uint64_t bits;
+
+  explicit node_t(const unsigned char* at) : bits(common::load_le<std::uint64_t>(at)) {}
+  std::uint16_t key() const { return static_cast<std::uint16_t>(bits); }
+  std::uint16_t link() const { return static_cast<std::uint16_t>(bits >> 16); }
+  std::uint16_t probability() const { return static_cast<std::uint16_t>(bits >> 32); }
+  std::uint16_t flag_and_back_off() const { return static_cast<std::uint16_t>(bits >> 48); }
+};
+
+// The child `word` of the group that starts at `group`, or null. The tree was checked.
+const unsigned char* find_child(const unsigned char* group, int word) {
+  const node_t first(group);
+  if (first.key() != kGroupKey) return first.key() == word ? group : nullptr;
+  const unsigned char* base = group + kNodeSize;
+  std::size_t count = first.link();
+  while (count > 1) {
+    const std::size_t half = count / 2;
+    const unsigned char* middle = base + half * kNodeSize;
+    base = common::load_le<std::uint16_t>(middle) <= word ? middle : base;
+    count -= half;
+  }
+  return common::load_le<std::uint16_t>(base) == word ? base : nullptr;
+}
+
+}  // namespace
+
+CompactLmModel::CompactLmModel(const std::string& path, int order, std::int64_t budget)
+    : LangModel(order) {
+  auto file = common::MappedFile::open(path);
+  if (!file) throw std::runtime_error("failed to open file in PackedLM");
+  file_ = std::move(*file);
+  bytes_ = file_.data();
+
+  common::ByteReader reader(bytes_);
+  std::uint16_t heads = 0;
+  if (!reader.read_u16(heads)) damaged_file();
+  if (heads == 0) throw std::runtime_error("Invalidate head size in language model");
+  head_count_ = heads;
+  std::int32_t positions = 0;
+  if (!reader.skip(head_count_ * kHeadSize) || !reader.read_f32(back_off_offset_) ||
+      !reader.read_i32(positions) || positions < 0 ||
+      !reader.fits(static_cast<std::uint64_t>(positions), 4)) {
+    damaged_file();
+  }
+  trees_.resize(static_cast<std::size_t>(std::max(positions - 1, 0)));
+  std::uint32_t last = 0;
+  for (std::int32_t i = 0; i < positions; ++i) {
+    std::uint32_t position = 0;
+    reader.read_u32(position);
+    if (position < last || position > bytes_.size()) damaged_file();
+    last = position;
+    if (static_cast<std::size_t>(i) < trees_.size()) {
+      trees_[static_cast<std::size_t>(i)].position = position;
+    }
+  }
+  make_resident(budget);
+}
+
+CompactLmModel::~CompactLmModel() = default;
+
+void CompactLmModel::make_resident(std::int64_t budget) {
+  std::int64_t used = 0;
+  for (tree_state_t& tree : trees_) {
+    common::ByteReader reader(bytes_);
+    std::uint32_t count = 0;
+    if (!reader.read_at(tree.position, count)) damaged_file();
+    const std::int64_t size = std::int64_t{count} * static_cast<std::int64_t>(kNodeSize);
+    if (size > static_cast<std::int64_t>(bytes_.size())) damaged_file();
+    used += size + kTreeOverhead;
+    if (used > budget) break;
+    check_tree(tree);
+    tree.visible = kAlways;
+    ++resident_count_;
+  }
+  // A tree is known by its position: trees that share the last resident one's are resident too.
+  for (std::size_t i = resident_count_; i > 0 && i < trees_.size(); ++i) {
+    if (trees_[i].position != trees_[i - 1].position) break;
+    trees_[i] = trees_[i - 1];
+  }
+}
+
+// Every node must stand as a header and as a child with what it says, wherever walks come from, so
+// one pass in memory order settles the whole tree, whatever way its links run.
+void CompactLmModel::check_tree(tree_state_t& tree) const {
+  if (tree.checked) return;
+  common::ByteReader reader(bytes_);
+  std::uint32_t count = 0;
+  if (!reader.seek(tree.position) || !reader.read_u32(count) || !reader.fits(count, kNodeSize)) {
+    throw std::runtime_error("damaged tree in PackedLM");
+  }
+  const unsigned char* at = bytes_.data() + reader.position();
+  std::uint16_t min_probability = std::numeric_limits<std::uint16_t>::max();
+  std::uint16_t max_back_off = 0;
+  bool sound = true;
+  for (std::uint32_t i = 0; i < count; ++i, at += kNodeSize) {
+    const node_t node(at);
+    if (node.key() == kGroupKey) {
+      sound &= node.link() != 0 && node.link() < count - i;
+    } else {
+      sound &= node.link() <= count;
+      if ((node.flag_and_back_off() & kEntryFlag) != 0) {
+        min_probability = std::min(min_probability, node.probability());
+        max_back_off =
+            std::max<std::uint16_t>(max_back_off, node.flag_and_back_off() & kBackOffMask);
+      }
+    }
+  }
+  if (!sound) throw std::runtime_error("damaged tree in PackedLM");
+  tree.count = count;
+  tree.min_probability = min_probability;
+  tree.max_back_off = max_back_off;
+  tree.checked = true;
+}
+
+void CompactLmModel::show_tree(std::size_t index) {
+  tree_state_t& tree = trees_[index];
+  if (tree.visible >= generation_) return;
+  check_tree(tree);
+  tree.visible = generation_;
+  // Trees at the same position are one tree. They stand side by side.
+  for (std::size_t i = index; i > 0 && trees_[i - 1].position == tree.position; --i) {
+    trees_[i - 1] = tree;
+  }
+  for (std::size_t i = index + 1; i < trees_.size() && trees_[i].position == tree.position; ++i) {
+    trees_[i] = tree;
+  }
+}
+
+void CompactLmModel::hide_trees() {
+  if (++generation_ < kAlways) return;
+  for (tree_state_t& tree : trees_) {
+    if (tree.visible != kAlways) tree.visible = 0;
+  }
+  generation_ = 1;
+}
+
+void CompactLmModel::add_to_cache(const std::set<int>& words) {
+  const std::vector<int> list(words.begin(), words.end());
+  add_to_cache(std::span<const int>(list));
+}
+
+void CompactLmModel::add_to_cache(std::span<const int> words) {
+  hide_trees();
+  try {
+    for (const int word : words) {
+      const unsigned char* entry = head(word);
+      if (entry == nullptr) continue;
+      const auto tree = common::load_le<std::uint16_t>(entry);
+      if (tree != kNoTree && tree < trees_.size()) show_tree(tree);
+    }
+  } catch (...) {
+    hide_trees();
+    throw;
+  }
+}
+
+const unsigned char* CompactLmModel::head(int word) const {
+  if (word < 0 || static_cast<std::uint32_t>(word) >= head_count_) return nullptr;
+  return bytes_.data() + 2 + static_cast<std::size_t>(word) * kHeadSize;
+}
+
+const CompactLmModel::tree_state_t* CompactLmModel::visible_tree(
+    const unsigned char* head_entry) const {
+  const auto index = common::load_le<std::uint16_t>(head_entry);
+  if (index == kNoTree || index >= trees_.size()) return nullptr;
+  const tree_state_t& tree = trees_[index];
+  return tree.visible >= generation_ && tree.count != 0 ? &tree : nullptr;
+}
+
+int CompactLmModel::TrieSearchInvert(std::span<const int> ids, lm_levels_t& levels) const {
+  levels.count = 0;
+  levels.longest = 0;
+  const unsigned char* entry = ids.empty() ? nullptr : head(ids.back());
+  if (entry == nullptr) return 0;
+  levels.level[0] = {common::load_le<std::uint16_t>(entry + 2),
+                     common::load_le<std::uint16_t>(entry + 4), true};
+  levels.count = 1;
+  levels.longest = 1;
+  const std::size_t limit = std::min(ids.size(), levels.level.size());
+  if (limit == 1) return 1;
+  const tree_state_t* tree = visible_tree(entry);
+  if (tree == nullptr) return 1;
+  const unsigned char* nodes = bytes_.data() + tree->position + 4;
+  const unsigned char* group = nodes;
+  for (std::size_t k = 1; k < limit; ++k) {
+    const int word = ids[ids.size() - 1 - k];
+    if (word < 0 || static_cast<std::uint32_t>(word) >= head_count_) break;
+    const unsigned char* child = find_child(group, word);
+    if (child == nullptr) break;
+    const node_t node(child);
+    const bool is_entry = (node.flag_and_back_off() & kEntryFlag) != 0;
+    levels.level[k] = {node.probability(),
+                       static_cast<std::uint16_t>(node.flag_and_back_off() & kBackOffMask),
+                       is_entry};
+    levels.count = static_cast<int>(k) + 1;
+    if (is_entry) levels.longest = levels.count;
+    if (node.link() <= 1) break;
+    group = nodes + (std::size_t{node.link()} - 1) * kNodeSize;
+  }
+  return levels.count;
+}
+
+float CompactLmModel::score(int length, const lm_levels_t& levels,
+                            const lm_levels_t& context) const {
+  if (levels.longest == 0) return LM_UNK_PROB;
+  float score = probability(levels.level[static_cast<std::size_t>(levels.longest) - 1].probability);
+  const int end = std::min(context.count, length - 1);
+  for (int k = levels.longest; k <= end; ++k) {
+    const lm_level_t& level = context.level[static_cast<std::size_t>(k) - 1];
+    if (level.entry) score += back_off(level.back_off);
+  }
+  return score;
+}
+
+float CompactLmModel::ngram_score(std::span<const int> ids, const lm_levels_t& before,
+                                  lm_levels_t& levels) const {
+  TrieSearchInvert(ids, levels);
+  return score(static_cast<int>(ids.size()), levels, before);
+}
+
+float CompactLmModel::compute_ngram_score(std::span<const int> ids) const {
+  lm_levels_t levels;
+  lm_levels_t context;
+  TrieSearchInvert(ids, levels);
+  if (levels.longest > 0 && static_cast<std::size_t>(levels.longest) < ids.size()) {
+    TrieSearchInvert(ids.first(ids.size() - 1), context);
+  }
+  return score(static_cast<int>(ids.size()), levels, context);
+}
+
+void CompactLmModel::compute_phrase_score(std::span<const int> ids, float& complete,
+                                          float& total) const {
+  const auto window = static_cast<std::size_t>(order());
+  std::array<lm_levels_t, 2> levels;  // of the word before and of this one, in turn
+  float estimate = 0.0F;
+  float windows = 0.0F;
+  for (std::size_t end = 1; end <= ids.size(); ++end) {
+    const std::size_t length = std::min(end, window);
+    const float score =
+        ngram_score(ids.subspan(end - length, length), levels[(end + 1) % 2], levels[end % 2]);
+    (end < window ? estimate : windows) += score;
+  }
+  complete = windows;
+  total = estimate + windows;
+}
+
+float CompactLmModel::compute_joint_score(std::span<const int> context,
+                                          std::span<const int> ids) const {
+  lm_levels_t before;
+  if (order() > 1 && context.size() <= kMaxContext) TrieSearchInvert(context, before);
+  return joint_score(context, before, ids);
+}
+
+float CompactLmModel::joint_score(std::span<const int> context, const lm_levels_t& before,
+                                  std::span<const int> ids) const {
+  if (context.size() > kMaxContext) {
+    throw std::runtime_error("context overflow in LangModel::compute_joint_score()");
+  }
+  const auto window = static_cast<std::size_t>(order());
+  const std::size_t count = std::min(ids.size(), window - 1);
+  std::array<int, kMaxContext + kMaxOrder> joined;
+  std::copy(context.begin(), context.end(), joined.begin());
+  std::copy_n(ids.begin(), count, joined.begin() + static_cast<std::ptrdiff_t>(context.size()));
+  std::array<lm_levels_t, 2> levels;
+  const lm_levels_t* last = context.empty() ? &levels[1] : &before;
+  float score = 0.0F;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t end = context.size() + i + 1;
+    const std::size_t length = std::min(end, window);
+    lm_levels_t& here = levels[i % 2];
+    score += ngram_score(std::span<const int>(joined).subspan(end - length, length), *last, here);
+    last = &here;
+  }
+  return score;
+}
+
+bool CompactLmModel::find_ngram_score(std::span<const int> ids, float& probability_out,
+                                      float& back_off_out) const {
+  std::uint16_t probability_code = 0;
+  std::uint16_t back_off_code = 0;
+  if (!Search(ids, probability_code, back_off_code)) return false;
+  probability_out = probability(probability_code);
+  back_off_out = back_off(back_off_code);
+  return true;
+}
+
+bool CompactLmModel::Search(std::span<const int> ids, std::uint16_t& probability_code,
+                            std::uint16_t& back_off_code) const {
+  lm_levels_t levels;
+  if (ids.size() > levels.level.size() ||
+      static_cast<std::size_t>(TrieSearchInvert(ids, levels)) != ids.size() || ids.empty()) {
+    return false;
+  }
+  const lm_level_t& level = levels.level[ids.size() - 1];
+  if (!level.entry) return false;
+  probability_code = level.probability;
+  back_off_code = level.back_off;
+  return true;
+}
+
+float CompactLmModel::max_probability(int word) const {
+  const unsigned char* entry = head(word);
+  if (entry == nullptr) return LM_UNK_PROB;
+  auto code = common::load_le<std::uint16_t>(entry + 2);
+  if (const tree_state_t* tree = visible_tree(entry)) code = std::min(code, tree->min_probability);
+  return probability(code);
+}
+
+float CompactLmModel::max_back_off(int word) const {
+  const unsigned char* entry = head(word);
+  if (entry == nullptr) return LM_UNK_BOW;
+  auto code = common::load_le<std::uint16_t>(entry + 4);
+  if (const tree_state_t* tree = visible_tree(entry)) code = std::max(code, tree->max_back_off);
+  return std::max(back_off(code), LM_UNK_BOW);
+}
+
+bool CompactLmModel::GetHeadValue(int word, float& probability_out, float& back_off_out) const {
+  const unsigned char* entry = head(word);
+  if (entry == nullptr) return false;
+  probability_out = probability(common::load_le<std::uint16_t>(entry + 2));
+  back_off_out = back_off(common::load_le<std::uint16_t>(entry + 4));
+  return true;
+}
+
+std::int64_t CompactLmModel::GetFilePos(int word) const {
+  const unsigned char* entry = head(word);
+  if (entry == nullptr) return -1;
+  const auto index = common::load_le<std::uint16_t>(entry);
+  return index == kNoTree || index >= trees_.size() ? -1 : std::int64_t{trees_[index].position};
+}
+
+CompactLmModel::tree_t CompactLmModel::GetTree(int word) const {
+  const unsigned char* entry = head(word);
+  const tree_state_t* tree = entry == nullptr ? nullptr : visible_tree(entry);
+  if (tree == nullptr) return {};
+  return {bytes_.data() + tree->position + 4, tree->count};
+}
+
+}  // namespace koralite::decoder

@@ -1,0 +1,152 @@
+#include "decoder/compact_trans_model.h"
+
+#include <algorithm>
+#include <optional>
+#include <stdexcept>
+
+#include "common/byte_reader.h"
+
+namespace koralite::decoder {
+namespace {
+
+constexpr std::uint32_t kNone = 0xFFFFFFFF;
+constexpr std::uint16_t kGroupKey = 65535;
+constexpr std::size_t kRecordSize = 10;
+constexpr std::size_t kHeadSize = 8;
+
+common::MappedFile open(const std::string& path, const char* message) {
+  auto file = common::MappedFile::open(path);
+  if (!file) throw std::runtime_error(message);
+  return std::move(*file);
+}
+
+[[noreturn]] void not_supported() {
+  throw std::runtime_error("This interface should not be called");
+}
+
+}  // namespace
+
+struct CompactTransModel::record_t {
+  std::uint16_t key;
+  std::int32_t link;
+  std::uint32_t offset;
+};
+
+CompactTransModel::CompactTransModel(const std::string& path)
+    : head_file_(open(path, "failed to open file in CompactTransModel")) {
+  common::ByteReader reader(head_file_.data());
+  if (!reader.read_u64(head_count_) || !reader.fits(head_count_, kHeadSize) ||
+      !reader.read_bytes(head_count_ * kHeadSize, heads_) || !reader.read_u64(trailing_count_)) {
+    throw std::runtime_error("failed to read file in CompactTransModel");
+  }
+  node_file_ = open(path + ".nodes", "failed to open nodes file in CompactTransModel");
+  data_file_ = open(path + ".data", "failed to open data file in CompactTransModel");
+  node_count_ = node_file_.size() / kRecordSize;
+}
+
+CompactTransModel::~CompactTransModel() = default;
+
+bool CompactTransModel::search(std::span<const int> /*ids*/, TargetData& /*target*/) const {
+  not_supported();
+}
+
+bool CompactTransModel::search_all(std::span<const int> /*ids*/,
+                                   std::vector<TargetData>& /*targets*/) const {
+  not_supported();
+}
+
+int CompactTransModel::TrieFind(std::span<const int> /*words*/) const {
+  not_supported();
+}
+
+int CompactTransModel::TrieSearch(std::span<const int> /*words*/) const {
+  not_supported();
+}
+
+void CompactTransModel::search_sentence(std::span<const int> ids, target_table_t& table) const {
+  if (table.size() < ids.size()) table.resize(ids.size());
+  common::ByteReader data(data_file_.data());
+  std::array<std::uint32_t, kMaxPhrase> offsets{};
+  std::array<bool, kMaxPhrase> has_data{};
+  for (std::size_t i = 0; i < ids.size(); ++i) {
+    const auto found = static_cast<std::size_t>(TrieSearchAll(ids.subspan(i), offsets, has_data));
+    for (std::size_t k = 0; k < kMaxPhrase; ++k) {
+      TargetData& cell = table[i][k];
+      if (k < found && has_data[k]) {
+        // A place outside the file is the same damage as a block that runs past its end.
+        if (!data.seek(offsets[k])) data.seek(data.size());
+        cell.load(data);
+      } else {
+        cell.clear();
+      }
+    }
+  }
+}
+
+int CompactTransModel::TrieSearchAll(std::span<const int> words,
+                                     std::span<std::uint32_t, kMaxPhrase> offsets,
+                                     std::span<bool, kMaxPhrase> has_data) const {
+  const std::size_t count = std::min(words.size(), kMaxPhrase);
+  if (count == 0 || words[0] < 0 || static_cast<std::uint64_t>(words[0]) >= head_count_) return 0;
+  const unsigned char* head = heads_.data() + static_cast<std::size_t>(words[0]) * kHeadSize;
+  offsets[0] = common::load_le<std::uint32_t>(head);
+  has_data[0] = offsets[0] != kNone;
+  const auto first_group = common::load_le<std::uint32_t>(head + 4);
+  if (first_group == kNone) return 1;
+  std::uint64_t group = first_group;
+  for (std::size_t level = 1; level < count; ++level) {
+    std::uint32_t found = 0;
+    if (!TrieFindKey(group, words[level], found)) return static_cast<int>(level);
+    const record_t node = record(group + found);
+    if (node.link == 0) throw std::runtime_error("damaged nodes file in CompactTransModel");
+    offsets[level] = node.offset;
+    has_data[level] = node.link < 0;
+    const std::int64_t distance = node.link < 0 ? -std::int64_t{node.link} : node.link;
+    if (distance == 1) return static_cast<int>(level + 1);
+    group = std::uint64_t{first_group} + static_cast<std::uint64_t>(distance) - 1;
+  }
+  return static_cast<int>(count);
+}
+
+bool CompactTransModel::TrieFindKey(std::uint64_t node, int word, std::uint32_t& found) const {
+  const record_t first = record(node);
+  const bool possible = word >= 0 && word < kGroupKey;
+  if (first.key != kGroupKey) {
+    found = 0;
+    return possible && first.key == word;
+  }
+  if (first.link < 1 || first.link > kGroupKey ||
+      static_cast<std::uint64_t>(first.link) > node_count_ - 1 - node) {
+    throw std::runtime_error("damaged nodes file in CompactTransModel");
+  }
+  if (!possible) return false;
+  const unsigned char* keys =
+      node_file_.data().data() + static_cast<std::size_t>(node) * kRecordSize;
+  std::int32_t low = 1;
+  std::int32_t high = first.link;
+  while (low <= high) {
+    const std::int32_t middle = low + (high - low) / 2;
+    const int key =
+        common::load_le<std::uint16_t>(keys + static_cast<std::size_t>(middle) * kRecordSize);
+    if (key == word) {
+      found = static_cast<std::uint32_t>(middle);
+      return true;
+    }
+    if (key < word) {
+      low = middle + 1;
+    } else {
+      high = middle - 1;
+    }
+  }
+  return false;
+}
+
+CompactTransModel::record_t CompactTransModel::record(std::uint64_t index) const {
+  if (index >= node_count_) throw std::runtime_error("damaged nodes file in CompactTransModel");
+  const unsigned char* at =
+      node_file_.data().data() + static_cast<std::size_t>(index) * kRecordSize;
+  return {common::load_le<std::uint16_t>(at), common::load_le<std::int32_t>(at + 2),
+          common::load_le<std::uint32_t>(at + 6)};
+}
+
+}  // namespace koralite::decoder
