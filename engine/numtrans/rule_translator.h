@@ -9,7 +9,9 @@
 // `translate` overwrites: one translator serves one thread at a time.
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -80,16 +82,19 @@ class RuleTranslator {
   std::vector<Number> target_numbers_;  // t0, t1, ...
 
  private:
-  // What a phrase must look like for a rule to be worth trying.
+  // Nesting of expressions; deeper ones count as impossible.
+  static constexpr int MAX_DEPTH = 200;
+
+  // What a phrase must begin and end with for a rule to be worth trying.
   struct Outline {
-    std::string_view head;  // literal that the phrase begins with
-    std::string_view tail;  // literal that it ends with
-    std::size_t least = 0;  // shortest phrase, in bytes
+    std::string_view head;
+    std::string_view tail;
   };
 
-  void add_rule(const std::string& line);
-  bool add_pattern(std::string_view text, TokenList& pieces);
-  void add_expression(std::string_view text, TokenList& tokens);
+  void read_rule(std::string line);
+  void read_pattern(std::string_view text, TokenList& pieces);
+  void read_expression(std::string_view text, TokenList& tokens);
+  void outline_rule(std::size_t index);
   bool check_constraint(const TokenList& tokens) const;
   bool convert_numbers(const TokenList& tokens);
   bool get_number(std::string_view token, Number& value) const;
@@ -98,6 +103,8 @@ class RuleTranslator {
   common::StringPool pool_{102400};
   std::vector<Rule> rules_;
   std::vector<Outline> outlines_;  // one a rule
+  // By first byte of a phrase: the rules that can match it, in file order.
+  std::array<std::vector<std::uint32_t>, 256> candidates_;
 };
 
 }  // namespace koralite::numtrans
