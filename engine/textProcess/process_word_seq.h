@@ -45,17 +45,15 @@ class ProcessWordSeq {
   // A writable, zero-terminated copy that lives as long as this sequence.
   char* store(std::string_view text) {
     const std::size_t need = text.size() + 1;
-    if (need > left_) {
-      const std::size_t size = need > kChunk ? need : kChunk;
-      chunks_.push_back(std::make_unique<char[]>(size));
-      next_ = chunks_.back().get();
-      left_ = size;
+    if (chunks_.empty() || need > size_ - used_) {
+      size_ = need > kChunk ? need : kChunk;
+      used_ = 0;
+      chunks_.push_back(std::make_unique<char[]>(size_));
     }
-    char* copy = next_;
+    char* copy = chunks_.back().get() + used_;
     if (!text.empty()) std::memcpy(copy, text.data(), text.size());
     copy[text.size()] = '\0';
-    next_ += need;
-    left_ -= need;
+    used_ += need;
     return copy;
   }
 
@@ -64,8 +62,6 @@ class ProcessWordSeq {
     words_.clear();
     if (positions_) positions_->clear();
     chunks_.clear();
-    next_ = nullptr;
-    left_ = 0;
   }
 
  private:
@@ -74,8 +70,8 @@ class ProcessWordSeq {
   Words words_;
   std::optional<Positions> positions_;
   std::vector<std::unique_ptr<char[]>> chunks_;
-  char* next_ = nullptr;
-  std::size_t left_ = 0;
+  std::size_t size_ = 0;  // of the last chunk
+  std::size_t used_ = 0;  // of the last chunk
 };
 
 }  // namespace koralite::textProcess
