@@ -26,16 +26,17 @@ namespace koralite::decoder {
 class Constraint;
 class SharedMember;
 class UnkTranslator;
+struct explanation_t;
 
 // What the search did since the decoder was made.
 struct search_counts_t {
-  std::uint64_t sentences = 0;         // chunks of at most 32 words
-  std::uint64_t expanded = 0;          // hypotheses whose extensions were tried
-  std::uint64_t offered = 0;           // extensions offered to a stack
-  std::uint64_t refused_by_bound = 0;  // of these, refused without the language model
-  std::uint64_t kept = 0;              // of these, linked or written over an equal one
-  std::uint64_t joint_scores = 0;      // joint scores asked for
-  std::uint64_t ngram_scores = 0;      // n-gram scores that these made the language model compute
+  std::uint64_t sentences = 0;     // chunks of at most 32 words
+  std::uint64_t expanded = 0;      // hypotheses whose extensions were tried
+  std::uint64_t considered = 0;    // extensions: pairs of a hypothesis and an option
+  std::uint64_t scored = 0;        // of these, those that no bound refused at first
+  std::uint64_t kept = 0;          // of these, linked or written over an equal one
+  std::uint64_t joint_scores = 0;  // joint scores asked for
+  std::uint64_t ngram_scores = 0;  // n-gram scores that the language model computed for them
 };
 
 class Decoder {
@@ -64,6 +65,10 @@ class Decoder {
   // entry per final hypothesis: texts may repeat.
   void translate(unsigned n, words_t words, std::vector<std::string>& outputs,
                  std::vector<std::string>& scores, std::string* log = nullptr);
+
+  // Translates at most 32 words and tells how: all options, the future matrix and
+  // the n best derivations. Throws std::runtime_error for more words.
+  void explain(unsigned n, words_t words, explanation_t& explanation);
 
   const search_counts_t& counts() const;
 
