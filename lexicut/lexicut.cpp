@@ -1,33 +1,51 @@
-// The plainest library behind lexicut.h: it reads no dictionary and treats each
-// character as a word, whatever the model files say. It finds no names.
+// The C boundary of the segmentation library: pointers and capacities are
+// checked here, nothing is thrown across it.
 #include "lexicut/lexicut.h"
 
+#include <algorithm>
 #include <cstddef>
+#include <exception>
 #include <memory>
-#include <new>
+#include <optional>
+#include <utility>
 #include <vector>
 
-struct lexicut_model {};
+#include "lexicut/segmenter.h"
+
+struct lexicut_model {
+  lexicut::Segmenter segmenter;
+};
 
 namespace {
 
 struct Record : lexicut_out {
+  explicit Record(std::uint32_t room)
+      : lexicut_out{}, offset_store(room), length_store(room), property_store(room), lattice(room) {
+    offsets = offset_store.data();
+    lengths = length_store.data();
+    properties = property_store.data();
+  }
+
   std::vector<std::int32_t> offset_store;
   std::vector<std::int32_t> length_store;
   std::vector<std::uint32_t> property_store;
+  lexicut::Lattice lattice;
 };
 
-bool is_continuation(char byte) {
-  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+std::string text_of(const char* path) {
+  return path == nullptr ? std::string() : path;
 }
 
 }  // namespace
 
-lexicut_model* lexicut_load_model(const char* dictionary, const char*, const char*, std::int32_t) {
-  if (dictionary == nullptr || *dictionary == '\0') return nullptr;
+lexicut_model* lexicut_load_model(const char* dictionary, const char* names, const char* ambiguous,
+                                  std::int32_t) {
   try {
-    return std::make_unique<lexicut_model>().release();
-  } catch (const std::bad_alloc&) {
+    auto segmenter =
+        lexicut::Segmenter::load(text_of(dictionary), text_of(names), text_of(ambiguous));
+    if (!segmenter) return nullptr;
+    return std::make_unique<lexicut_model>(lexicut_model{std::move(*segmenter)}).release();
+  } catch (const std::exception&) {
     return nullptr;
   }
 }
@@ -35,17 +53,8 @@ lexicut_model* lexicut_load_model(const char* dictionary, const char*, const cha
 lexicut_out* lexicut_create_out(std::int32_t capacity) {
   if (capacity < 1) return nullptr;
   try {
-    const auto room = static_cast<std::size_t>(capacity);
-    auto record = std::make_unique<Record>();
-    record->offset_store.resize(room);
-    record->length_store.resize(room);
-    record->property_store.resize(room);
-    record->offsets = record->offset_store.data();
-    record->lengths = record->length_store.data();
-    record->properties = record->property_store.data();
-    record->count = 0;
-    return record.release();
-  } catch (const std::bad_alloc&) {
+    return std::make_unique<Record>(static_cast<std::uint32_t>(capacity)).release();
+  } catch (const std::exception&) {
     return nullptr;
   }
 }
@@ -55,19 +64,28 @@ std::int32_t lexicut_segment_full(const lexicut_model* model, const char* text, 
   if (out == nullptr) return 0;
   out->count = 0;
   if (model == nullptr || text == nullptr || length < 0) return 0;
-  const auto room = static_cast<Record*>(out)->offset_store.size();
-  std::size_t words = 0;
-  for (std::int32_t begin = 0; begin < length;) {
-    std::int32_t end = begin + 1;
-    while (end < length && is_continuation(text[end])) ++end;
-    if (words == room) return 0;
-    out->offsets[words] = begin;
-    out->lengths[words] = end - begin;
-    out->properties[words] = 0;
-    ++words;
-    begin = end;
-  }
-  out->count = static_cast<std::int32_t>(words);
+  auto* record = static_cast<Record*>(out);
+  const auto bytes = static_cast<std::uint32_t>(length);
+  if (bytes > record->lattice.capacity()) return 0;
+
+  // Words come from the last to the first: fill from the back, then move to the front.
+  const std::size_t room = record->offset_store.size();
+  std::size_t at = room;
+  const std::uint32_t count = model->segmenter.segment(
+      reinterpret_cast<const unsigned char*>(text), bytes, record->lattice,
+      [&](const lexicut::Segmenter::token_t& token) {
+        --at;
+        record->offset_store[at] = static_cast<std::int32_t>(token.offset);
+        record->length_store[at] = static_cast<std::int32_t>(token.length);
+        record->property_store[at] = token.is_name ? LEXICUT_PROPERTY_NAME : 0;
+      });
+  const auto shift = [&](auto& store) {
+    std::move(store.begin() + static_cast<std::ptrdiff_t>(at), store.end(), store.begin());
+  };
+  shift(record->offset_store);
+  shift(record->length_store);
+  shift(record->property_store);
+  out->count = static_cast<std::int32_t>(count);
   return 1;
 }
 

@@ -1,0 +1,84 @@
+#include "textProcess/abstract_preprocessor.h"
+
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+#include "textProcess/blank_str_processors.h"
+#include "textProcess/char_str_processors.h"
+#include "textProcess/convert_ne_tag_ws_processor.h"
+#include "textProcess/punct_processors.h"
+#include "textProcess/tokenize_hyphen_ws_processor.h"
+
+namespace koralite::textProcess {
+namespace {
+
+constexpr std::size_t kPoolBlock = 102400;  // bytes
+
+// A TAB separates words like a blank, from the step "text_replace" on.
+constexpr char kReplacedByte = '\t';
+constexpr char kReplacementByte = ' ';
+
+}  // namespace
+
+AbstractPreprocessor::AbstractPreprocessor() : pool_(kPoolBlock) {}
+
+void AbstractPreprocessor::Organize(LangType source, LangType target,
+                                    const std::string& configuration,
+                                    const std::string& model_folder) {
+  try {
+    const Lines lines = Config2Vec(configuration);
+    debug_ = GetDebLevel(lines);
+    PunctTruncateProcessor::GetTruncateMap(source, target, truncate_map_);
+    OrganizeStringProcessor(target, lines, model_folder);
+    OrganizeStr2Word(target, lines, model_folder);
+    OrganizeWsProcessor(target, lines, model_folder);
+    OrganizeConstraint(target, lines, model_folder);
+    OrganizeUnkTrans(target, lines, model_folder);
+  } catch (const std::bad_alloc&) {
+    throw std::runtime_error("Cannot allocate for preprocess");
+  }
+}
+
+void AbstractPreprocessor::OrganizeUnkTrans(LangType, const Lines&, const std::string&) {
+  unk_translator_ = std::make_unique<decoder::UnkTranslator>();
+}
+
+void AbstractPreprocessor::add_final_string_steps() {
+  add_string_step<ReplaceCharStrProcessor>(kReplacedByte, kReplacementByte);
+  add_string_step<UniqueBlankStrProcessor>();
+  add_string_step<ReplaceSpecCharStrProcessor>();
+}
+
+void AbstractPreprocessor::add_general_word_steps() {
+  add_word_step<ConvertNeTagWsProcessor>(pool_);
+  hyphens_ = &add_word_step<TokenizeHyphenWsProcessor>(nullptr);
+}
+
+void AbstractPreprocessor::build_str2word(const Lines& configuration,
+                                          const std::string& model_folder,
+                                          std::unique_ptr<numtrans::RuleTranslator> rules,
+                                          char join) {
+  const std::string path = section_path(configuration, "[ne]", model_folder);
+  if (!path.empty()) dictionary_ = std::make_unique<NeDict>(path.c_str());
+  rules_ = std::move(rules);
+  str2word_ = std::make_unique<Str2Word>(dictionary_.get(), rules_.get(), pool_, join);
+}
+
+void AbstractPreprocessor::SetSourceVocab(const decoder::Vocab* vocab) {
+  if (hyphens_ != nullptr) hyphens_->SetVocab(vocab);
+}
+
+void AbstractPreprocessor::Preprocess(ProcessStr& str, ProcessWordSeq& words) {
+  if (string_head_->Process(str) == 0) throw std::runtime_error("Preprocess string error\n");
+  if (str2word_->DoProcess(str, words) == 0)
+    throw std::runtime_error("Preprocess Str2WordSeq error\n");
+  if (ws_head_->Process(words) == 0) throw std::runtime_error("Preprocess WordSeq error\n");
+}
+
+void AbstractPreprocessor::Preprocess(ProcessStr& str) {
+  if (string_head_->Process(str) == 0)
+    throw std::runtime_error("Preprocess error: " + str.text() + "\n");
+}
+
+}  // namespace koralite::textProcess

@@ -1,0 +1,202 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "common/byte_reader.h"
+#include "decoder/vocab.h"
+#include "support/temp_folder.h"
+#include "toolkit/atomic_file.h"
+#include "toolkit/byte_writer.h"
+#include "toolkit/resource/resource_file.h"
+#include "toolkit/resource/vocab_file.h"
+
+using namespace koralite::toolkit;
+using kora_test::le;
+using kora_test::message_of;
+using kora_test::read_file;
+using kora_test::TempFolder;
+using testing::HasSubstr;
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+std::size_t file_count(const TempFolder& folder) {
+  const std::filesystem::directory_iterator begin(folder.path());
+  return static_cast<std::size_t>(std::distance(begin, std::filesystem::directory_iterator()));
+}
+
+TEST(AtomicFile, OldFileStaysUntilCommit) {
+  const TempFolder folder;
+  const std::string path = folder.write("file", "old");
+  {
+    AtomicFile file(path);
+    file.write("new, thrown away");
+  }
+  EXPECT_EQ(read_file(path), "old");
+  EXPECT_EQ(file_count(folder), 1U);
+  AtomicFile file(path);
+  file.write("head body");
+  const unsigned char head[] = {'H', 'E'};
+  file.write_at(0, head);
+  file.write("!");
+  EXPECT_EQ(file.position(), 10U);
+  EXPECT_THAT(message_of([&] { file.write_at(9, head); }), HasSubstr("place not written before"));
+  EXPECT_EQ(read_file(path), "old");
+  file.commit();
+  EXPECT_EQ(read_file(path), "HEad body!");
+  EXPECT_THAT(message_of([&] { file.commit(); }), HasSubstr("already committed"));
+  EXPECT_EQ(file_count(folder), 1U);
+
+  EXPECT_THAT(message_of([&] { write_file(folder.path(), "x"); }), HasSubstr("is a folder"));
+  EXPECT_THAT(message_of([&] { write_file(folder.path("no/file"), "x"); }),
+              HasSubstr("No such file"));
+  EXPECT_THAT(message_of([&] { write_file("/dev/full", "x"); }), HasSubstr("No space left"));
+}
+
+TEST(ByteWriter, WhatItWritesTheReaderReads) {
+  ByteWriter writer;
+  writer.put_u8(1);
+  writer.put_u16(0x0302);
+  writer.put_f32(1.0F);
+  writer.put_u64(5);
+  writer.put_text("ab");
+  writer.store(7, std::uint64_t{6});
+  const std::string wanted = le(0x030201, 3) + le(0x3F800000, 4) + le(6, 8) + "ab";
+  EXPECT_EQ(std::string(writer.bytes().begin(), writer.bytes().end()), wanted);
+}
+
+TEST(ResourceFile, LinesThatWouldNotReadBackAreRefused) {
+  const TempFolder folder;
+  struct case_t {
+    std::string line;
+    std::uint32_t record_size;
+    const char* refusal;  // part of the message, or null
+  };
+  const case_t cases[] = {
+      {"", 0, nullptr},
+      {"abc", 4, nullptr},
+      {"abc", 3, "it has 3 bytes, a record of 3 holds at most 2"},
+      {"", 1, nullptr},
+      {std::string("a\0b", 3), 0, "zero byte"},
+      {"a\nb", 0, "line feed"},
+      {"A(", 0, "last two characters \"A(\""},
+      {"A(x", 0, nullptr},
+      {"xA(", 0, nullptr},
+      {"xyA(", 0, "scramble to a zero byte"},
+      {"\xE4\xB8\xAD\xE6\x96\x87", 0, nullptr},
+  };
+  for (const case_t& c : cases) {
+    const std::string path = folder.path("file");
+    std::filesystem::remove(path);
+    const Lines lines = {"first", c.line};
+    const Lines alone = {c.line};
+    const std::string error = message_of(
+        [&] { write_resource_file(path, c.record_size ? alone : lines, c.record_size); });
+    if (c.refusal) {
+      EXPECT_THAT(error, HasSubstr(c.refusal));
+      EXPECT_THAT(error, HasSubstr(c.record_size ? "line 1 " : "line 2 "));
+      EXPECT_EQ(file_count(folder), 0U) << "no half-written file";
+    } else {
+      EXPECT_EQ(error, "");
+      EXPECT_EQ(read_resource_file(path), c.record_size ? alone : lines);
+    }
+  }
+  // Of all printable pairs exactly these scramble into a trailing zero byte.
+  for (char a = ' '; a <= '~'; ++a) {
+    for (char b = ' '; b <= '~'; ++b) {
+      const bool lost = std::string_view("@ABCPQRS").find(a) != std::string_view::npos &&
+                        std::string_view(" $(,").find(b) != std::string_view::npos;
+      EXPECT_EQ(resource_line_survives(std::string{a, b}, 3), !lost) << a << b;
+    }
+  }
+}
+
+TEST(ResourceFile, RandomLinesComeBack) {
+  const TempFolder folder;
+  std::mt19937 random(3);
+  for (int round = 0; round < 100; ++round) {
+    const auto width = 2 + static_cast<std::uint32_t>(random() % 40);
+    Lines lines;
+    for (int i = 0; i < 50; ++i) {
+      std::string line(random() % width, ' ');
+      for (char& c : line) c = static_cast<char>(1 + random() % 255);
+      if (resource_line_survives(line, width)) lines.push_back(line);
+    }
+    const std::string path = folder.path("file");
+    write_resource_file(path, lines, width);
+    EXPECT_EQ(read_resource_file(path), lines);
+    const resource_info_t info = inspect_resource_file(path);
+    EXPECT_EQ(info.record_size, width);
+    EXPECT_EQ(info.records, lines.size());
+    folder.write("tail", read_file(path) + std::string(width - 1, 'x'));
+    EXPECT_EQ(read_resource_file(folder.path("tail")), lines);
+    EXPECT_EQ(inspect_resource_file(folder.path("tail")).trailing_bytes, width - 1);
+  }
+  write_resource_file(folder.path("none"), Lines{});
+  EXPECT_EQ(read_file(folder.path("none")), le(1, 4));
+}
+
+TEST(VocabFile, BuilderAndClassWriteTheSameBytes) {
+  const TempFolder folder;
+  std::mt19937 random(5);
+  koralite::decoder::Vocab vocab;
+  VocabBuilder builder;
+  for (int i = 0; i < 2000; ++i) {
+    const std::string word = i % 90 == 0 ? "<t" + std::to_string(i) + ">#" + std::to_string(i % 8)
+                                         : std::to_string(random() % 1500);
+    EXPECT_EQ(builder.encode(word), vocab.encode(word.c_str()));
+  }
+  vocab.save(folder.path("a").c_str());
+  builder.save(folder.path("b"));
+  EXPECT_EQ(read_file(folder.path("a")), read_file(folder.path("b")));
+  std::int32_t id = 0;
+  EXPECT_FALSE(builder.find("unseen", id));
+  EXPECT_EQ(id, 256);
+  EXPECT_EQ(builder.decode(256), "<unk>");
+  EXPECT_EQ(builder.decode(7), "<t0>#7");
+}
+
+TEST(VocabFile, WordListsAndIndexes) {
+  const TempFolder folder;
+  const std::string path = folder.path("vocab");
+  struct case_t {
+    Lines words, tags;
+    const char* refusal;
+  };
+  const case_t cases[] = {
+      {{"<unk>", "b", "a"}, {"per", "org"}, nullptr},
+      {{"<unk>"}, {}, nullptr},
+      {{}, {}, "the first word must be"},
+      {{"a", "<unk>"}, {}, "the first word must be"},
+      {{"<unk>", "a", "a"}, {}, "word 3 (\"a\") comes twice"},
+      {{"<unk>", "<per>#1"}, {"per"}, "is a tag word"},
+      {{"<unk>", std::string("a\0b", 3)}, {}, "zero byte"},
+      {{"<unk>"}, {"a>b"}, "is no tag name"},
+      {{"<unk>"}, {"per", "per"}, "comes twice"},
+  };
+  for (const case_t& c : cases) {
+    const std::string error = message_of([&] { write_vocab_file(path, c.words, c.tags); });
+    if (c.refusal) {
+      EXPECT_THAT(error, HasSubstr(c.refusal));
+      continue;
+    }
+    EXPECT_EQ(error, "");
+    koralite::decoder::Vocab vocab;
+    vocab.load(path.c_str());
+    for (std::size_t i = 0; i < c.words.size(); ++i) {
+      EXPECT_EQ(vocab.decode(256 + static_cast<int>(i)), c.words[i]);
+    }
+    EXPECT_EQ(vocab.ne_count(), 8 * c.tags.size());
+  }
+  const std::pair<std::string, std::int32_t> entries[] = {{"b", 2}, {"a", -1}, {"b", 3}};
+  write_string_index(path, entries);
+  EXPECT_EQ(read_file(path),
+            le(2, 8) + le(4, 8) + le(0xFFFFFFFF, 4) + le(2, 4) + std::string("a\0b\0", 4));
+}
+
+}  // namespace
