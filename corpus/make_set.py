@@ -77,13 +77,13 @@ def tasks_of(source, chosen):
 
 def run_sources(chosen, cache, jobs):
     """{source name: Result} with the tasks of each source put together in order."""
-    results = {}
+    results = {source.name: pipeline.Result() for source in sources_of(chosen)}
     with ProcessPoolExecutor(max_workers=jobs) as pool:
         running = [(source, pool.submit(pipeline.work_by_name, source.name, cache, chosen.left, chosen.right, task))
                    for source in sources_of(chosen) for task in tasks_of(source, chosen)]
         for number, (source, future) in enumerate(running, 1):
             part = future.result()
-            whole = results.setdefault(source.name, pipeline.Result())
+            whole = results[source.name]
             whole.documents += part.documents
             whole.unpaired += part.unpaired
             whole.counts.update(part.counts)
