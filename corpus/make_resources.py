@@ -49,7 +49,7 @@ def main():
     out = arguments.out or os.path.join(ROOT, 'cache', f'resources-{arguments.direction}')
     try:
         build(left, right, arguments.cache, os.path.abspath(out))
-    except (PackageError, OSError) as error:
+    except (PackageError, OSError, ValueError) as error:
         print(f'error: {error}', file=sys.stderr)
         return 1
     return 0

@@ -224,7 +224,7 @@ def main():
     out = arguments.out or os.path.join(ROOT, 'cache', arguments.set)
     try:
         build(arguments.set, arguments.cache, os.path.abspath(out), max(1, arguments.jobs))
-    except (PackageError, OSError) as error:
+    except (PackageError, OSError, ValueError) as error:
         print(f'error: {error}', file=sys.stderr)
         return 1
     return 0

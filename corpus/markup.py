@@ -16,6 +16,7 @@ _TOKEN = re.compile(
 _ATTRIBUTE = re.compile(r'([\w:.-]+)\s*=\s*(?:"([^"]*)"|\'([^\']*)\'|([^\s"\'>]+))')
 
 _VOID = frozenset('br img hr meta link input col area base embed source track wbr'.split())
+_MAX_DEPTH = 200  # what is nested deeper becomes flat
 _RAW = frozenset(('script', 'style'))
 # A start tag ends these open elements, unless one of _FENCES is nearer.
 _ENDS = {'p': {'p'}, 'li': {'li', 'p'}, 'dt': {'dt', 'dd', 'p'}, 'dd': {'dt', 'dd', 'p'}, 'tr': {'tr', 'td', 'th', 'p'},
@@ -38,10 +39,11 @@ _CODE = frozenset('pre screen programlisting literallayout synopsis'.split())
 
 class Element:
     """A node of a page; children are elements and strings."""
-    __slots__ = ('tag', 'attributes', 'children', 'parent')
+    __slots__ = ('tag', 'attributes', 'children', 'parent', 'depth')
 
     def __init__(self, tag, attributes, parent):
         self.tag, self.attributes, self.children, self.parent = tag, attributes, [], parent
+        self.depth = parent.depth + 1 if parent else 0
 
     @property
     def css_class(self):
@@ -97,7 +99,7 @@ def parse(page):
             if tag in _RAW:
                 end = page.find('</' + tag, position)
                 position = len(page) if end < 0 else end
-            if tag not in _VOID and not written.endswith('/'):
+            if tag not in _VOID and not written.endswith('/') and element.depth < _MAX_DEPTH:
                 current = element
     return root
 

@@ -38,8 +38,7 @@ class Cache:
         options = {
             'Dir::State::lists': self.lists, 'Dir::Cache': os.path.join(self.folder, 'apt'),
             'APT::Sandbox::User': '', 'Acquire::Languages': ','.join(self.languages),
-            'Acquire::Retries': '3', 'APT::Update::Post-Invoke': '', 'APT::Update::Post-Invoke-Success': '',
-            'DPkg::Post-Invoke': '',
+            'Acquire::Retries': '3',
         }
         command = ['apt-get', '-q', '-y']
         for key, value in options.items():
@@ -100,8 +99,8 @@ class Cache:
             raise PackageError(f'apt-get download reported success but left no file of {name}')
         if len(files) > 1:
             code, output = self._apt('download', '--print-uris', name)
-            wanted = output.split("'")[2].split()[0] if code == 0 and "'" in output else None
-            files = [f for f in files if f == wanted] or files
+            named = re.search(r"^'[^']+' (\S+) \d+", output, re.M)
+            files = [f for f in files if code == 0 and named and f == named.group(1)] or files
         file = max(files, key=lambda f: os.stat(os.path.join(self.folder, f)).st_mtime_ns)
         version = urllib.parse.unquote(file.split('_')[1])
         return {'file': file, 'version': version, 'size': os.path.getsize(os.path.join(self.folder, file))}
@@ -117,20 +116,25 @@ class Cache:
         a slash). Links inside the package are followed."""
         wanted = re.compile('|'.join(fnmatch.translate(p) for p in patterns))
         files, links = {}, {}
-        with subprocess.Popen(['dpkg-deb', '--fsys-tarfile', self.path(name)], stdout=subprocess.PIPE) as unpacker:
-            with tarfile.open(fileobj=unpacker.stdout, mode='r|') as archive:
-                for member in archive:
-                    path = member.name.removeprefix('./')
-                    if not wanted.match(path):
-                        continue
-                    if member.isreg():
-                        files[path] = archive.extractfile(member).read()
-                    elif member.issym():
-                        links[path] = os.path.normpath(os.path.join(os.path.dirname(path), member.linkname))
-                    elif member.islnk():
-                        links[path] = member.linkname.removeprefix('./')
-            unpacker.stdout.read()
-        if unpacker.returncode:
+        with subprocess.Popen(['dpkg-deb', '--fsys-tarfile', self.path(name)], stdout=subprocess.PIPE,
+                              stderr=subprocess.DEVNULL) as unpacker:
+            try:
+                with tarfile.open(fileobj=unpacker.stdout, mode='r|') as archive:
+                    for member in archive:
+                        path = member.name.removeprefix('./')
+                        if not wanted.match(path):
+                            continue
+                        if member.isreg():
+                            files[path] = archive.extractfile(member).read()
+                        elif member.issym():
+                            links[path] = os.path.normpath(os.path.join(os.path.dirname(path), member.linkname))
+                        elif member.islnk():
+                            links[path] = member.linkname.removeprefix('./')
+                unpacker.stdout.read()
+                damaged = False
+            except tarfile.TarError:
+                damaged = True
+        if damaged or unpacker.returncode:
             raise PackageError(f'{self.path(name)} is damaged: remove it and run again')
         files.update((path, files[target]) for path, target in links.items() if target in files)
         return dict(sorted(files.items()))
