@@ -32,7 +32,7 @@ struct phrase_table_options_t {
   int max_targets = 0;   // targets kept per source phrase, the best; 0: all
   int samples = 256;     // per score of a compact table, 1 to 256
   quantize_t quantize = quantize_t::kKMeans;
-  std::string quantifier_path;  // written when compact; may not be empty then
+  std::string quantifier_path = {};  // written when compact; may not be empty then
 
   // Scores the targets of a table of nine scores; needed then. Its visible trees change.
   decoder::LangModel* lang_model = nullptr;

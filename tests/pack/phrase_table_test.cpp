@@ -1,0 +1,274 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "decoder/compact_trans_model.h"
+#include "decoder/compressor.h"
+#include "decoder/shared_member.h"
+#include "support/random_model.h"
+#include "support/temp_folder.h"
+#include "toolkit/pack/phrase_table_builder.h"
+#include "toolkit/pack/score_samples.h"
+
+using kora_test::message_of;
+using kora_test::RandomModel;
+using kora_test::read_file;
+using kora_test::TempFolder;
+using koralite::decoder::CompactLmModel;
+using koralite::decoder::CompactTransModel;
+using koralite::decoder::Compressor;
+using koralite::decoder::Parameter;
+using koralite::decoder::Quantifier;
+using koralite::decoder::SharedMember;
+using koralite::decoder::target_entry_t;
+using koralite::decoder::TargetData;
+using koralite::toolkit::phrase_entry_t;
+using koralite::toolkit::phrase_t;
+using koralite::toolkit::phrase_table_options_t;
+using koralite::toolkit::phrase_table_report_t;
+using koralite::toolkit::PhraseTableBuilder;
+using koralite::toolkit::reordering_t;
+
+namespace {
+
+using ids_t = std::vector<int>;
+
+ids_t ids_of(const phrase_t& phrase) {
+  return {phrase.words().begin(), phrase.words().end()};
+}
+
+// What a table must give for each pair of a source phrase.
+using wanted_t = std::map<ids_t, std::vector<float>>;
+
+std::map<ids_t, wanted_t> wanted_of(const RandomModel& model, bool prune) {
+  CompactLmModel lang_model(model.lm_path(), 8);
+  std::map<ids_t, wanted_t> wanted;
+  for (const phrase_entry_t& pair : model.pairs()) {
+    const ids_t target = ids_of(pair.target);
+    lang_model.add_to_cache(std::set<int>(target.begin(), target.end()));
+    float complete = 0;
+    float total = 0;
+    lang_model.compute_phrase_score(target, complete, total);
+    std::vector<float> scores;
+    if (!prune) scores = {total, complete};
+    scores.push_back(pair.translation);
+    for (std::size_t i = 0; i < 6; ++i) {
+      const std::size_t triple = i - i % 3;
+      const float sum =
+          pair.reordering[triple] + pair.reordering[triple + 1] + pair.reordering[triple + 2];
+      const float share = (pair.reordering[i] + 0.5F) / (sum + 1.5F);
+      scores.push_back(static_cast<float>(std::log(static_cast<double>(share))));
+    }
+    wanted[ids_of(pair.source)][target] = scores;
+  }
+  return wanted;
+}
+
+TEST(PhraseTable, GivesBackEveryPairOfRandomModels) {
+  const TempFolder folder;
+  std::size_t entries = 0;
+  for (std::uint32_t seed = 1; seed <= 120; ++seed) {
+    kora_test::random_model_options_t options{.seed = seed};
+    options.compact = seed % 2 == 1;
+    options.prune = seed % 4 >= 2;
+    options.pairs = static_cast<int>(1 + seed * 3);
+    options.max_phrase = static_cast<int>(1 + seed % 8);
+    RandomModel random(folder.path(), options);
+    Parameter parameter(random.parameter_path().c_str());
+    SharedMember shared(&parameter, random.folder());
+    ASSERT_EQ(shared.compressor != nullptr, options.compact);
+    const CompactTransModel model(shared.trans_model_path);
+    const std::map<ids_t, wanted_t> wanted = wanted_of(random, options.prune);
+
+    // Sentences that hold every source phrase of the table, and words between them.
+    std::vector<ids_t> sentences(1);
+    for (const auto& [source, targets] : wanted) {
+      if (sentences.back().size() > 24) sentences.emplace_back();
+      sentences.back().insert(sentences.back().end(), source.begin(), source.end());
+      if (random.random(3) == 0) sentences.back().push_back(random.random(400) - 5);
+    }
+    std::set<ids_t> seen;
+    CompactTransModel::target_table_t table;
+    for (const ids_t& sentence : sentences) {
+      model.search_sentence(sentence, table);
+      for (std::size_t i = 0; i < sentence.size(); ++i) {
+        for (std::size_t k = 0; k < 8; ++k) {
+          TargetData& cell = table[i][k];
+          const ids_t source =
+              i + k < sentence.size()
+                  ? ids_t(sentence.begin() + static_cast<std::ptrdiff_t>(i),
+                          sentence.begin() + static_cast<std::ptrdiff_t>(i + k + 1))
+                  : ids_t{-7};
+          const auto at = wanted.find(source);
+          ASSERT_EQ(cell.empty(), at == wanted.end()) << "seed " << seed;
+          if (cell.empty()) continue;
+          seen.insert(source);
+          ids_t ids;
+          std::vector<float> scores;
+          std::size_t count = 0;
+          float last = 0;
+          TargetData second = cell;  // read in the other way beside it
+          second.begin();
+          target_entry_t entry;
+          while (cell.next(shared.compressor.get(), ids, scores)) {
+            const auto target = at->second.find(ids);
+            ASSERT_NE(target, at->second.end());
+            ASSERT_EQ(scores, target->second) << "seed " << seed;
+            const float rank = scores[options.prune ? 0 : 2] * 0.2F +
+                               static_cast<float>(ids.size()) +
+                               (options.prune ? 0.0F : scores[0] * 0.5F);
+            ASSERT_TRUE(count == 0 || rank <= last) << "seed " << seed;
+            last = rank;
+            ++count;
+            ASSERT_TRUE(second.next(shared.compressor.get(), entry));
+            ASSERT_TRUE(entry.fits());
+            ASSERT_EQ(ids_t(entry.words().begin(), entry.words().end()), ids);
+            ASSERT_EQ(
+                std::vector<float>(entry.scores.begin(), entry.scores.begin() + entry.score_count),
+                scores);
+          }
+          ASSERT_FALSE(second.next(shared.compressor.get(), entry));
+          ASSERT_EQ(count, at->second.size()) << "seed " << seed;
+          entries += count;
+        }
+      }
+    }
+    ASSERT_EQ(seen.size(), wanted.size());
+  }
+  TargetData::s_score_size = 9;
+  EXPECT_GT(entries, 20000U);
+}
+
+phrase_entry_t pair(const ids_t& source, const ids_t& target, float translation = -1) {
+  phrase_entry_t entry;
+  entry.source = phrase_t(source);
+  entry.target = phrase_t(target);
+  entry.translation = translation;
+  return entry;
+}
+
+TEST(PhraseTableBuilder, CountsWhatItDrops) {
+  const TempFolder folder;
+  const ids_t nine(9, 1);
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  struct case_t {
+    phrase_entry_t entry;
+    std::uint64_t phrase_table_report_t::*plain;
+    std::uint64_t phrase_table_report_t::*compact;
+  };
+  using report_t = phrase_table_report_t;
+  const case_t cases[] = {
+      {pair({}, {1}), &report_t::bad_source_length, &report_t::bad_source_length},
+      {pair(nine, {1}), &report_t::bad_source_length, &report_t::bad_source_length},
+      {pair({1}, nine), &report_t::long_targets, &report_t::long_targets},
+      {pair({-1}, {1}), &report_t::bad_source_words, &report_t::bad_source_words},
+      {pair({65535}, {1}), &report_t::written, &report_t::written},
+      {pair({1, 65534}, {1}), &report_t::written, &report_t::written},
+      {pair({1, 65535}, {1}), &report_t::bad_source_words, &report_t::bad_source_words},
+      {pair({1}, {-1}), &report_t::bad_target_words, &report_t::bad_target_words},
+      {pair({1}, {65536}), &report_t::written, &report_t::bad_target_words},
+      {pair({1}, {}), &report_t::written, &report_t::written},
+      {pair({1}, {1}, nan), &report_t::bad_scores, &report_t::bad_scores},
+      {pair({7}, {7}), &report_t::repeated, &report_t::repeated},
+      {pair({7}, {9}, -3), &report_t::over_limit, &report_t::over_limit},
+  };
+  for (const case_t& test : cases) {
+    for (const bool compact : {false, true}) {
+      PhraseTableBuilder builder({.compact = compact,
+                                  .score_size = 7,
+                                  .max_targets = 2,
+                                  .quantifier_path = folder.path("quantifier")});
+      builder.add(pair({7}, {7}));
+      builder.add(pair({7}, {8}));
+      builder.add(test.entry);
+      const phrase_table_report_t report = builder.write(folder.path("table"));
+      const auto counter = compact ? test.compact : test.plain;
+      const bool kept = counter == &report_t::written;
+      EXPECT_EQ(report.*counter, kept ? 3U : 1U) << &test - cases;
+      EXPECT_EQ(report.written, kept ? 3U : 2U) << &test - cases;
+      EXPECT_EQ(report.warnings().empty(), kept) << &test - cases;
+    }
+  }
+  const std::pair<phrase_table_options_t, const char*> refused[] = {
+      {{.score_size = 8}, "a phrase table has 7 or 9 scores"},
+      {{.score_size = 9}, "a phrase table of 9 scores needs a language model"},
+      {{.compact = true, .score_size = 7},
+       "a compact phrase table needs the path of its quantifier file"},
+      {{.compact = true, .score_size = 7, .samples = 257, .quantifier_path = "q"},
+       "a score of a compact phrase table has 1 to 256 samples"},
+  };
+  for (const auto& [options, message] : refused) {
+    EXPECT_EQ(message_of([&options = options] { PhraseTableBuilder builder(options); }), message);
+  }
+}
+
+TEST(PhraseTableBuilder, KeepsTheBestAndJoinsReordering) {
+  const TempFolder folder;
+  TargetData::s_score_size = 7;
+  PhraseTableBuilder builder({.score_size = 7, .max_targets = 2});
+  builder.add_reordering(phrase_t(ids_t{5, 6}), phrase_t(ids_t{1}), reordering_t::kLogProbs,
+                         {-0.5F, -2, -3, -1, -2, -0.75F});
+  builder.add_reordering(phrase_t(ids_t{5, 6}), phrase_t(ids_t{4}), reordering_t::kLogProbs, {});
+  builder.add(pair({5, 6}, {2}, -9));
+  builder.add(pair({5, 6}, {1}, -2));
+  builder.add(pair({5, 6}, {1}, -1));
+  builder.add(pair({5, 6}, {3}, -8));
+  const phrase_table_report_t report = builder.write(folder.path("table"));
+  EXPECT_EQ(report.over_limit, 1U);
+  EXPECT_EQ(report.repeated, 1U);
+  EXPECT_EQ(report.lone_reordering, 1U);
+  const CompactTransModel model(folder.path("table"));
+  CompactTransModel::target_table_t table;
+  model.search_sentence(ids_t{5, 6}, table);
+  EXPECT_TRUE(table[0][0].empty());
+  ids_t ids;
+  std::vector<float> scores;
+  ASSERT_TRUE(table[0][1].next(ids, scores));
+  EXPECT_EQ(ids, ids_t{1});
+  EXPECT_EQ(scores, (std::vector<float>{-1, -0.5F, -2, -3, -1, -2, -0.75F}));
+  ASSERT_TRUE(table[0][1].next(ids, scores));
+  EXPECT_EQ(ids, ids_t{3});
+  EXPECT_FLOAT_EQ(scores[1], std::log(1.0F / 3.0F));
+  EXPECT_FALSE(table[0][1].next(ids, scores));
+  TargetData::s_score_size = 9;
+}
+
+TEST(PhraseTableBuilder, FindsTheNearestReorderingIndex) {
+  for (int index = 0; index < Compressor::kReorderIndexes; ++index) {
+    std::array<float, 3> scores{};
+    Compressor::compute_reordering_score(index, scores.data());
+    std::array<float, 3> found{};
+    Compressor::compute_reordering_score(koralite::toolkit::nearest_reordering(scores),
+                                         found.data());
+    for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(found[i], scores[i], 1e-6) << index;
+  }
+}
+
+TEST(ScoreSamples, KMeansBeatsQuantilesAndKeepsFewValuesExact) {
+  std::mt19937 random(1);
+  std::exponential_distribution<float> long_tail(0.3F);
+  std::vector<float> values(20000);
+  for (float& value : values) value = -long_tail(random);
+  for (const int count : {1, 2, 16, 256}) {
+    const Quantifier kmeans(koralite::toolkit::kmeans_samples(values, count));
+    const Quantifier quantiles(koralite::toolkit::quantile_samples(values, count));
+    for (const Quantifier& quantifier : {kmeans, quantiles}) {
+      EXPECT_LE(quantifier.samples().size(), static_cast<std::size_t>(count));
+      EXPECT_TRUE(std::is_sorted(quantifier.samples().begin(), quantifier.samples().end()));
+    }
+    EXPECT_EQ(kmeans.samples().size(), static_cast<std::size_t>(count));
+    using koralite::toolkit::quantize_error;
+    EXPECT_LE(quantize_error(values, kmeans), quantize_error(values, quantiles) + 1e-9) << count;
+  }
+  const std::vector<float> few = {-2, -1, -2, -2, 0, -1, -7};
+  EXPECT_EQ(koralite::toolkit::kmeans_samples(few, 4), (std::vector<float>{-7, -2, -1, 0}));
+  EXPECT_TRUE(koralite::toolkit::kmeans_samples({}, 4).empty());
+}
+
+}  // namespace
