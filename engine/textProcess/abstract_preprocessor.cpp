@@ -1,5 +1,8 @@
 #include "textProcess/abstract_preprocessor.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -18,6 +21,17 @@ constexpr std::size_t kPoolBlock = 102400;  // bytes
 // A TAB separates words like a blank, from the step "text_replace" on.
 constexpr char kReplacedByte = '\t';
 constexpr char kReplacementByte = ' ';
+
+// The pieces of a cut word are placed by their offset in the processed text, which may hold more
+// bytes than the source (escapes): no word may begin behind the next one or behind the text.
+void keep_in_order(ProcessWordSeq::Positions& words, const ProcessStr::Positions& bytes) {
+  if (words.empty() || bytes.empty()) return;
+  std::int32_t limit = *std::max_element(bytes.begin(), bytes.end());
+  for (std::size_t i = words.size(); i-- > 0;) {
+    words[i] = std::min(words[i], limit);
+    limit = words[i];
+  }
+}
 
 }  // namespace
 
@@ -74,6 +88,7 @@ void AbstractPreprocessor::Preprocess(ProcessStr& str, ProcessWordSeq& words) {
   if (str2word_->DoProcess(str, words) == 0)
     throw std::runtime_error("Preprocess Str2WordSeq error\n");
   if (ws_head_->Process(words) == 0) throw std::runtime_error("Preprocess WordSeq error\n");
+  if (words.has_positions()) keep_in_order(words.positions(), str.positions());
 }
 
 void AbstractPreprocessor::Preprocess(ProcessStr& str) {
