@@ -199,4 +199,15 @@ TEST(VocabFile, WordListsAndIndexes) {
             le(2, 8) + le(4, 8) + le(0xFFFFFFFF, 4) + le(2, 4) + std::string("a\0b\0", 4));
 }
 
+// The dumps in docs/format-resource.md and docs/format-string-index.md.
+TEST(Documents, ExampleDumpsAreWhatTheWritersWrite) {
+  const TempFolder folder;
+  const std::string path = folder.path("file");
+  write_resource_file(path, Lines{"zA", "", "zAa"});
+  EXPECT_EQ(read_file(path), std::string("\4\0\0\0\x4A\x2D\0\0\0\0\0\0\x4A\x2D\x2C\0", 16));
+  write_vocab_file(path, Lines{"<unk>", "a", "\xE7\x8C\xAB"});
+  EXPECT_EQ(read_file(path), le(3, 8) + le(12, 8) + le(256, 4) + le(257, 4) + le(258, 4) +
+                                 std::string("<unk>\0a\0\xE7\x8C\xAB\0", 12));
+}
+
 }  // namespace
