@@ -1,0 +1,49 @@
+// The `kora` command: parses the words, runs one subcommand, turns errors into
+// one line on standard error and an exit code.
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <new>
+#include <string>
+
+#include "toolkit/cli/command.h"
+
+namespace {
+
+using namespace koralite::toolkit::cli;
+
+int fail(const std::string& message, ExitCode code) {
+  std::fprintf(stderr, "kora: %s\n", message.c_str());
+  return code;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // A reader that goes away is an error of writing, not the end of the process.
+  std::signal(SIGPIPE, SIG_IGN);
+
+  CLI::App program("Kora translates text and makes the models for it.", "kora");
+  program.require_subcommand(1);
+  program.set_version_flag("--version", "kora 1.0.0");
+  run_t run;
+  add_translate(program, run);
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::Success& help) {
+    return program.exit(help);
+  } catch (const CLI::ParseError& error) {
+    program.exit(error);
+    return kUsage;
+  }
+
+  try {
+    return run();
+  } catch (const io_error& error) {
+    return fail(error.what(), kInputOutput);
+  } catch (const std::bad_alloc&) {
+    return fail("out of memory", kInputOutput);
+  } catch (const std::exception& error) {
+    return fail(error.what(), kBadInput);
+  }
+}
