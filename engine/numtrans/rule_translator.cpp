@@ -128,6 +128,13 @@ RuleTranslator::RuleTranslator(const char* path) {
     read_rule(line);
     outline_rule(rules_.size() - 1);
   }
+  stored_ = {};
+}
+
+// Rules repeat their tokens over and over: each is kept once.
+std::string_view RuleTranslator::store(std::string_view text) {
+  if (const auto known = stored_.find(text); known != stored_.end()) return *known;
+  return *stored_.emplace(pool_.add_string(text), text.size()).first;
 }
 
 void RuleTranslator::read_rule(std::string line) {
@@ -142,12 +149,15 @@ void RuleTranslator::read_rule(std::string line) {
     read_expression(fields[2], rule.assignments);
   }
   read_pattern(fields[fields.size() - 2], rule.target);
-  rule.type = pool_.add_string(fields.back());
+  rule.type = store(fields.back());
+  for (TokenList* tokens : {&rule.source, &rule.constraint, &rule.assignments, &rule.target}) {
+    tokens->shrink_to_fit();
+  }
 }
 
 void RuleTranslator::read_pattern(std::string_view text, TokenList& pieces) {
   const auto add = [&](std::string_view piece) {
-    if (!piece.empty()) pieces.emplace_back(pool_.add_string(piece), piece.size());
+    if (!piece.empty()) pieces.push_back(store(piece));
   };
   while (!text.empty()) {
     const std::size_t open = text.find('(');
@@ -200,7 +210,7 @@ void RuleTranslator::read_expression(std::string_view text, TokenList& tokens) {
       default:
         length = std::min(text.find_first_of(ends_name, i), text.size()) - i;
     }
-    tokens.emplace_back(pool_.add_string(text.substr(i, length)), length);
+    tokens.push_back(store(text.substr(i, length)));
     i += length;
   }
 }

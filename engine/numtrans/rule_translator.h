@@ -15,6 +15,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "common/string_pool.h"
@@ -95,12 +96,14 @@ class RuleTranslator {
   void read_pattern(std::string_view text, TokenList& pieces);
   void read_expression(std::string_view text, TokenList& tokens);
   void outline_rule(std::size_t index);
+  std::string_view store(std::string_view text);
   bool check_constraint(const TokenList& tokens) const;
   bool convert_numbers(const TokenList& tokens);
   bool get_number(std::string_view token, Number& value) const;
   bool evaluate(std::span<const std::string_view> tokens, int depth, Number& value) const;
 
   common::StringPool pool_{102400};
+  std::unordered_set<std::string_view> stored_;  // what the pool holds, while rules are read
   std::vector<Rule> rules_;
   std::vector<Outline> outlines_;  // one a rule
   // By first byte of a phrase: the rules that can match it, in file order.
