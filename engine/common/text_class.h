@@ -3,6 +3,10 @@
 // class but `text_is_non_ascii`. Free functions without state.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <string_view>
+
 namespace koralite::common {
 
 constexpr bool text_is_digit(char c) {
@@ -34,5 +38,23 @@ constexpr char text_to_lower(char c) {
 constexpr char text_to_upper(char c) {
   return text_is_lower(c) ? static_cast<char>(c - 'a' + 'A') : c;
 }
+
+// A set of bytes, to look for the next one of them.
+class ByteSet {
+ public:
+  constexpr explicit ByteSet(std::string_view bytes, std::string_view more = {}) {
+    for (const char c : bytes) in_[static_cast<unsigned char>(c)] = true;
+    for (const char c : more) in_[static_cast<unsigned char>(c)] = true;
+  }
+  constexpr bool contains(char c) const { return in_[static_cast<unsigned char>(c)]; }
+  // The first byte of the set at or behind `at`, or the text's size.
+  constexpr std::size_t find(std::string_view text, std::size_t at) const {
+    while (at < text.size() && !contains(text[at])) ++at;
+    return at;
+  }
+
+ private:
+  std::array<bool, 256> in_{};
+};
 
 }  // namespace koralite::common

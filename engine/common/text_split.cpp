@@ -12,6 +12,8 @@ namespace koralite::common {
 namespace {
 
 constexpr std::size_t kSpare = 100;  // room for line feeds before the output must grow
+constexpr ByteSet kEnglishEnders(".!?");
+constexpr ByteSet kMarkLeads("\xe2\xe3\xef");  // first bytes of the marks below
 
 struct EnglishSplitter {
   template <bool kPlaced>
@@ -20,6 +22,12 @@ struct EnglishSplitter {
     text_lowercase_eng(in, lower);
     bool ended = false;
     for (std::size_t i = 0; i < in.size(); ++i) {
+      if (!ended) {
+        const std::size_t next = kEnglishEnders.find(in, i);
+        out.copy(i, next - i);
+        if (next == in.size()) return;
+        i = next;
+      }
       const char c = in[i];
       if (ended) {
         if (c != '\'' && c != ' ' && c != '"' && c != ')') {
@@ -42,6 +50,12 @@ struct ChineseSplitter {
     const std::string_view text = in;
     bool ended = false;
     for (std::size_t i = 0; i < text.size();) {
+      if (!ended) {
+        const std::size_t next = kMarkLeads.find(text, i);
+        out.copy(i, next - i);
+        if (next == text.size()) return;
+        i = next;
+      }
       const std::string_view mark =
           text_is_non_ascii(text[i]) ? text.substr(i, 3) : std::string_view();
       const bool ender = mark == "？" || mark == "。" || mark == "！" || mark == "…";

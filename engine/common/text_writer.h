@@ -5,6 +5,7 @@
 // A writer borrows its source text and positions and owns what it has written.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -23,9 +24,10 @@ class TextWriter {
     if constexpr (kPlaced) placed_.reserve(reserve);
   }
 
-  // Source byte `at`, with its position.
+  // Source byte `at`, with its position; or `count` bytes from `first` on, where they are there.
   void copy(std::size_t at) { insert(source_[at], at); }
   void copy(std::size_t first, std::size_t count) {
+    count = std::min(count, source_.size() - first);
     text_.append(source_, first, count);
     if constexpr (kPlaced) {
       placed_.insert(placed_.end(), positions_ + first, positions_ + first + count);

@@ -1,5 +1,7 @@
 #include "textProcess/blank_str_processors.h"
 
+#include <algorithm>
+
 #include "textProcess/text_helpers.h"
 
 namespace koralite::textProcess {
@@ -25,12 +27,14 @@ int EraseBlankChsStrProcessor::OnProcess(ProcessStr& str) {
 template <bool kPlaced>
 void EraseBlankChsStrProcessor::rewrite(std::string_view in,
                                         common::TextWriter<kPlaced>& out) const {
-  for (std::size_t i = 0; i < in.size(); ++i) {
-    if (in[i] == ' ' && (i == 0 || i + 1 == in.size() || text_is_non_ascii(in[i - 1]) ||
-                         text_is_non_ascii(in[i + 1]))) {
-      continue;
-    }
-    out.copy(i);
+  for (std::size_t i = 0; i < in.size();) {
+    const bool dropped =
+        in[i] == ' ' && (i == 0 || i + 1 == in.size() || text_is_non_ascii(in[i - 1]) ||
+                         text_is_non_ascii(in[i + 1]));
+    const std::size_t next = std::min(in.find(' ', i + 1), in.size());
+    const std::size_t first = dropped ? i + 1 : i;
+    out.copy(first, next - first);
+    i = next;
   }
 }
 
@@ -57,9 +61,11 @@ bool glues_sentences(std::string_view in, std::size_t dot) {
 template <bool kPlaced>
 void InsertBlankEngStrProcessor::rewrite(std::string_view in,
                                          common::TextWriter<kPlaced>& out) const {
-  for (std::size_t i = 0; i < in.size(); ++i) {
-    out.copy(i);
-    if (in[i] == '.' && glues_sentences(in, i)) out.insert(' ', i);
+  for (std::size_t i = 0; i < in.size();) {
+    const std::size_t dot = std::min(in.find('.', i), in.size());
+    out.copy(i, dot + 1 - i);
+    if (dot < in.size() && glues_sentences(in, dot)) out.insert(' ', dot);
+    i = dot + 1;
   }
 }
 

@@ -38,15 +38,19 @@ void CleanStrProcessor::rewrite(std::string_view in, common::TextWriter<kPlaced>
 
 template <bool kPlaced>
 void EraseCommaStrProcessor::rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const {
+  constexpr common::ByteSet kCommaLeads(",\xef");
   for (std::size_t i = 0; i < in.size();) {
-    out.copy(i);
-    const bool digit = text_is_digit(in[i]);
-    ++i;
-    if (!digit || i == in.size()) continue;
-    if (in[i] == ',') {
-      if (three_digits(in, i + 1)) ++i;
-    } else if (in.substr(i, kFullWidthComma.size()) == kFullWidthComma) {
-      if (three_digits(in, i + kFullWidthComma.size())) i += kFullWidthComma.size();
+    const std::size_t comma = kCommaLeads.find(in, i);
+    out.copy(i, comma - i);
+    if (comma == in.size()) return;
+    i = comma;
+    const std::size_t size = in[comma] == ',' ? 1 : kFullWidthComma.size();
+    if (comma > 0 && text_is_digit(in[comma - 1]) &&
+        (size == 1 || in.substr(comma, size) == kFullWidthComma) &&
+        three_digits(in, comma + size)) {
+      i += size;
+    } else {
+      out.copy(i++);
     }
   }
 }
@@ -54,18 +58,25 @@ void EraseCommaStrProcessor::rewrite(std::string_view in, common::TextWriter<kPl
 template <bool kPlaced>
 void ReplaceSpecCharStrProcessor::rewrite(std::string_view in,
                                           common::TextWriter<kPlaced>& out) const {
+  constexpr common::ByteSet kReserved("\\#");
   for (std::size_t i = 0; i < in.size(); ++i) {
-    if (in[i] == '\\' || in[i] == '#') out.insert('\\', i);
-    out.copy(i);
+    const std::size_t next = kReserved.find(in, i);
+    out.copy(i, next - i);
+    if (next == in.size()) return;
+    out.insert('\\', next);
+    out.copy(next);
+    i = next;
   }
 }
 
 template <bool kPlaced>
 void RestoreSpecCharStrProcessor::rewrite(std::string_view in,
                                           common::TextWriter<kPlaced>& out) const {
-  for (std::size_t i = 0; i < in.size(); ++i) {
-    if (in[i] == '\\' && ++i == in.size()) break;
-    out.copy(i);
+  for (std::size_t i = 0; i < in.size();) {
+    const std::size_t next = std::min(in.find('\\', i), in.size());
+    out.copy(i, next - i);
+    if (next + 1 < in.size()) out.copy(next + 1);
+    i = next + 2;
   }
 }
 

@@ -1,10 +1,15 @@
 #include "textProcess/detokenize_eng_str_processors.h"
 
+#include <algorithm>
+
+#include "common/text_class.h"
+
 namespace koralite::textProcess {
 
 template <bool kPlaced>
 void DetokenizeEngStrProcessor::rewrite(std::string_view in,
                                         common::TextWriter<kPlaced>& out) const {
+  constexpr common::ByteSet kSpecial(" ,.:;!?%)]}([{$\"'");
   bool blank = false;        // one is due, unless the next byte attaches to the left
   bool double_opens = true;  // the next double quote
   bool single_opens = true;  // the next single quote
@@ -68,8 +73,13 @@ void DetokenizeEngStrProcessor::rewrite(std::string_view in,
         single_opens = !single_opens;
         break;
       }
-      default:
-        set_off(i);
+      default: {
+        const std::size_t end = kSpecial.find(in, i + 1);
+        if (blank) out.insert(' ', i);
+        blank = false;
+        out.copy(i, end - i);
+        i = end - 1;
+      }
     }
   }
 }
@@ -77,15 +87,20 @@ void DetokenizeEngStrProcessor::rewrite(std::string_view in,
 template <bool kPlaced>
 void ConnectEllipsisStrProcessor::rewrite(std::string_view in,
                                           common::TextWriter<kPlaced>& out) const {
-  bool in_run = false;
-  for (std::size_t i = 0; i < in.size(); ++i) {
-    if (in[i] == ' ' && i + 1 < in.size() && in[i + 1] == '.') {
+  std::size_t i = 0;
+  bool in_run = in.starts_with('.');
+  if (in_run) out.copy(i++);
+  while (i < in.size()) {
+    if (in.substr(i, 2) == " .") {
       if (!in_run) out.copy(i);
-      out.copy(++i);
+      out.copy(i + 1);
+      i += 2;
       in_run = true;
     } else {
-      out.copy(i);
-      in_run = i == 0 && in[i] == '.';
+      const std::size_t end = std::min(in.find(' ', i + 1), in.size());
+      out.copy(i, end - i);
+      i = end;
+      in_run = false;
     }
   }
 }

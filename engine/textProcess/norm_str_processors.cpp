@@ -96,8 +96,13 @@ std::string_view chinese_mark(std::string_view in, std::size_t at) {
 
 template <bool kPlaced>
 void Sbc2DbcStrProcessor::rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const {
+  constexpr common::ByteSet kLeads("\xe3\xef");
   for (std::size_t i = 0; i < in.size();) {
-    const char ascii = text_is_non_ascii(in[i]) ? half_width(three_byte_character(in, i)) : '\0';
+    const std::size_t next = kLeads.find(in, i);
+    out.copy(i, next - i);
+    if (next == in.size()) return;
+    i = next;
+    const char ascii = half_width(three_byte_character(in, i));
     if (ascii != '\0') {
       out.insert(ascii, i);
       i += 3;
@@ -109,9 +114,13 @@ void Sbc2DbcStrProcessor::rewrite(std::string_view in, common::TextWriter<kPlace
 
 template <bool kPlaced>
 void NormPuncEngStrProcessor::rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const {
+  constexpr common::ByteSet kLeads("\xe2\xe3\xef");
   for (std::size_t i = 0; i < in.size();) {
-    const std::string_view mark =
-        text_is_non_ascii(in[i]) ? ascii_mark(three_byte_character(in, i)) : std::string_view();
+    const std::size_t next = kLeads.find(in, i);
+    out.copy(i, next - i);
+    if (next == in.size()) return;
+    i = next;
+    const std::string_view mark = ascii_mark(three_byte_character(in, i));
     if (!mark.empty()) {
       out.insert(mark, i);
       i += 3;
@@ -123,8 +132,13 @@ void NormPuncEngStrProcessor::rewrite(std::string_view in, common::TextWriter<kP
 
 template <bool kPlaced>
 void NormPuncChsStrProcessor::rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const {
+  constexpr common::ByteSet kLeads(".\",:();?!\xef");
   bool quote_opens = true;
   for (std::size_t i = 0; i < in.size();) {
+    const std::size_t next = kLeads.find(in, i);
+    out.copy(i, next - i);
+    if (next == in.size()) return;
+    i = next;
     if (in[i] == '.' && in.substr(i, 3) == "...") {
       out.insert("…", i);
       i += 3;

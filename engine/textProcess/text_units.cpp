@@ -11,11 +11,19 @@ constexpr std::size_t kShortestUrl = 4;
 bool ends_token(char c) {
   return c == ' ' || c == '\0';
 }
+constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+constexpr common::ByteSet kWordBytes(kLetters, "0123456789_");
+constexpr common::ByteSet kLabelBytes(kLetters, "0123456789_-");
+constexpr common::ByteSet kPathBytes(kLetters, "0123456789_-./");
+
+bool is_word_byte(char c) {
+  return kWordBytes.contains(c);
+}
 bool is_label_byte(char c) {
-  return text_is_digit_or_letter(c) || c == '_' || c == '-';
+  return kLabelBytes.contains(c);
 }
 bool is_path_byte(char c) {
-  return is_label_byte(c) || c == '.' || c == '/';
+  return kPathBytes.contains(c);
 }
 
 bool stops_head(char c) {
@@ -47,7 +55,7 @@ std::size_t UnitScanner::run_end(Run& run, std::size_t at, Inside inside) const 
 }
 
 std::size_t UnitScanner::function_at(std::size_t at) {
-  const std::size_t end = run_end(word_, at, text_is_word_byte);
+  const std::size_t end = run_end(word_, at, is_word_byte);
   return end > at && byte(end) == '(' && byte(end + 1) == ')' ? end + 2 - at : 0;
 }
 
@@ -123,6 +131,33 @@ std::size_t UnitScanner::integral_at(std::size_t at) {
   if (!text_is_non_ascii(first)) return 0;
   while (text_is_non_ascii(byte(end))) ++end;
   return end - at;
+}
+
+std::size_t UnitScanner::plain_word_end(std::size_t at) {
+  std::size_t end = at;
+  std::size_t first = at;  // of the bytes equal to the one looked at
+  std::size_t run = 0;     // where five such bytes begin, if run_found
+  bool run_found = false;
+  for (; end < text_.size() && kWordBytes.contains(text_[end]); ++end) {
+    if (text_[end] != text_[first]) {
+      first = end;
+    } else if (end + 1 - first == kShortestRun) {
+      run = first;
+      run_found = true;
+      break;
+    }
+  }
+  if (run_found) {
+    if (run == at) return at;
+    end = run_end(word_, at, is_word_byte);
+  }
+  // A word that ends its token is plain. Otherwise the rest of the token has a say.
+  if (!ends_token(byte(end))) {
+    if (byte(end) == '(' && byte(end + 1) == ')') return at;
+    if (!in_token_ || at >= token_end_) enter_token(at);
+    if (has_dot_ && last_dot_ >= at) return at;
+  }
+  return run_found ? run : end;
 }
 
 std::size_t text_is_function(const char* text) {

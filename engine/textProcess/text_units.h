@@ -30,6 +30,10 @@ class UnitScanner {
   std::size_t url_at(std::size_t at);
   std::size_t integral_at(std::size_t at);
 
+  // The end of a stretch of word bytes from `at` on in which no unit begins, as far as that is seen
+  // at once; `at` where it is not. Not going back either.
+  std::size_t plain_word_end(std::size_t at);
+
  private:
   // The first byte at or behind `at` that is outside of some class, remembered for the next call.
   struct Run {

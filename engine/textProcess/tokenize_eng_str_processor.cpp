@@ -42,6 +42,15 @@ void TokenizeEngStrProcessor::rewrite(std::string_view in, common::TextWriter<kP
 
   UnitScanner units(in);
   for (std::size_t i = 0; i < in.size(); ++i) {
+    if (in[i] == ' ' && i + 1 < in.size() && in[i + 1] != ' ') {
+      out.insert("   ", i);
+      continue;
+    }
+    if (const std::size_t end = units.plain_word_end(i); end > i) {
+      out.copy(i, end - i);
+      i = end - 1;
+      continue;
+    }
     if (const std::size_t length = units.integral_at(i)) {
       const std::size_t last = i + length - 1;
       if (!out.empty()) out.insert(' ', i);

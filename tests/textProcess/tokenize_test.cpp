@@ -205,7 +205,7 @@ TEST(Units, ScannerAgreesWithTheRulesAtEveryIndex) {
   std::mt19937 random(20);
   std::size_t addresses = 0;
   for (int round = 0; round < 40000; ++round) {
-    constexpr std::string_view kBytes = "aaB1.._-//:@@ ,()\0中"sv;
+    constexpr std::string_view kBytes = "aaaaB1.._-//:@@ ,()\0中"sv;
     std::string text;
     for (std::size_t size = random() % 24; size > 0; --size) {
       const std::size_t pick = random() % (kBytes.size() + 2);
@@ -220,6 +220,10 @@ TEST(Units, ScannerAgreesWithTheRulesAtEveryIndex) {
       ASSERT_EQ(scanner.url_at(i), url) << "[" << text << "] at " << i;
       ASSERT_EQ(text_is_url(text.c_str() + i), url) << "[" << text << "] at " << i;
       ASSERT_EQ(scanner.function_at(i), text_is_function(text.c_str() + i));
+      for (std::size_t plain = i, end = scanner.plain_word_end(i); plain < end; ++plain) {
+        ASSERT_EQ(text_is_integral(text.c_str() + plain), 0U) << "[" << text << "] at " << plain;
+        ASSERT_TRUE(text_is_word_byte(text[plain]));
+      }
     }
   }
   EXPECT_GT(addresses, 10000U);
