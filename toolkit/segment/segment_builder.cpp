@@ -83,6 +83,21 @@ std::string utf8_of(const points_t& points) {
   return text;
 }
 
+// The share of all names from which on a surname counts as common.
+constexpr double common_surname_share = 0.004;
+
+// How many words tagged as names of persons begin with each surname.
+std::map<points_t, double> count_surnames(const std::vector<segment_word_t>& words,
+                                          const SurnameSet& surnames) {
+  std::map<points_t, double> counts;
+  for (const segment_word_t& word : words) {
+    if (word.tag != "nr") continue;
+    const person_t person = surnames.split(code_points(word.word));
+    if (!person.given.empty()) counts[person.surname] += 1;
+  }
+  return counts;
+}
+
 [[noreturn]] void fail_at(const std::string& path, std::size_t line, const std::string& what) {
   throw std::runtime_error(path + ":" + std::to_string(line) + ": " + what);
 }
@@ -137,6 +152,10 @@ segment_report_t build_segment_dictionary(const std::string& path,
   for (const segment_word_t& word : words) {
     total += static_cast<double>(std::max<std::uint64_t>(word.count, 1));
   }
+  const std::map<points_t, double> surname_counts = count_surnames(words, surname_set);
+  double names = 0;
+  for (const auto& [surname, count] : surname_counts) names += count;
+
   TrieBuilder trie;
   for (const segment_word_t& word : words) {
     const points_t points = code_points(word.word);
@@ -144,7 +163,9 @@ segment_report_t build_segment_dictionary(const std::string& path,
       ++report.dropped;
       continue;
     }
-    const bool is_name = word.tag == "nr" && !surname_set.split(points).given.empty();
+    const person_t person = word.tag == "nr" ? surname_set.split(points) : person_t{};
+    const bool is_name = person.given.size() == 2 &&
+                         surname_counts.at(person.surname) >= common_surname_share * names;
     const auto count = static_cast<double>(std::max<std::uint64_t>(word.count, 1));
     trie.add(word.word, value_of(count / total, is_name));
     report.person_words += is_name ? 1 : 0;
@@ -164,15 +185,14 @@ segment_report_t build_segment_names(const std::string& path,
   const SurnameSet surname_set(surnames);
 
   // Every surname counts once before any name was seen.
-  std::map<points_t, double> surname_counts;
-  for (const std::string& surname : surnames) surname_counts[code_points(surname)] = 1;
+  std::map<points_t, double> surname_counts = count_surnames(words, surname_set);
+  for (const std::string& surname : surnames) surname_counts[code_points(surname)] += 1;
   std::array<std::map<std::uint32_t, double>, format::given_positions> given;
   std::array<double, 2> by_length = {1, 1};  // names with one and with two given characters
   for (const segment_word_t& word : words) {
     if (word.tag != "nr") continue;
     const person_t person = surname_set.split(code_points(word.word));
     if (person.given.empty()) continue;
-    surname_counts[person.surname] += 1;
     by_length[person.given.size() - 1] += 1;
     if (person.given.size() == 1) {
       given[0][person.given[0]] += 1;

@@ -33,8 +33,9 @@ struct segment_report_t {
   std::size_t dropped = 0;  // words that the format cannot hold
 };
 
-// The word list. A word is marked as the name of a person when its tag is "nr", it has two to four
-// characters and begins with one of the surnames. Words with count 0 are taken as count 1.
+// The word list. A word is marked as the name of a person when its tag is "nr", it is a surname
+// followed by two characters, and that surname is a common one among the words tagged so (rare
+// surnames begin too many ordinary words). Words with count 0 are taken as count 1.
 segment_report_t build_segment_dictionary(const std::string& path,
                                           const std::vector<segment_word_t>& words,
                                           const std::vector<std::string>& surnames);
@@ -45,7 +46,7 @@ segment_report_t build_segment_dictionary(const std::string& path,
 segment_report_t build_segment_names(const std::string& path,
                                      const std::vector<segment_word_t>& words,
                                      const std::vector<std::string>& surnames,
-                                     double name_share = 0.002, double threshold = 22.0);
+                                     double name_share = 0.002, double threshold = 19.0);
 
 // Strings with a fixed segmentation, each given with blanks between its words.
 segment_report_t build_segment_ambiguous(const std::string& path,
