@@ -31,9 +31,10 @@ def _demo(name, left, right):
         tests.append(('descriptions', descriptions.SOURCE))
         if right in _WITH_KERNEL:
             tests.append(('kernel', manuals.KERNEL))
-    return NamedSet(name, left, right,
-                    _small(name, left, right).train + (gnome_help.SOURCE, catalogues.PROGRAM_MESSAGES, catalogues.WESNOTH),
-                    tuple(tests), catalogues.WESNOTH_DEV)
+    train = _small(name, left, right).train + (gnome_help.SOURCE, catalogues.PROGRAM_MESSAGES, catalogues.WESNOTH)
+    if (left, right) != ('en', 'zh'):
+        train += (catalogues.MORE_MESSAGES,)
+    return NamedSet(name, left, right, train, tuple(tests), catalogues.WESNOTH_DEV)
 
 
 SETS = {f'{size}-{left}-{right}': (_small if size == 'small' else _demo)(f'{size}-{left}-{right}', left, right)

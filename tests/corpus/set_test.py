@@ -8,8 +8,9 @@ import tempfile
 import unittest
 from collections import Counter
 
-from corpus.make_set import ROOT, held_out_pages
+from corpus.make_set import ROOT, held_out_pages, packages_of
 from corpus.pipeline import clean_documents, join
+from corpus.sets import SETS
 from corpus.split import Held, Train, choose
 from corpus.text import fingerprint
 from mo import catalogue
@@ -41,6 +42,16 @@ class Split(unittest.TestCase):
         test, dev = held_out_pages('test'), held_out_pages('dev')
         self.assertTrue(test and dev)
         self.assertTrue(test.isdisjoint(dev))
+
+    def test_demo_trains_on_the_listed_packages_and_on_no_test(self):
+        with open(os.path.join(ROOT, 'corpus', 'lists', 'demo-packages.txt'), encoding='utf-8') as f:
+            listed = set(f.read().split())
+        demo = SETS['demo-en-zh']
+        self.assertEqual({p for source in demo.train for p in packages_of(source, demo)}, listed)
+        for chosen in SETS.values():
+            trained = {p for source in chosen.train for p in packages_of(source, chosen)}
+            measured = {p for _, source in chosen.tests for p in packages_of(source, chosen)}
+            self.assertTrue(trained.isdisjoint(measured), chosen.name)
 
 
 class Pipeline(unittest.TestCase):
