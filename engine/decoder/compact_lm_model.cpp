@@ -16,6 +16,9 @@ constexpr std::uint16_t kEntryFlag = 0x8000;
 constexpr std::uint16_t kBackOffMask = 0x7FFF;
 constexpr std::size_t kHeadSize = 6;
 constexpr std::size_t kNodeSize = 8;
+constexpr std::size_t kRootStep = 8;  // records of a cache line
+constexpr std::size_t kLineKeys = 32;
+constexpr std::uint16_t kMinRootChildren = 64;
 constexpr std::int64_t kTreeOverhead = 20;  // counts against the budget beside the nodes
 constexpr std::uint32_t kAlways = 0xFFFFFFFF;
 
@@ -34,12 +37,8 @@ struct node_t {
   std::uint16_t flag_and_back_off() const { return static_cast<std::uint16_t>(bits >> 48); }
 };
 
-// The child `word` of the group that starts at `group`, or null. The tree was checked.
-const unsigned char* find_child(const unsigned char* group, int word) {
-  const node_t first(group);
-  if (first.key() != kGroupKey) return first.key() == word ? group : nullptr;
-  const unsigned char* base = group + kNodeSize;
-  std::size_t count = first.link();
+// The record `word` among `count` (at least 1) in key order, or null.
+const unsigned char* find_record(const unsigned char* base, std::size_t count, int word) {
   while (count > 1) {
     const std::size_t half = count / 2;
     const unsigned char* middle = base + half * kNodeSize;
@@ -47,6 +46,13 @@ const unsigned char* find_child(const unsigned char* group, int word) {
     count -= half;
   }
   return common::load_le<std::uint16_t>(base) == word ? base : nullptr;
+}
+
+// The child `word` of the group that starts at `group`, or null. The tree was checked.
+const unsigned char* find_child(const unsigned char* group, int word) {
+  const node_t first(group);
+  if (first.key() != kGroupKey) return first.key() == word ? group : nullptr;
+  return find_record(group + kNodeSize, first.link(), word);
 }
 
 }  // namespace
@@ -108,7 +114,7 @@ void CompactLmModel::make_resident(std::int64_t budget) {
 
 // Every node must stand as a header and as a child with what it says, wherever walks come from, so
 // one pass in memory order settles the whole tree, whatever way its links run.
-void CompactLmModel::check_tree(tree_state_t& tree) const {
+void CompactLmModel::check_tree(tree_state_t& tree) {
   if (tree.checked) return;
   common::ByteReader reader(bytes_);
   std::uint32_t count = 0;
@@ -133,10 +139,26 @@ void CompactLmModel::check_tree(tree_state_t& tree) const {
     }
   }
   if (!sound) throw std::runtime_error("damaged tree in PackedLM");
-  tree.count = count;
+  tree.empty = count == 0;
   tree.min_probability = min_probability;
   tree.max_back_off = max_back_off;
   tree.checked = true;
+  if (count > 0) add_root_keys(tree);
+}
+
+void CompactLmModel::add_root_keys(tree_state_t& tree) {
+  const node_t root(nodes(tree));
+  if (root.key() != kGroupKey || root.link() < kMinRootChildren) return;
+  tree.root_children = root.link();
+  tree.root_keys = static_cast<std::uint32_t>(root_keys_.size());
+  std::size_t slot = kLineKeys;
+  for (std::size_t i = kRootStep; i < tree.root_children; i += kRootStep, ++slot) {
+    if (slot == kLineKeys) {
+      root_keys_.emplace_back().keys.fill(std::numeric_limits<std::uint16_t>::max());
+      slot = 0;
+    }
+    root_keys_.back().keys[slot] = node_t(nodes(tree) + (1 + i) * kNodeSize).key();
+  }
 }
 
 void CompactLmModel::show_tree(std::size_t index) {
@@ -182,7 +204,7 @@ void CompactLmModel::add_to_cache(std::span<const int> words) {
 }
 
 const unsigned char* CompactLmModel::head(int word) const {
-  if (word < 0 || static_cast<std::uint32_t>(word) >= head_count_) return nullptr;
+  if (!known(word)) return nullptr;
   return bytes_.data() + 2 + static_cast<std::size_t>(word) * kHeadSize;
 }
 
@@ -191,39 +213,76 @@ const CompactLmModel::tree_state_t* CompactLmModel::visible_tree(
   const auto index = common::load_le<std::uint16_t>(head_entry);
   if (index == kNoTree || index >= trees_.size()) return nullptr;
   const tree_state_t& tree = trees_[index];
-  return tree.visible >= generation_ && tree.count != 0 ? &tree : nullptr;
+  return tree.visible >= generation_ && !tree.empty ? &tree : nullptr;
 }
 
-int CompactLmModel::TrieSearchInvert(std::span<const int> ids, lm_levels_t& levels) const {
+// Level 1, and where to go on from there. Touches no tree, but fetches what `walk` needs first:
+// walks that are begun together wait for memory together.
+CompactLmModel::start_t CompactLmModel::begin_walk(std::span<const int> ids,
+                                                   lm_levels_t& levels) const {
   levels.count = 0;
   levels.longest = 0;
   const unsigned char* entry = ids.empty() ? nullptr : head(ids.back());
-  if (entry == nullptr) return 0;
+  if (entry == nullptr) return {};
   levels.level[0] = {common::load_le<std::uint16_t>(entry + 2),
                      common::load_le<std::uint16_t>(entry + 4), true};
   levels.count = 1;
   levels.longest = 1;
-  const std::size_t limit = std::min(ids.size(), levels.level.size());
-  if (limit == 1) return 1;
+  if (ids.size() == 1) return {};
   const tree_state_t* tree = visible_tree(entry);
-  if (tree == nullptr) return 1;
-  const unsigned char* nodes = bytes_.data() + tree->position + 4;
-  const unsigned char* group = nodes;
-  for (std::size_t k = 1; k < limit; ++k) {
-    const int word = ids[ids.size() - 1 - k];
-    if (word < 0 || static_cast<std::uint32_t>(word) >= head_count_) break;
-    const unsigned char* child = find_child(group, word);
-    if (child == nullptr) break;
+  const int word = ids[ids.size() - 2];
+  if (tree == nullptr || !known(word)) return {};
+  start_t start{nodes(*tree), nodes(*tree), 0};
+  if (tree->root_children > 0) {
+    // The block of records that begins with the last key not above the word: all lines before the
+    // one that holds it are full.
+    const std::size_t blocks = (tree->root_children - 1U) / kRootStep;
+    const key_line_t* line = root_keys_.data() + tree->root_keys;
+    std::size_t lines = (blocks + kLineKeys - 1) / kLineKeys;
+    const key_line_t* const first = line;
+    while (lines > 1) {
+      const std::size_t half = lines / 2;
+      line = line[half].keys[0] <= word ? line + half : line;
+      lines -= half;
+    }
+    std::uint16_t before = 0;
+    for (const std::uint16_t key : line->keys) {
+      before = static_cast<std::uint16_t>(before + (key <= word ? 1 : 0));
+    }
+    const std::size_t begin =
+        (static_cast<std::size_t>(line - first) * kLineKeys + before) * kRootStep;
+    start.records += (1 + begin) * kNodeSize;
+    start.count = std::min<std::size_t>(kRootStep, tree->root_children - begin);
+  }
+  __builtin_prefetch(start.records);
+  return start;
+}
+
+// Adds the levels of two words and more.
+void CompactLmModel::walk(const start_t& start, std::span<const int> ids,
+                          lm_levels_t& levels) const {
+  if (start.nodes == nullptr) return;
+  const std::size_t limit = std::min(ids.size(), levels.level.size());
+  int word = ids[ids.size() - 2];
+  const unsigned char* child = start.count > 0 ? find_record(start.records, start.count, word)
+                                               : find_child(start.records, word);
+  for (std::size_t k = 1; child != nullptr;) {
     const node_t node(child);
     const bool is_entry = (node.flag_and_back_off() & kEntryFlag) != 0;
     levels.level[k] = {node.probability(),
                        static_cast<std::uint16_t>(node.flag_and_back_off() & kBackOffMask),
                        is_entry};
-    levels.count = static_cast<int>(k) + 1;
+    levels.count = static_cast<int>(++k);
     if (is_entry) levels.longest = levels.count;
-    if (node.link() <= 1) break;
-    group = nodes + (std::size_t{node.link()} - 1) * kNodeSize;
+    if (k == limit || node.link() <= 1) return;
+    word = ids[ids.size() - 1 - k];
+    if (!known(word)) return;
+    child = find_child(start.nodes + (std::size_t{node.link()} - 1) * kNodeSize, word);
   }
+}
+
+int CompactLmModel::TrieSearchInvert(std::span<const int> ids, lm_levels_t& levels) const {
+  walk(begin_walk(ids, levels), ids, levels);
   return levels.count;
 }
 
@@ -246,13 +305,15 @@ float CompactLmModel::ngram_score(std::span<const int> ids, const lm_levels_t& b
 }
 
 float CompactLmModel::compute_ngram_score(std::span<const int> ids) const {
+  if (ids.empty()) return LM_UNK_PROB;
+  const std::span<const int> context = ids.first(ids.size() - 1);
   lm_levels_t levels;
-  lm_levels_t context;
-  TrieSearchInvert(ids, levels);
-  if (levels.longest > 0 && static_cast<std::size_t>(levels.longest) < ids.size()) {
-    TrieSearchInvert(ids.first(ids.size() - 1), context);
-  }
-  return score(static_cast<int>(ids.size()), levels, context);
+  lm_levels_t before;
+  const start_t start = begin_walk(ids, levels);
+  const start_t context_start = begin_walk(context, before);
+  walk(start, ids, levels);
+  if (static_cast<std::size_t>(levels.longest) < ids.size()) walk(context_start, context, before);
+  return score(static_cast<int>(ids.size()), levels, before);
 }
 
 void CompactLmModel::compute_phrase_score(std::span<const int> ids, float& complete,
@@ -288,17 +349,24 @@ float CompactLmModel::joint_score(std::span<const int> context, const lm_levels_
   std::array<int, kMaxContext + kMaxOrder> joined;
   std::copy(context.begin(), context.end(), joined.begin());
   std::copy_n(ids.begin(), count, joined.begin() + static_cast<std::ptrdiff_t>(context.size()));
-  std::array<lm_levels_t, 2> levels;
-  const lm_levels_t* last = context.empty() ? &levels[1] : &before;
-  float score = 0.0F;
-  for (std::size_t i = 0; i < count; ++i) {
+  std::array<lm_levels_t, kMaxContext> levels;
+  std::array<start_t, kMaxContext> starts;
+  const auto sequence = [&](std::size_t i) {
     const std::size_t end = context.size() + i + 1;
     const std::size_t length = std::min(end, window);
-    lm_levels_t& here = levels[i % 2];
-    score += ngram_score(std::span<const int>(joined).subspan(end - length, length), *last, here);
-    last = &here;
+    return std::span<const int>(joined).subspan(end - length, length);
+  };
+  for (std::size_t i = 0; i < count; ++i) starts[i] = begin_walk(sequence(i), levels[i]);
+  const lm_levels_t nothing{};
+  const lm_levels_t* last = context.empty() ? &nothing : &before;
+  float sum = 0.0F;
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::span<const int> ids_here = sequence(i);
+    walk(starts[i], ids_here, levels[i]);
+    sum += score(static_cast<int>(ids_here.size()), levels[i], *last);
+    last = &levels[i];
   }
-  return score;
+  return sum;
 }
 
 bool CompactLmModel::find_ngram_score(std::span<const int> ids, float& probability_out,
@@ -360,7 +428,7 @@ CompactLmModel::tree_t CompactLmModel::GetTree(int word) const {
   const unsigned char* entry = head(word);
   const tree_state_t* tree = entry == nullptr ? nullptr : visible_tree(entry);
   if (tree == nullptr) return {};
-  return {bytes_.data() + tree->position + 4, tree->count};
+  return {nodes(*tree), common::load_le<std::uint32_t>(nodes(*tree) - 4)};
 }
 
 }  // namespace koralite::decoder

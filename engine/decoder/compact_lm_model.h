@@ -39,9 +39,9 @@ namespace koralite::decoder {
 
 // Level k - 1 stands for the last k words of the sequence that was searched.
 struct lm_level_t {
-  std::uint16_t probability = 0;  // codes; see CompactLmModel::probability and back_off
-  std::uint16_t back_off = 0;
-  bool entry = false;  // a real n-gram, not just a step towards longer ones
+  std::uint16_t probability;  // codes; see CompactLmModel::probability and back_off
+  std::uint16_t back_off;
+  bool entry;  // a real n-gram, not just a step towards longer ones
 };
 
 struct lm_levels_t {
@@ -129,19 +129,39 @@ class CompactLmModel final : public LangModel {
   float back_off_offset() const { return back_off_offset_; }
 
  private:
+  // Every eighth key of a root group, beyond the first; one cache line of them.
+  struct alignas(64) key_line_t {
+    std::array<std::uint16_t, 32> keys;
+  };
   struct tree_state_t {
     std::uint32_t position = 0;
-    std::uint32_t count = 0;
-    std::uint32_t visible = 0;  // the last generation in which it is visible
+    std::uint32_t visible = 0;        // the last generation in which it is visible
+    std::uint32_t root_keys = 0;      // where its lines begin in root_keys_
+    std::uint16_t root_children = 0;  // 0: too few for key lines, search the group itself
     std::uint16_t min_probability = 0xFFFF;
     std::uint16_t max_back_off = 0;
     bool checked = false;
+    bool empty = true;  // no nodes
+  };
+  // Where a walk begins: `count` records of the root group, among which the word before is, if it
+  // is in the group; or the whole group, if `count` is 0. Null if there is nothing to walk.
+  struct start_t {
+    const unsigned char* nodes = nullptr;
+    const unsigned char* records = nullptr;
+    std::size_t count = 0;
   };
 
+  bool known(int word) const { return word >= 0 && static_cast<std::uint32_t>(word) < head_count_; }
   const unsigned char* head(int word) const;  // null for an unknown word
   const tree_state_t* visible_tree(const unsigned char* head_entry) const;
   void make_resident(std::int64_t budget);
-  void check_tree(tree_state_t& tree) const;
+  void check_tree(tree_state_t& tree);
+  void add_root_keys(tree_state_t& tree);
+  const unsigned char* nodes(const tree_state_t& tree) const {
+    return bytes_.data() + tree.position + 4;
+  }
+  start_t begin_walk(std::span<const int> ids, lm_levels_t& levels) const;
+  void walk(const start_t& start, std::span<const int> ids, lm_levels_t& levels) const;
   void show_tree(std::size_t index);
   void hide_trees();
 
@@ -150,6 +170,9 @@ class CompactLmModel final : public LangModel {
   std::uint32_t head_count_ = 0;
   float back_off_offset_ = 0.0F;
   std::vector<tree_state_t> trees_;  // without the final end position
+  // Keys of the root groups of checked trees, about a quarter byte per n-gram of two words: the
+  // first steps of a walk then stay within two or three cache lines.
+  std::vector<key_line_t> root_keys_;
   std::uint32_t resident_count_ = 0;
   std::uint32_t generation_ = 1;
 };

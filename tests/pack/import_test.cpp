@@ -1,0 +1,258 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <zlib.h>
+
+#include <cmath>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "decoder/compact_lm_model.h"
+#include "decoder/compact_trans_model.h"
+#include "support/temp_folder.h"
+#include "toolkit/pack/arpa.h"
+#include "toolkit/pack/line_reader.h"
+#include "toolkit/pack/phrase_text.h"
+
+using kora_test::message_of;
+using kora_test::TempFolder;
+using koralite::decoder::CompactLmModel;
+using koralite::decoder::CompactTransModel;
+using koralite::decoder::TargetData;
+using koralite::toolkit::arpa_report_t;
+using koralite::toolkit::LangModelBuilder;
+using koralite::toolkit::LineReader;
+using koralite::toolkit::phrase_text_report_t;
+using koralite::toolkit::PhraseTableBuilder;
+
+namespace {
+
+std::string write_gz(const TempFolder& folder, const std::string& name, const std::string& text) {
+  gzFile file = ::gzopen(folder.path(name).c_str(), "wb");
+  ::gzwrite(file, text.data(), static_cast<unsigned>(text.size()));
+  ::gzclose(file);
+  return folder.path(name);
+}
+
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t at = 0; (at = text.find(from, at)) != std::string::npos; at += to.size()) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+// Ids of "a", "b", "c" and the sentence marks; nothing else has one.
+std::int32_t id_of(std::string_view word) {
+  static const std::map<std::string_view, std::int32_t> ids = {
+      {"a", 257}, {"b", 258}, {"c", 259}, {"<s>", 260}, {"</s>", 261}, {"<unk>", 256}};
+  const auto found = ids.find(word);
+  return found == ids.end() ? -1 : found->second;
+}
+
+TEST(LineReader, CutsLinesOfAnyLengthPlainOrCompressed) {
+  const TempFolder folder;
+  const std::string long_line(300000, 'x');
+  struct case_t {
+    std::string text;
+    std::vector<std::string> lines;
+  };
+  const case_t cases[] = {
+      {"", {}},
+      {"\n", {""}},
+      {"a", {"a"}},
+      {"a\n", {"a"}},
+      {"a\r\nb\r\n\r\n", {"a", "b", ""}},
+      {"a\rb\n", {"a\rb"}},
+      {long_line + "\n\n" + long_line, {long_line, "", long_line}},
+      {std::string("a\0b\n", 4), {std::string("a\0b", 3)}},
+  };
+  for (const case_t& test : cases) {
+    for (const std::string& path :
+         {folder.write("plain", test.text), write_gz(folder, "packed", test.text)}) {
+      LineReader reader(path);
+      std::vector<std::string> lines;
+      for (std::string_view line; reader.next(line);) lines.emplace_back(line);
+      EXPECT_EQ(lines, test.lines);
+      EXPECT_EQ(reader.number(), test.lines.size());
+    }
+  }
+  std::string packed = kora_test::read_file(write_gz(folder, "packed", "a\n" + long_line));
+  const std::string cut = folder.write("cut", packed.substr(0, packed.size() / 2));
+  EXPECT_THAT(message_of([&] {
+                LineReader reader(cut);
+                for (std::string_view line; reader.next(line);) {
+                }
+              }),
+              testing::HasSubstr("damaged or cut short"));
+  EXPECT_NE(message_of([&] { LineReader reader(folder.path("none")); }), "");
+  EXPECT_NE(message_of([&] { LineReader reader(folder.path()); }), "");
+  EXPECT_THAT(message_of([&] {
+                LineReader reader(folder.write("huge", "\n" + std::string(3U << 20U, 'x')));
+                for (std::string_view line; reader.next(line);) {
+                }
+              }),
+              testing::HasSubstr("huge:2: a line of more than"));
+}
+
+const char* const kArpa = R"(a comment
+
+\data\
+ngram 1=6
+ngram 2=3
+ngram 3=1
+
+\1-grams:
+-1.0	<unk>
+-99	<s>	-0.5
+-1.5	</s>
+-0.75	a	-0.25
+-1	b	0.125
+-2	far	-1
+
+\2-grams:
+-0.5	<s> a	-0.25
+-0.25	a b
+-0.5	a far
+
+\3-grams:
+-0.125	<s> a b
+
+\end\
+after the end anything may stand
+)";
+
+TEST(Arpa, ReadsEverySpelling) {
+  const TempFolder folder;
+  const std::string text = kArpa;
+  const std::string paths[] = {
+      folder.write("plain", text),
+      folder.write("crlf", replaced(text, "\n", "\r\n")),
+      folder.write("blanks", replaced(text, "\t", "  ")),
+      folder.write("spaced", replaced(replaced(text, "=", " = "), "ngram", "ngram ")),
+      write_gz(folder, "packed", text),
+  };
+  for (const std::string& path : paths) {
+    LangModelBuilder builder;
+    const arpa_report_t report = read_arpa(path, id_of, builder);
+    EXPECT_EQ(report.by_order, (std::vector<std::uint64_t>{6, 3, 1}));
+    EXPECT_EQ(report.unknown_words, 2U);
+    EXPECT_EQ(builder.write(folder.path("lm")).written, 8U);
+    const CompactLmModel model(folder.path("lm"), 3);
+    const double ln10 = std::log(10.0);
+    const std::pair<std::vector<int>, double> cases[] = {
+        {{257}, -0.75},
+        {{256}, -1.0},
+        {{261}, -1.5},
+        {{260, 257}, -0.5},
+        {{257, 258}, -0.25},
+        {{260, 257, 258}, -0.125},
+        {{258, 257}, 0.125 - 0.75},
+        {{260, 257, 261}, -0.25 - 0.25 - 1.5},
+    };
+    for (const auto& [ids, score] : cases) {
+      EXPECT_NEAR(model.compute_ngram_score(ids), score * ln10, 0.006) << path;
+    }
+  }
+}
+
+TEST(Arpa, NamesTheLineOfWhatIsWrong) {
+  const TempFolder folder;
+  struct case_t {
+    const char* from;
+    const char* to;
+    const char* message;
+  };
+  const case_t cases[] = {
+      {"\\data\\", "\\dat\\", ":25: no \\data\\ line: not an ARPA file"},
+      {"ngram 1=6", "ngram 1=x", ":4: a line \"ngram ORDER=COUNT\" expected"},
+      {"ngram 1=6", "ngram 2=6", ":4: order 1 expected here"},
+      {"ngram 2=3", "ngram 2=4", ":21: 3 n-grams of order 2, but \\data\\ announced 4"},
+      {"ngram 3=1", "ngram 3=1\nngram 4=0\nngram 5=0\nngram 6=0\nngram 7=0\nngram 8=0\nngram 9=0",
+       ":12: n-grams of more than 8 words can't be packed"},
+      {"\\1-grams:", "\\2-grams:", ":8: \\1-grams: expected"},
+      {"-1.5\t</s>", "x\t</s>", ":11: \"x\" is no log probability"},
+      {"a\t-0.25", "a\t-0.25x", ":12: \"-0.25x\" is no back-off weight"},
+      {"-0.25\ta b", "-0.25\ta",
+       ":18: a probability, 2 words and perhaps a back-off weight "
+       "expected, but 2 fields found"},
+      {"\\end\\\nafter the end anything may stand\n", "",
+       ":23: the file ends here, but \\end\\ is missing"},
+      {"\\end\\", "\\4-grams:", ":24: \\end\\ expected after the section of order 3"},
+  };
+  for (const case_t& test : cases) {
+    const std::string path = folder.write("arpa", replaced(kArpa, test.from, test.to));
+    LangModelBuilder builder;
+    EXPECT_EQ(message_of([&] { read_arpa(path, id_of, builder); }), path + test.message);
+  }
+}
+
+TEST(PhraseText, ReadsTablesAndReordering) {
+  const TempFolder folder;
+  const std::string table =
+      "a b ||| c ||| 0.5 0.25 0.5 0.125 ||| 0-0 1-0 ||| 4 2 1 ||| |||\n"
+      "a ||| b c|||1 1 1 0 2.718\n"
+      "\n"
+      "far ||| a ||| 1 1 1 1\n"
+      "c ||| ||| 0.5 0.5 0.5 0.5\n";
+  const std::string reordering =
+      "a b ||| c ||| 0.5 0.25 0.25 0.2 0.3 0.5\n"
+      "b ||| b ||| 0.5 0.25 0.25 0.2 0.3 0.5\n";
+  for (const bool packed : {false, true}) {
+    const std::string ending = packed ? "\r\n" : "\n";
+    const std::string tables[] = {replaced(table, "\n", ending),
+                                  replaced(reordering, "\n", ending)};
+    PhraseTableBuilder builder({.score_size = 7});
+    const auto write = [&](const char* name, const std::string& text) {
+      return packed ? write_gz(folder, name, text) : folder.write(name, text);
+    };
+    read_reordering_table(write("reordering", tables[1]), id_of, id_of, builder);
+    const phrase_text_report_t report =
+        read_phrase_table(write("table", tables[0]), id_of, id_of, builder);
+    EXPECT_EQ(report.lines, 4U);
+    EXPECT_EQ(report.unknown_words, 1U);
+    EXPECT_EQ(report.floored, 1U);
+    const auto built = builder.write(folder.path("packed-table"));
+    EXPECT_EQ(built.written, 3U);
+    EXPECT_EQ(built.lone_reordering, 1U);
+
+    TargetData::s_score_size = 7;
+    const CompactTransModel model(folder.path("packed-table"));
+    CompactTransModel::target_table_t blocks;
+    model.search_sentence(std::vector<int>{257, 258, 259}, blocks);
+    std::vector<int> ids;
+    std::vector<float> scores;
+    ASSERT_TRUE(blocks[0][1].next(ids, scores));
+    EXPECT_EQ(ids, std::vector<int>{259});
+    EXPECT_FLOAT_EQ(scores[0], std::log(0.5F * 0.25F * 0.5F * 0.125F));
+    EXPECT_FLOAT_EQ(scores[1], std::log(0.5F));
+    EXPECT_FLOAT_EQ(scores[5], std::log(0.3F));
+    ASSERT_TRUE(blocks[0][0].next(ids, scores));
+    EXPECT_EQ(ids, (std::vector<int>{258, 259}));
+    EXPECT_FLOAT_EQ(scores[0], std::log(1e-10F));
+    ASSERT_TRUE(blocks[2][0].next(ids, scores));
+    EXPECT_TRUE(ids.empty());
+    TargetData::s_score_size = 9;
+  }
+}
+
+TEST(PhraseText, NamesTheLineOfWhatIsWrong) {
+  const TempFolder folder;
+  const std::pair<const char*, const char*> cases[] = {
+      {"a ||| b ||| 1 1 1 1\na b 1 1 1 1\n", ":2: \"source ||| target ||| scores\" expected"},
+      {"a ||| b\n", ":1: \"source ||| target ||| scores\" expected"},
+      {"a ||| b ||| 1 1 1\n", ":1: 4 scores expected, but 3 found"},
+      {"a ||| b ||| ||| 1 1 1 1\n", ":1: 4 scores expected, but 0 found"},
+      {"a ||| b ||| 1 x 1 1\n", ":1: \"x\" is no probability"},
+      {"a ||| b ||| 1 1 1 -0.5\n", ":1: \"-0.5\" is no probability"},
+      {"a ||| b ||| 1 nan 1 1\n", ":1: \"nan\" is no probability"},
+      {"a ||| b ||| 1 1 1 inf\n", ":1: \"inf\" is no probability"},
+      {"a ||| b ||| 1 1 1 1,5\n", ":1: \"1,5\" is no probability"},
+  };
+  for (const auto& [text, message] : cases) {
+    const std::string path = folder.write("table", text);
+    PhraseTableBuilder builder({.score_size = 7});
+    EXPECT_EQ(message_of([&] { read_phrase_table(path, id_of, id_of, builder); }), path + message);
+  }
+}
+
+}  // namespace
