@@ -111,6 +111,12 @@ bool can_begin(Category category, unsigned char byte) {
   }
 }
 
+// Whether a number of this category always ends in a digit or a full stop.
+bool ends_with_digit(Category category) {
+  return category == Category::arabic_digit || category == Category::arabic_digits ||
+         category == Category::arabic_integer || category == Category::arabic_float;
+}
+
 }  // namespace
 
 bool RuleTranslator::is_number(std::string_view piece) {
@@ -221,26 +227,38 @@ void RuleTranslator::outline_rule(std::size_t index) {
   if (rule.source.empty()) return;
   const std::string_view first = rule.source.front();
   const std::string_view last = rule.source.back();
-  if (!is_number(last)) outline.tail = last;
+  Candidate candidate{ANY_BYTE, static_cast<std::uint32_t>(index)};
+  if (!is_number(last)) {
+    outline.tail = last;
+    candidate.last = static_cast<unsigned char>(last.back());
+  } else if (ends_with_digit(parse_category(last))) {
+    candidate.last = DIGIT_OR_POINT;
+  }
   if (!is_number(first)) {
     outline.head = first;
-    candidates_[static_cast<unsigned char>(first[0])].push_back(static_cast<std::uint32_t>(index));
+    candidates_[static_cast<unsigned char>(first[0])].push_back(candidate);
     return;
   }
   const Category category = parse_category(first);
   for (std::size_t byte = 0; byte < candidates_.size(); ++byte) {
     if (can_begin(category, static_cast<unsigned char>(byte))) {
-      candidates_[byte].push_back(static_cast<std::uint32_t>(index));
+      candidates_[byte].push_back(candidate);
     }
   }
 }
 
 bool RuleTranslator::translate(const std::string& source, std::string& target, std::string& type) {
   if (source.empty() || !is_acceptable(source.c_str())) return false;
-  for (const std::uint32_t index : candidates_[static_cast<unsigned char>(source[0])]) {
-    const Outline& outline = outlines_[index];
+  const auto last = static_cast<unsigned char>(source.back());
+  const bool digit = is_ascii_digit(source.back()) || source.back() == '.';
+  for (const Candidate& candidate : candidates_[static_cast<unsigned char>(source[0])]) {
+    if (candidate.last != last && candidate.last != ANY_BYTE &&
+        !(digit && candidate.last == DIGIT_OR_POINT)) {
+      continue;
+    }
+    const Outline& outline = outlines_[candidate.rule];
     if (source.ends_with(outline.tail) && source.starts_with(outline.head) &&
-        translate_with_rule(rules_[index], source, target, type)) {
+        translate_with_rule(rules_[candidate.rule], source, target, type)) {
       return true;
     }
   }

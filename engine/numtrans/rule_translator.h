@@ -91,6 +91,14 @@ class RuleTranslator {
     std::string_view head;
     std::string_view tail;
   };
+  // A rule that can match phrases with a certain first byte; `last` is their last
+  // byte, or one of the marks below.
+  struct Candidate {
+    std::uint16_t last;
+    std::uint32_t rule;
+  };
+  static constexpr std::uint16_t ANY_BYTE = 256;
+  static constexpr std::uint16_t DIGIT_OR_POINT = 257;
 
   void read_rule(std::string line);
   void read_pattern(std::string_view text, TokenList& pieces);
@@ -107,7 +115,7 @@ class RuleTranslator {
   std::vector<Rule> rules_;
   std::vector<Outline> outlines_;  // one a rule
   // By first byte of a phrase: the rules that can match it, in file order.
-  std::array<std::vector<std::uint32_t>, 256> candidates_;
+  std::array<std::vector<Candidate>, 256> candidates_;
 };
 
 }  // namespace koralite::numtrans
