@@ -7,9 +7,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
+#include <random>
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "common/string_pool.h"
 #include "textProcess/char_str_processors.h"
@@ -53,6 +55,42 @@ TEST_P(RuleData, EveryExampleIsTranslatedByItsRule) {
   RecordProperty("examples", static_cast<int>(examples));
   std::printf("%s: %zu rules, %zu lines, %zu examples, %zu refusals\n", GetParam(),
               source.rules.size(), source.compiled().size(), examples, source.refused.size());
+}
+
+// translate() looks only at rules that fit the first and last byte; trying them all
+// must give the same, whatever the phrase.
+TEST_P(RuleData, TranslatesAsIfEveryRuleWereTried) {
+  const rule_source_t source =
+      read_rule_source(std::string(KORA_SOURCE_DIR "/data/rules/") + GetParam() + ".rules");
+  const RuleFile file(source);
+  const auto translator = open_rules(source.direction, file.path());
+  std::vector<std::string> pieces = {" ", "", "\xE5", "99999999999999999999", "0", "."};
+  for (const source_rule_t& rule : source.rules) {
+    for (const rule_example_t& example : rule.examples) {
+      const std::string& phrase = example.source;
+      for (std::size_t cut = 1; cut <= phrase.size(); cut += 4) {
+        pieces.push_back(phrase.substr(0, cut));
+        pieces.push_back(phrase.substr(cut));
+      }
+      pieces.push_back(phrase);
+    }
+  }
+  std::mt19937 random(5);
+  int translated = 0;
+  for (int i = 0; i < 4000; ++i) {
+    std::string phrase;
+    for (auto n = random() % 3 + 1; n > 0; --n) phrase += pieces[random() % pieces.size()];
+    std::string target;
+    std::string type;
+    const bool found = translator->translate(phrase, target, type);
+    const auto hit = translate_by_rule(*translator, phrase);
+    ASSERT_EQ(found, hit.has_value()) << phrase;
+    if (!found) continue;
+    ++translated;
+    ASSERT_EQ(target, hit->target) << phrase;
+    ASSERT_EQ(type, hit->type) << phrase;
+  }
+  EXPECT_GT(translated, 200);
 }
 
 INSTANTIATE_TEST_SUITE_P(Directions, RuleData, testing::Values("en-zh", "zh-en"),
