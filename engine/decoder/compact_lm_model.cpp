@@ -19,7 +19,8 @@ constexpr std::size_t kNodeSize = 8;
 constexpr std::size_t kRootStep = 8;  // records of a cache line
 constexpr std::size_t kLineKeys = 32;
 constexpr std::uint16_t kMinRootChildren = 64;
-constexpr std::int64_t kTreeOverhead = 20;  // counts against the budget beside the nodes
+constexpr std::uint32_t kReachableNodes = 2 * 65535;  // a last group start, and its children
+constexpr std::int64_t kTreeOverhead = 20;            // counts against the budget beside the nodes
 constexpr std::uint32_t kAlways = 0xFFFFFFFF;
 
 [[noreturn]] void damaged_file() {
@@ -125,7 +126,7 @@ void CompactLmModel::check_tree(tree_state_t& tree) {
   std::uint16_t min_probability = std::numeric_limits<std::uint16_t>::max();
   std::uint16_t max_back_off = 0;
   bool sound = true;
-  for (std::uint32_t i = 0; i < count; ++i, at += kNodeSize) {
+  for (std::uint32_t i = 0; i < std::min(count, kReachableNodes); ++i, at += kNodeSize) {
     const node_t node(at);
     if (node.key() == kGroupKey) {
       sound &= node.link() != 0 && node.link() < count - i;
@@ -149,6 +150,9 @@ void CompactLmModel::check_tree(tree_state_t& tree) {
 void CompactLmModel::add_root_keys(tree_state_t& tree) {
   const node_t root(nodes(tree));
   if (root.key() != kGroupKey || root.link() < kMinRootChildren) return;
+  // Trees that lie over one another could ask for more than the file justifies; others never do.
+  const std::size_t lines = ((root.link() - 1U) / kRootStep + kLineKeys - 1) / kLineKeys;
+  if (root_keys_.size() + lines > bytes_.size() / 8 / sizeof(key_line_t)) return;
   tree.root_children = root.link();
   tree.root_keys = static_cast<std::uint32_t>(root_keys_.size());
   std::size_t slot = kLineKeys;

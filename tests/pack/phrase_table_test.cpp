@@ -208,6 +208,29 @@ TEST(PhraseTableBuilder, CountsWhatItDrops) {
   }
 }
 
+TEST(PhraseTableBuilder, WritesTheDocumentedExample) {
+  const TempFolder folder;
+  PhraseTableBuilder builder(
+      {.compact = true, .score_size = 7, .quantifier_path = folder.path("quantifier")});
+  const auto add = [&](const ids_t& source, const ids_t& target, float translation,
+                       const std::array<float, 6>& counts) {
+    phrase_entry_t entry = pair(source, target, translation);
+    entry.kind = reordering_t::kCounts;
+    entry.reordering = counts;
+    builder.add(entry);
+  };
+  add({1}, {257}, -1, {3, 0, 1, 4, 0, 0});
+  add({1}, {258, 257}, -2.5F, {});
+  add({1, 2}, {259}, -0.5F, {1, 0, 0, 1, 0, 0});
+  add({1, 4}, {260}, -0.5F, {1, 0, 0, 1, 0, 0});
+  add({1, 4, 3}, {261}, -1, {5, 5, 5, 0, 5, 0});
+  builder.write(folder.path("t"));
+  EXPECT_EQ(kora_test::dumps_of(KORA_SOURCE_DIR "/docs/format-phrase-table.md"),
+            (std::vector<std::string>{
+                read_file(folder.path("t")), read_file(folder.path("t.nodes")),
+                read_file(folder.path("t.data")), read_file(folder.path("quantifier"))}));
+}
+
 TEST(PhraseTableBuilder, KeepsTheBestAndJoinsReordering) {
   const TempFolder folder;
   TargetData::s_score_size = 7;

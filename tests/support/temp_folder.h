@@ -10,9 +10,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace kora_test {
 
@@ -57,6 +59,21 @@ inline std::string le(std::uint64_t value, int width) {
   std::string bytes;
   for (int i = 0; i < width; ++i) bytes.push_back(static_cast<char>(value >> (8 * i)));
   return bytes;
+}
+
+// The bytes of each dump (od -A d -t x1) in a document, one string per fenced block.
+inline std::vector<std::string> dumps_of(const std::string& document) {
+  std::vector<std::string> dumps;
+  std::ifstream lines(document);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.rfind("0000000 ", 0) == 0) dumps.emplace_back();
+    if (line.size() < 8 || line.find_first_not_of("0123456789") != 7 || dumps.empty()) continue;
+    std::istringstream fields(line.substr(8, 47));
+    for (std::string field; fields >> field;) {
+      dumps.back().push_back(static_cast<char>(std::stoi(field, nullptr, 16)));
+    }
+  }
+  return dumps;
 }
 
 // The message of the std::runtime_error that a call throws, "" when it throws none.
