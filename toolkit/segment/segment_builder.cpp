@@ -42,7 +42,7 @@ struct person_t {
 class SurnameSet {
  public:
   explicit SurnameSet(const std::vector<std::string>& surnames) {
-    for (const std::string& surname : surnames) m_surnames.insert(code_points(surname));
+    for (const std::string& surname : surnames) m_surnames.insert(strict_code_points(surname));
   }
 
   person_t split(const points_t& name) const {
@@ -92,7 +92,7 @@ std::map<points_t, double> count_surnames(const std::vector<segment_word_t>& wor
   std::map<points_t, double> counts;
   for (const segment_word_t& word : words) {
     if (word.tag != "nr") continue;
-    const person_t person = surnames.split(code_points(word.word));
+    const person_t person = surnames.split(strict_code_points(word.word));
     if (!person.given.empty()) counts[person.surname] += 1;
   }
   return counts;
@@ -158,7 +158,7 @@ segment_report_t build_segment_dictionary(const std::string& path,
 
   TrieBuilder trie;
   for (const segment_word_t& word : words) {
-    const points_t points = code_points(word.word);
+    const points_t points = strict_code_points(word.word);
     if (points.empty() || points.size() > format::max_key_characters) {
       ++report.dropped;
       continue;
@@ -186,12 +186,12 @@ segment_report_t build_segment_names(const std::string& path,
 
   // Every surname counts once before any name was seen.
   std::map<points_t, double> surname_counts = count_surnames(words, surname_set);
-  for (const std::string& surname : surnames) surname_counts[code_points(surname)] += 1;
+  for (const std::string& surname : surnames) surname_counts[strict_code_points(surname)] += 1;
   std::array<std::map<std::uint32_t, double>, format::given_positions> given;
   std::array<double, 2> by_length = {1, 1};  // names with one and with two given characters
   for (const segment_word_t& word : words) {
     if (word.tag != "nr") continue;
-    const person_t person = surname_set.split(code_points(word.word));
+    const person_t person = surname_set.split(strict_code_points(word.word));
     if (person.given.empty()) continue;
     by_length[person.given.size() - 1] += 1;
     if (person.given.size() == 1) {

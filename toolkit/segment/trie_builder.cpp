@@ -110,7 +110,7 @@ class DoubleArray {
 
 }  // namespace
 
-std::vector<std::uint32_t> code_points(std::string_view text) {
+std::vector<std::uint32_t> strict_code_points(std::string_view text) {
   std::vector<std::uint32_t> points;
   const auto* bytes = reinterpret_cast<const unsigned char*>(text.data());
   for (std::size_t i = 0; i < text.size();) {
@@ -125,7 +125,7 @@ std::vector<std::uint32_t> code_points(std::string_view text) {
 }
 
 void TrieBuilder::add(std::string_view key, std::uint16_t value) {
-  std::vector<std::uint32_t> points = code_points(key);
+  std::vector<std::uint32_t> points = strict_code_points(key);
   if (points.empty() || points.size() > format::max_key_characters) {
     throw std::runtime_error("'" + std::string(key) + "' has no characters or more than 32");
   }

@@ -12,7 +12,7 @@
 namespace koralite::toolkit {
 
 // The code points of a UTF-8 text; std::runtime_error naming the text when it is ill-formed.
-std::vector<std::uint32_t> code_points(std::string_view text);
+std::vector<std::uint32_t> strict_code_points(std::string_view text);
 
 class TrieBuilder {
  public:

@@ -1,0 +1,69 @@
+#include "toolkit/train/stages.h"
+
+#include <sys/resource.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "common/mapped_file.h"
+#include "common/sha256.h"
+#include "toolkit/atomic_file.h"
+
+namespace koralite::toolkit {
+
+namespace {
+
+std::string digest(std::string_view text) {
+  return common::Sha256::hex_of({reinterpret_cast<const unsigned char*>(text.data()), text.size()});
+}
+
+std::string contents(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream text;
+  text << file.rdbuf();
+  return text.str();
+}
+
+}  // namespace
+
+std::uint64_t peak_memory() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return static_cast<std::uint64_t>(usage.ru_maxrss) * 1024;  // Linux counts kilobytes
+}
+
+Stages::Stages(std::string folder, std::function<void(const std::string&)> say)
+    : m_folder(std::move(folder)), m_say(std::move(say)) {
+  std::filesystem::create_directories(m_folder);
+}
+
+void Stages::depend(std::string_view text) {
+  m_state = digest(m_state + std::string(text));
+}
+
+void Stages::depend_on_file(const std::string& path) {
+  const common::MappedFile file(path);
+  depend(common::Sha256::hex_of(file.data()));
+}
+
+void Stages::run(const std::string& name, const std::function<void()>& stage) {
+  depend(name);
+  const std::string mark = file(name + ".done");
+  stage_time_t time{name, 0, contents(mark) == m_state, 0};
+  if (time.was_done) {
+    m_say(name + ": nothing changed");
+  } else {
+    m_say(name);
+    std::filesystem::remove(mark);
+    const auto begin = std::chrono::steady_clock::now();
+    stage();
+    time.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+    write_file(mark, m_state);
+  }
+  time.peak_memory = peak_memory();
+  m_times.push_back(std::move(time));
+}
+
+}  // namespace koralite::toolkit
