@@ -27,6 +27,7 @@ class io_error : public std::runtime_error {
 // gives the exit code.
 using run_t = std::function<int()>;
 void add_segment(CLI::App& program, run_t& run);
+void add_train(CLI::App& program, run_t& run);
 void add_translate(CLI::App& program, run_t& run);
 
 }  // namespace koralite::toolkit::cli

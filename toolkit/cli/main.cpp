@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
   program.set_version_flag("--version", "kora 1.0.0");
   run_t run;
   add_segment(program, run);
+  add_train(program, run);
   add_translate(program, run);
   try {
     program.parse(argc, argv);

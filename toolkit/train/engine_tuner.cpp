@@ -4,7 +4,9 @@
 #include <unordered_set>
 #include <utility>
 
+#include "decoder/compact_lm_model.h"
 #include "decoder/explanation.h"
+#include "decoder/vocab.h"
 #include "toolkit/atomic_file.h"
 #include "toolkit/train/parallel.h"
 #include "translator/trans_impl.h"
@@ -88,6 +90,9 @@ void EngineTuner::find_usable_phrases() {
       static_cast<LangType>(language_type(m_folder.engine.direction.source)),
       static_cast<LangType>(language_type(m_folder.engine.direction.target)),
       m_folder.engine_path(), m_folder.path);
+  decoder::Vocab vocab;
+  vocab.load(m_folder.file(m_folder.decoder.source_vocab).c_str());
+  processor.SetSourceVocab(&vocab);
   std::unordered_set<std::string> phrases;
   std::vector<std::int32_t> ids;
   for (const std::string& line : m_source) {
@@ -105,6 +110,7 @@ void EngineTuner::find_usable_phrases() {
       for (std::size_t n = 1; n <= most; ++n) phrases.insert(key_of({&ids[begin], n}));
     }
   }
+  processor.SetSourceVocab(nullptr);
   const auto records = m_phrases.records();
   m_usable.assign(records.size(), false);
   for (std::size_t i = 0; i < records.size(); ++i) {

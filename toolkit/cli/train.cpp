@@ -1,0 +1,80 @@
+// kora train: from parallel text to a model folder.
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "toolkit/cli/command.h"
+#include "toolkit/progress.h"
+#include "toolkit/train/trainer.h"
+
+namespace koralite::toolkit::cli {
+
+namespace {
+
+struct options_t {
+  train_options_t train;
+  std::string direction;
+  bool plain = false;
+};
+
+int run_training(options_t& options) {
+  const auto direction = find_direction(options.direction);
+  if (!direction) {
+    throw CLI::ValidationError("--direction", "unknown direction '" + options.direction +
+                                                  "'; use one of: " + direction_names());
+  }
+  options.train.direction = *direction;
+  options.train.compact = !options.plain;
+  ProgressBar bar;
+  train(options.train, bar.callback(),
+        [](const std::string& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
+  std::fprintf(stderr, "%s is ready. Try: echo TEXT | kora translate -m %s\n",
+               options.train.output.c_str(), options.train.output.c_str());
+  return kFine;
+}
+
+}  // namespace
+
+void add_train(CLI::App& program, run_t& run) {
+  auto options = std::make_shared<options_t>();
+  train_options_t& o = options->train;
+  CLI::App* command = program.add_subcommand("train", "Make a model folder from parallel text");
+  command->add_option("--direction", options->direction, "Direction such as en-zh")->required();
+  command->add_option("--source", o.source, "Source side, a sentence a line")->required();
+  command->add_option("--target", o.target, "Target side, line by line its translation")
+      ->required();
+  command->add_option("--dev-source", o.dev_source, "Sentences to tune the weights on");
+  command->add_option("--dev-target", o.dev_target, "Their translations");
+  command->add_option("--lm-text", o.lm_text, "More text in the target language");
+  command->add_option("--dictionary", o.dictionary, "Chinese words: lines 'word count [tag]'");
+  command->add_option("--surnames", o.surnames, "Surnames of Chinese persons, one a line");
+  command->add_option("--ambiguous", o.ambiguous, "Chinese strings with a fixed segmentation");
+  command->add_option("--readings", o.readings, "Unihan readings, for pinyin");
+  command->add_option("--entities", o.entities, "Names: lines SOURCE TAB TYPE TAB TARGET");
+  command->add_option("--rules", o.rules, "Number rules");
+  command->add_option("--recase-text", o.recase_text, "More English text with its capitals");
+  command->add_option("-o,--output", o.output, "The model folder")->required();
+  command->add_option("--work", o.work, "Work folder [OUTPUT.work]");
+  command->add_option("-t,--threads", o.threads, "Threads; 0: all cores")->capture_default_str();
+  command->add_option("--order", o.order, "Order of the language model")
+      ->check(CLI::Range(1, 8))
+      ->capture_default_str();
+  command
+      ->add_option("--prune-entropy", o.entropy_threshold,
+                   "Drop n-grams that change the entropy by less")
+      ->capture_default_str();
+  command
+      ->add_option("--min-significance", o.min_significance,
+                   "Drop phrase pairs that chance explains better than e^-X")
+      ->capture_default_str();
+  command->add_option("--max-targets", o.max_targets, "Translations kept per source phrase")
+      ->capture_default_str();
+  command->add_flag("--plain", options->plain, "Write the plain phrase table, not the compact one");
+  command->add_option("--tune-rounds", o.tune_rounds, "Rounds of tuning at most")
+      ->capture_default_str();
+  command->add_option("--nbest", o.nbest, "Translations per sentence to tune on")
+      ->capture_default_str();
+  command->callback([&run, options] { run = [options] { return run_training(*options); }; });
+}
+
+}  // namespace koralite::toolkit::cli

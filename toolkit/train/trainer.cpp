@@ -1,0 +1,549 @@
+#include "toolkit/train/trainer.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <stdexcept>
+#include <utility>
+
+#include "decoder/compact_lm_model.h"
+#include "toolkit/atomic_file.h"
+#include "toolkit/model/manifest.h"
+#include "toolkit/pack/line_reader.h"
+#include "toolkit/resource/entity_builder.h"
+#include "toolkit/resource/pinyin_builder.h"
+#include "toolkit/resource/recase_builder.h"
+#include "toolkit/resource/resource_file.h"
+#include "toolkit/resource/rule_source.h"
+#include "toolkit/segment/segment_builder.h"
+#include "toolkit/train/aligner.h"
+#include "toolkit/train/ngram_estimator.h"
+#include "toolkit/train/parallel.h"
+#include "toolkit/train/phrase_file.h"
+#include "toolkit/train/text_output.h"
+#include "toolkit/train/trained_phrases.h"
+#include "toolkit/train/word_breaks.h"
+
+namespace koralite::toolkit {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::vector<std::string> read_lines(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw std::runtime_error(path + ": can't be opened for reading");
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    lines.push_back(std::move(line));
+  }
+  return lines;
+}
+
+void write_lines(const std::string& path, std::span<const std::string> lines) {
+  TextOutput file(path);
+  for (const std::string& line : lines) file.write(line + '\n');
+  file.commit();
+}
+
+bool needs_segmenter(std::string_view language) {
+  return language == "zh" || language == "ja" || language == "th" || language == "lzh" ||
+         language == "yue";
+}
+
+// Words as they are for alignment keep their numbers; for phrases and the language model the tag
+// words of one tag are one word.
+std::string without_numbers(const std::string& line) {
+  std::string text;
+  for (const std::string_view word : split_blanks(line)) {
+    if (!text.empty()) text += ' ';
+    text += word;
+    if (is_tag_word(word)) text.back() = '0';
+  }
+  return text;
+}
+
+class Trainer {
+ public:
+  Trainer(const train_options_t& options, const Progress& progress,
+          const std::function<void(const std::string&)>& say)
+      : m_options(options),
+        m_progress(progress),
+        m_say(say),
+        m_stages(options.work.empty() ? options.output + ".work" : options.work, say) {
+    m_model.path = m_stages.file("model");
+    m_model.engine.direction = options.direction;
+    m_model.decoder.ngram_order = static_cast<std::int32_t>(options.order);
+    m_model.decoder.source_vocab = "source.vocab";
+    m_model.decoder.target_vocab = "target.vocab";
+    m_model.decoder.lang_model = "lm";
+    m_model.decoder.trans_model = "phrases";
+    m_model.decoder.compress_vocab = "phrases.quant";
+    fs::create_directories(m_model.path);
+  }
+
+  train_result_t run() {
+    depend_on_inputs();
+    m_stages.run("resources", [&] { make_resources(); });
+    set_resources();
+    if (!m_model.engine.segment_name.empty() && !m_model.engine.pinyin.empty()) {
+      m_stages.run("names", [&] { find_false_names(); });
+      m_model.engine.anti_name = "anti-names";
+      if (!fs::exists(m_model.file("anti-names"))) m_model.engine.anti_name.clear();
+      write_configurations();
+    }
+    m_stages.run("prepare", [&] { prepare_text(); });
+    read_preparation_report();
+    if (m_options.direction.target == "en") {
+      m_stages.run("recase", [&] { learn_capitals(); });
+      if (fs::exists(m_model.file("recase"))) m_model.engine.recase = "recase";
+    }
+    m_stages.run("align", [&] { align_words(); });
+    m_stages.depend(std::to_string(m_options.min_significance) + ' ' +
+                    std::to_string(m_options.max_targets));
+    m_stages.run("phrases", [&] { extract_phrases(); });
+    m_stages.depend(std::to_string(m_options.order) + ' ' +
+                    std::to_string(m_options.entropy_threshold));
+    m_stages.run("language model", [&] { estimate_language_model(); });
+    m_result.weights = default_weights();
+    if (!m_options.dev_source.empty()) {
+      m_stages.depend(std::to_string(m_options.tune_rounds) + ' ' +
+                      std::to_string(m_options.nbest));
+      m_stages.run("tune", [&] { tune_weights(); });
+      read_weights();
+    }
+    m_stages.depend(m_options.compact ? "compact" : "plain");
+    m_stages.run("pack", [&] { pack(); });
+    publish();
+    m_result.times = m_stages.times();
+    return std::move(m_result);
+  }
+
+ private:
+  void depend_on_inputs() {
+    const train_options_t& o = m_options;
+    m_stages.depend("training format 1 " + o.direction.name());
+    std::vector<std::string> inputs = {o.source,     o.target,   o.dev_source, o.dev_target,
+                                       o.dictionary, o.surnames, o.ambiguous,  o.readings,
+                                       o.entities,   o.rules,    o.recase_text};
+    inputs.insert(inputs.end(), o.lm_text.begin(), o.lm_text.end());
+    for (const std::string& input : inputs) {
+      if (input.empty()) {
+        m_stages.depend("-");
+      } else {
+        m_stages.depend_on_file(input);
+      }
+    }
+  }
+
+  void warn(const std::string& warning) {
+    m_result.warnings.push_back(warning);
+    m_say("warning: " + warning);
+  }
+
+  // ------------------------------------------------------------------ resources
+
+  void make_segmenter(std::string_view language, const std::string& text, const std::string& path) {
+    std::vector<segment_word_t> words;
+    std::vector<std::string> surnames;
+    if (language == "zh" && !m_options.dictionary.empty()) {
+      words = read_segment_words(m_options.dictionary);
+      if (!m_options.surnames.empty()) surnames = read_segment_lines(m_options.surnames);
+    } else {
+      words = learn_words(read_lines(text), language);
+    }
+    build_segment_dictionary(path, words, surnames);
+    if (!surnames.empty()) build_segment_names(path + "-names", words, surnames);
+    if (language == "zh" && !m_options.ambiguous.empty()) {
+      build_segment_ambiguous(path + "-ambiguous", read_segment_lines(m_options.ambiguous));
+    }
+  }
+
+  void make_resources() {
+    const direction_t& direction = m_options.direction;
+    if (needs_segmenter(direction.source)) {
+      make_segmenter(direction.source, m_options.source, m_model.file("segment"));
+    }
+    if (needs_segmenter(direction.target)) {
+      make_segmenter(direction.target, m_options.target, m_stages.file("target-segment"));
+    }
+    if (!m_options.rules.empty()) {
+      const rule_source_t rules = read_rule_source(m_options.rules);
+      if (rules.direction != direction.name()) {
+        throw std::runtime_error(m_options.rules + ": rules for " + rules.direction + ", not " +
+                                 direction.name());
+      }
+      write_rule_file(rules, m_model.file("rules"));
+    }
+    if (!m_options.readings.empty() && direction.source == "zh") {
+      PinyinBuilder pinyin;
+      for (const std::string& line : read_lines(m_options.readings)) pinyin.add_line(line);
+      pinyin.write(m_model.file("pinyin"));
+    }
+    if (!m_options.entities.empty()) {
+      set_resources(false);
+      textProcess::Processor source(language_of(direction.source), language_of(direction.target),
+                                    m_stages.file("source.conf"), m_model.path);
+      entity_options_t options;
+      options.join = needs_segmenter(direction.source) ? "" : " ";
+      options.words = [&](const std::string& phrase) {
+        textProcess::ProcessStr str(false, phrase);
+        source.Preprocess(str);
+        std::vector<std::string> words;
+        for (const std::string_view word : split_blanks(str.text())) words.emplace_back(word);
+        return words;
+      };
+      const entity_report_t report =
+          write_entity_file(read_entities(m_options.entities), options, m_model.file("entities"));
+      if (!report.dropped.empty()) {
+        warn(std::to_string(report.dropped.size()) + " of " + std::to_string(report.read) +
+             " entities left out, the first: " + report.dropped.front());
+      }
+    }
+  }
+
+  static textProcess::LangType language_of(std::string_view code) {
+    return static_cast<textProcess::LangType>(language_type(code));
+  }
+
+  // Names in engine.conf what the resources stage made.
+  void set_resources(bool with_entities = true) {
+    engine_config_t& engine = m_model.engine;
+    const auto name_if_there = [&](const char* name, std::string& value) {
+      value = fs::exists(m_model.file(name)) ? name : "";
+    };
+    if (needs_segmenter(m_options.direction.source)) {
+      name_if_there("segment", engine.segment);
+      name_if_there("segment-names", engine.segment_name);
+      name_if_there("segment-ambiguous", engine.ambiguous_path);
+    } else if (m_options.direction.source != "en") {
+      engine.single_word_split = "0";
+    }
+    name_if_there("pinyin", engine.pinyin);
+    // Without pinyin a name would have no translation.
+    if (engine.pinyin.empty()) engine.segment_name.clear();
+    name_if_there("rules", engine.rules);
+    if (with_entities) name_if_there("entities", engine.entities);
+    write_configurations();
+  }
+
+  void write_configurations() const {
+    write_file(m_stages.file("source.conf"), format_engine_config(m_model.engine));
+    engine_config_t target;
+    target.direction = m_options.direction;
+    if (needs_segmenter(m_options.direction.target)) {
+      target.segment = "../target-segment";
+    } else if (m_options.direction.target != "en") {
+      target.single_word_split = "0";
+    }
+    write_file(m_stages.file("target.conf"), format_engine_config(target));
+  }
+
+  preparation_files_t files() const {
+    return {m_options.direction, m_stages.file("source.conf"), m_stages.file("target.conf"),
+            m_model.path};
+  }
+
+  // The segmenter takes words for names of persons that are none in this text: those whose reading
+  // the other side does not have.
+  void find_false_names() {
+    const std::vector<std::string> source = read_lines(m_options.source);
+    const std::vector<std::string> target = read_lines(m_options.target);
+    const unsigned threads = thread_count(m_options.threads);
+    std::vector<std::unique_ptr<Preparer>> preparers;
+    for (unsigned i = 0; i < threads; ++i) preparers.push_back(std::make_unique<Preparer>(files()));
+    struct count_t {
+      std::uint64_t found = 0;
+      std::uint64_t matched = 0;
+    };
+    std::vector<std::map<std::string, count_t>> counts(threads);
+    parallel_for(
+        std::min(source.size(), target.size()), threads,
+        [&](std::size_t i, unsigned worker) {
+          for (const auto& [name, reading] : preparers[worker]->names(source[i])) {
+            count_t& count = counts[worker][name];
+            ++count.found;
+            const bool has_reading = target[i].find(reading) != std::string::npos;
+            count.matched += has_reading ? 1 : 0;
+          }
+        },
+        m_progress, "names");
+    std::map<std::string, count_t> total;
+    for (const auto& part : counts) {
+      for (const auto& [name, count] : part) {
+        total[name].found += count.found;
+        total[name].matched += count.matched;
+      }
+    }
+    std::vector<std::string> false_names;  // in byte order, as the segmenter wants them
+    for (const auto& [name, count] : total) {
+      if (2 * count.matched < count.found) false_names.push_back(name);
+    }
+    m_say("  " + std::to_string(false_names.size()) + " of " + std::to_string(total.size()) +
+          " names of persons are none in this text");
+    fs::remove(m_model.file("anti-names"));
+    if (!false_names.empty()) write_resource_file(m_model.file("anti-names"), false_names);
+  }
+
+  // ----------------------------------------------------------------------- text
+
+  void prepare_text() {
+    preparation_options_t options;
+    options.threads = m_options.threads;
+    const prepared_text_t text = prepare(files(), read_lines(m_options.source),
+                                         read_lines(m_options.target), options, m_progress);
+    write_lines(m_stages.file("prepared.source"), text.source);
+    write_lines(m_stages.file("prepared.target"), text.target);
+    std::vector<std::string> more;
+    for (const std::string& path : m_options.lm_text) {
+      const auto lines = prepare_target(files(), read_lines(path), options, m_progress);
+      more.insert(more.end(), lines.begin(), lines.end());
+    }
+    write_lines(m_stages.file("prepared.more"), more);
+
+    const preparation_report_t& r = text.report;
+    std::string report;
+    for (const std::uint64_t n : {r.pairs, r.kept, r.empty, r.too_long, r.identical, r.ill_formed,
+                                  r.repeated, r.source_words, r.target_words}) {
+      report += std::to_string(n) + '\n';
+    }
+    for (const auto& [tag, count] : r.tags) {
+      report +=
+          tag + '\t' + std::to_string(count.found) + '\t' + std::to_string(count.matched) + '\n';
+    }
+    write_file(m_stages.file("prepared.report"), report);
+  }
+
+  void read_preparation_report() {
+    preparation_report_t& r = m_result.preparation;
+    const auto lines = read_lines(m_stages.file("prepared.report"));
+    std::size_t i = 0;
+    for (std::uint64_t* n : {&r.pairs, &r.kept, &r.empty, &r.too_long, &r.identical, &r.ill_formed,
+                             &r.repeated, &r.source_words, &r.target_words}) {
+      *n = std::stoull(lines.at(i++));
+    }
+    for (; i < lines.size(); ++i) {
+      const std::size_t first = lines[i].find('\t');
+      const std::size_t second = lines[i].rfind('\t');
+      r.tags[lines[i].substr(0, first)] = {
+          std::stoull(lines[i].substr(first + 1, second - first - 1)),
+          std::stoull(lines[i].substr(second + 1))};
+    }
+    m_say("  " + std::to_string(r.kept) + " of " + std::to_string(r.pairs) + " pairs kept, " +
+          std::to_string(r.source_words) + " source and " + std::to_string(r.target_words) +
+          " target words");
+    for (const auto& [tag, count] : r.tags) {
+      m_say("  <" + tag + ">: " + std::to_string(count.matched) + " of " +
+            std::to_string(count.found) + " spans have their translation on the other side");
+    }
+  }
+
+  void learn_capitals() {
+    RecaseBuilder builder;
+    Preparer preparer(files());
+    std::vector<std::string> lines = read_lines(m_options.target);
+    if (!m_options.recase_text.empty()) {
+      const auto more = read_lines(m_options.recase_text);
+      lines.insert(lines.end(), more.begin(), more.end());
+    }
+    for (const std::string& line : lines) {
+      std::string text;
+      for (const std::string& word : preparer.cased_target(line)) {
+        if (!text.empty()) text += ' ';
+        text += word;
+      }
+      builder.add_line(text);
+    }
+    const auto entries = builder.entries();
+    fs::remove(m_model.file("recase"));
+    if (entries.empty()) {
+      warn("no word with a capital was seen often enough: only sentence starts get one");
+    } else {
+      write_recase_file(m_model.file("recase"), entries);
+    }
+  }
+
+  // --------------------------------------------------------------------- models
+
+  void align_words() {
+    const Bitext bitext = make_bitext(read_lines(m_stages.file("prepared.source")),
+                                      read_lines(m_stages.file("prepared.target")));
+    AlignOptions options;
+    options.threads = m_options.threads;
+    const Alignment alignment = align_both(bitext, options, m_progress);
+    TextOutput file(m_stages.file("alignment"));
+    for (std::size_t i = 0; i < alignment.size(); ++i) file.write(to_text(alignment[i]) + '\n');
+    file.commit();
+  }
+
+  std::vector<std::string> plain_text(const std::string& name) const {
+    std::vector<std::string> lines = read_lines(m_stages.file(name));
+    for (std::string& line : lines) line = without_numbers(line);
+    return lines;
+  }
+
+  void extract_phrases() {
+    const Bitext bitext = make_bitext(plain_text("prepared.source"), plain_text("prepared.target"));
+    Alignment alignment;
+    for (const std::string& line : read_lines(m_stages.file("alignment"))) {
+      alignment.add(parse_links(line));
+    }
+    PhraseOptions options;
+    options.threads = m_options.threads;
+    options.min_significance = m_options.min_significance;
+    options.max_targets = m_options.max_targets;
+    TextOutput file(m_stages.file("phrases"));
+    const PhraseStatistics statistics = build_phrase_table(
+        bitext, alignment, options,
+        [&](std::span<const PhrasePair> pairs) {
+          for (const PhrasePair& pair : pairs) {
+            file.write(format_phrase(pair, bitext.source_words, bitext.target_words));
+          }
+        },
+        m_progress);
+    file.commit();
+    m_say("  " + std::to_string(statistics.pairs) + " phrase pairs, " +
+          std::to_string(statistics.kept) + " kept");
+  }
+
+  const TrainedPhrases& phrases() {
+    if (!m_phrases) {
+      m_phrases = std::make_unique<TrainedPhrases>(
+          m_stages.file("phrases"), plain_text("prepared.source"), plain_text("prepared.target"));
+    }
+    return *m_phrases;
+  }
+
+  void estimate_language_model() {
+    const TrainedPhrases& table = phrases();
+    table.source_vocab().save(m_model.file("source.vocab"));
+    table.target_vocab().save(m_model.file("target.vocab"));
+    NgramText text;
+    for (const std::string& line : plain_text("prepared.target")) text.add_line(line);
+    for (const std::string& line : plain_text("prepared.more")) text.add_line(line);
+    NgramOptions options;
+    options.order = m_options.order;
+    options.threads = m_options.threads;
+    options.entropy_threshold = m_options.entropy_threshold;
+    const NgramModel model = estimate_ngrams(text, options, nullptr, m_progress);
+    const lang_model_report_t report =
+        pack_lang_model(model, table.target_vocab(), m_model.file("lm"));
+    for (const std::string& warning : report.warnings()) warn("language model: " + warning);
+    m_say("  " + std::to_string(report.written) + " n-grams, " + std::to_string(report.bytes) +
+          " bytes");
+  }
+
+  void tune_weights() {
+    model_folder_t folder = m_model;
+    write_file(folder.engine_path(), format_engine_config(folder.engine));
+    const std::vector<std::string> source = read_lines(m_options.dev_source);
+    const std::vector<std::vector<std::string>> references = {read_lines(m_options.dev_target)};
+    engine_tuner_options_t tuner_options;
+    tuner_options.nbest = m_options.nbest;
+    tuner_options.threads = m_options.threads;
+    tuner_options.tokenizer = tokenizer_for_language(m_options.direction.target);
+    EngineTuner tuner(folder, phrases(), source, references, tuner_options);
+
+    TuneOptions options;
+    options.rounds = m_options.tune_rounds;
+    options.mert.threads = m_options.threads;
+    options.mert.ranges.assign(kFeatures, {});
+    for (const std::size_t feature :
+         {std::size_t{kDistortion}, std::size_t{kReordering}, std::size_t{kLanguage},
+          std::size_t{kTranslation}, kTranslation + std::size_t{1}, kTranslation + std::size_t{2},
+          kTranslation + std::size_t{3}}) {
+      options.mert.ranges[feature].low = 0;
+    }
+    const TuneResult result = tune(
+        tuner, default_weights(), options,
+        [&](const TuneRound& round) { m_say("  " + round.bleu.text()); }, m_progress);
+    std::string text;
+    for (const TuneRound& round : result.rounds) {
+      text += "round " + std::to_string(round.bleu.score) + ' ' +
+              std::to_string(round.bleu.ratio()) + ' ' + std::to_string(round.expected) + '\n';
+    }
+    for (const double weight : result.weights) text += "weight " + std::to_string(weight) + '\n';
+    write_file(m_stages.file("weights"), text);
+  }
+
+  void read_weights() {
+    m_result.weights.clear();
+    for (const std::string& line : read_lines(m_stages.file("weights"))) {
+      if (line.starts_with("weight ")) m_result.weights.push_back(std::stod(line.substr(7)));
+      if (line.starts_with("round ")) {
+        TuneRound round;
+        round.bleu.score = std::stod(line.substr(6));
+        m_result.rounds.push_back(round);
+      }
+    }
+  }
+
+  void pack() {
+    decoder::Parameter& parameter = m_model.decoder;
+    set_weights(m_result.weights, parameter);
+    parameter.compress = m_options.compact;
+    decoder::CompactLmModel lang_model(m_model.file("lm"), parameter.ngram_order);
+    phrase_table_options_t options;
+    options.compact = m_options.compact;
+    options.quantifier_path = m_model.file(parameter.compress_vocab);
+    options.max_targets = static_cast<int>(m_options.max_targets);
+    options.lang_model = &lang_model;
+    options.translation_weight = parameter.translation_weight;
+    options.word_weight = parameter.word_weight;
+    options.lang_weight = parameter.lang_weight;
+    const TrainedPhrases& table = phrases();
+    const TrainedPhrases::report_t& report = table.report();
+    m_say("  of " + std::to_string(report.lines) + " phrase pairs " + std::to_string(report.lost) +
+          " hold a span without translation, " + std::to_string(report.odd_tags) +
+          " tags that do not match, " + std::to_string(report.rare_words) + " rare words");
+    const phrase_table_report_t packed =
+        pack_phrases(table, std::span<const double>(m_result.weights).subspan(kTranslation),
+                     options, m_model.file("phrases"));
+    for (const std::string& warning : packed.warnings()) warn("phrase table: " + warning);
+    m_say("  " + std::to_string(packed.written) + " phrase pairs, " +
+          std::to_string(packed.bytes()) + " bytes");
+    write_file(m_model.file(m_model.engine.decoder), format_decoder_config(parameter));
+    write_file(m_model.engine_path(), format_engine_config(m_model.engine));
+  }
+
+  // Copies the finished folder to its place under another name first.
+  void publish() {
+    m_model = open_model_folder(m_model.path);
+    std::vector<std::pair<std::string, std::string>> built_from = {
+        {"direction", m_options.direction.name()},
+        {"sentence pairs", std::to_string(m_result.preparation.kept)},
+        {"source words", std::to_string(m_result.preparation.source_words)},
+        {"target words", std::to_string(m_result.preparation.target_words)}};
+    built_from.insert(built_from.end(), m_options.built_from.begin(), m_options.built_from.end());
+    const std::string beside = m_options.output + ".new";
+    fs::remove_all(beside);
+    fs::create_directories(beside);
+    for (const std::string& name : m_model.named_files()) {
+      fs::copy_file(m_model.file(name), beside + '/' + name);
+    }
+    model_folder_t folder = open_model_folder(beside);
+    write_file(beside + '/' + manifest_name,
+               format_manifest(make_manifest(folder, std::move(built_from))));
+    fs::remove_all(m_options.output);
+    fs::rename(beside, m_options.output);
+  }
+
+  const train_options_t& m_options;
+  const Progress& m_progress;
+  const std::function<void(const std::string&)>& m_say;
+  Stages m_stages;
+  model_folder_t m_model;
+  train_result_t m_result;
+  std::unique_ptr<TrainedPhrases> m_phrases;
+};
+
+}  // namespace
+
+train_result_t train(const train_options_t& options, const Progress& progress,
+                     const std::function<void(const std::string&)>& say) {
+  return Trainer(options, progress, say).run();
+}
+
+}  // namespace koralite::toolkit
