@@ -18,10 +18,8 @@ constexpr float kInfinity = std::numeric_limits<float>::infinity();
 BeamSearch::BeamSearch(const Parameter& parameter, const CompactLmModel& lang_model,
                        std::int32_t bos, std::int32_t eos)
     : parameter_(parameter),
-      bos_(bos),
-      eos_(eos),
       bounded_(parameter.lang_weight >= 0 && parameter.lang_weight < kInfinity),
-      scorer_(lang_model) {}
+      scorer_(lang_model, bos, eos) {}
 
 void BeamSearch::compute_future_score(const OptionTable& options) {
   const int size = options.size();
@@ -44,26 +42,12 @@ void BeamSearch::start(OptionTable& options) {
     stacks_[k].reset(static_cast<std::size_t>(parameter_.stack_limit), parameter_.beam_threshold,
                      parameter_.combine);
   }
-  prepare_bounds(options);
+  scorer_.start_sentence(options.all());
   Hypothesis empty;
-  empty.context = scorer_.contexts().find({&bos_, 1});
+  empty.context = scorer_.start_context();
   empty.future = matrix_.at(0, size_ - 1);
   empty.total = empty.future;
   stacks_[0].offer(empty);
-}
-
-void BeamSearch::prepare_bounds(OptionTable& options) {
-  context_words_.assign(1, bos_);
-  for (const Option& option : options.all()) {
-    const auto words = option.target();
-    context_words_.insert(context_words_.end(), words.begin(), words.end());
-  }
-  scorer_.start_sentence(context_words_);
-  upper_.clear();
-  for (Option& option : options.all()) {
-    option.prefix = scorer_.add_prefix(option.target());
-    upper_.push_back(bounded_ ? scorer_.upper(option.prefix) * parameter_.lang_weight : kInfinity);
-  }
 }
 
 void BeamSearch::expand_hypothesis(const OptionTable& options, const Hypothesis& hypothesis,
@@ -71,6 +55,7 @@ void BeamSearch::expand_hypothesis(const OptionTable& options, const Hypothesis&
   ++counts_.expanded;
   extension_t extension;
   extension.from = &hypothesis;
+  extension.joint_bounds = scorer_.bounds(hypothesis.context);
   extension.first_phrase = hypothesis.previous == nullptr;
   const Option* previous = extension.first_phrase ? nullptr : &options.option(hypothesis.option);
   for (const next_span_t& span : group_.get_group(hypothesis.coverage)) {
@@ -96,24 +81,25 @@ void BeamSearch::weigh_cell(const OptionTable& options, const extension_t& exten
                             OptionTable::cell_t cell, HypoStack& target) {
   const float* own = options.reorders(extension.kind) + cell.begin;
   const float* scores = options.scores() + cell.begin;
-  const float* upper = upper_.data() + cell.begin;
+  std::uint32_t known = scorer_.known_firsts(extension.from->context, cell.begin, cell.count);
   counts_.considered += cell.count;
   for (std::uint32_t at = 0; at < cell.count; at += OptionTable::kLane) {
+    const lanes_t joint = extension.joint_bounds.at(cell.begin + at, at < 32 ? known >> at : 15U);
     lanes_t reorder = load_lanes(own + at);
     if (!extension.first_phrase) reorder = reorder + extension.previous_reorder;
     const lanes_t option_score = load_lanes(scores + at);
     lanes_t bound = extension.distorted + reorder * parameter_.reordering_weight;
     bound = bound + option_score;
-    bound = bound + load_lanes(upper + at);
+    bound = bound + joint * parameter_.lang_weight;
     bound = bound + extension.future;
     const float floor = target.floor();
     const lane_mask_t refused = (bound + parameter_.beam_threshold < target.best()) |
                                 (bound < floor) | (extension.from->score + option_score < floor);
-    if (all_lanes(refused)) continue;
+    if (bounded_ && all_lanes(refused)) continue;
     const std::uint32_t count =
         std::min(static_cast<std::uint32_t>(OptionTable::kLane), cell.count - at);
     for (std::uint32_t lane = 0; lane < count; ++lane) {
-      if (refused[lane] != 0) continue;
+      if (bounded_ && (refused[lane] != 0 || target.refuses_bound(bound[lane]))) continue;
       insert_hypothesis(options, extension, cell.begin + at + lane, target);
     }
   }
@@ -132,7 +118,6 @@ void BeamSearch::insert_hypothesis(const OptionTable& options, const extension_t
   const auto total_with = [&](float weighted_joint) {
     return partial + weighted_joint + extension.future;
   };
-  if (target.refuses_bound(total_with(upper_[place]))) return;
   ++counts_.scored;
   const float joint = scorer_.joint(from.context, option.prefix, [&](float bound) {
     return bounded_ && target.refuses_bound(total_with(bound * parameter_.lang_weight));
@@ -156,7 +141,6 @@ void BeamSearch::insert_hypothesis(const OptionTable& options, const extension_t
 // Adds what the sentence's end scores after each complete hypothesis.
 void BeamSearch::finish(const OptionTable& options) {
   HypoStack& last = stacks_[static_cast<std::size_t>(options.size())];
-  end_prefix_ = scorer_.add_prefix({&eos_, 1});
   for (std::size_t place = 0; place < last.size(); ++place) {
     Hypothesis& hypothesis = last.at(place);
     const float end = suffix(hypothesis);
@@ -178,9 +162,7 @@ const search_counts_t& BeamSearch::counts() {
 }
 
 std::size_t BeamSearch::memory() const {
-  std::size_t bytes = scorer_.memory() + matrix_.memory() + group_.memory() +
-                      upper_.capacity() * sizeof(float) +
-                      context_words_.capacity() * sizeof(std::int32_t);
+  std::size_t bytes = scorer_.memory() + matrix_.memory() + group_.memory();
   for (const HypoStack& stack : stacks_) bytes += stack.memory();
   return bytes;
 }

@@ -63,7 +63,7 @@ class BeamSearch {
     return scorer_.joint(before.context, option.prefix);
   }
   float suffix(const Hypothesis& complete) {
-    return scorer_.joint(complete.context, end_prefix_) * parameter_.lang_weight;
+    return scorer_.joint(complete.context, scorer_.end_prefix()) * parameter_.lang_weight;
   }
 
   // A name for a hypothesis in trace lines: its stack and its place in the pool.
@@ -80,6 +80,7 @@ class BeamSearch {
   // What is the same for all options of a cell that extend one hypothesis.
   struct extension_t {
     const Hypothesis* from = nullptr;
+    JointScorer::bounds_t joint_bounds;
     int start = 0;
     int end = 0;
     bool first_phrase = false;
@@ -90,7 +91,6 @@ class BeamSearch {
   };
 
   void start(OptionTable& options);
-  void prepare_bounds(OptionTable& options);
   void expand_hypothesis(const OptionTable& options, const Hypothesis& hypothesis, int covered);
   void weigh_cell(const OptionTable& options, const extension_t& extension,
                   OptionTable::cell_t cell, HypoStack& target);
@@ -99,17 +99,12 @@ class BeamSearch {
   void finish(const OptionTable& options);
 
   const Parameter& parameter_;
-  std::int32_t bos_;
-  std::int32_t eos_;
   bool bounded_;  // the language model's weight lets bounds work
   int size_ = 0;
-  std::uint32_t end_prefix_ = 0;  // the sentence's end as a phrase
   JointScorer scorer_;
   FutureMatrix matrix_;
   HypoGroup group_;
   std::vector<HypoStack> stacks_;
-  std::vector<float> upper_;  // by option: weighted bound of its joint score
-  std::vector<std::int32_t> context_words_;
   search_counts_t counts_;
 };
 

@@ -22,7 +22,8 @@ std::uint32_t hash_words(std::span<const std::int32_t> words) {
 ContextTable::ContextTable(const CompactLmModel& lang_model, std::size_t keep)
     : lang_model_(lang_model), keep_(keep), slots_(kFirstSlots) {}
 
-void ContextTable::clear() {
+void ContextTable::start_sentence(std::span<const std::int32_t> before) {
+  before_ = before;
   entries_.clear();
   std::fill(slots_.begin(), slots_.end(), 0);
 }
@@ -40,7 +41,7 @@ std::uint32_t ContextTable::find(std::span<const std::int32_t> words) {
   entry_t& entry = entries_.emplace_back();
   std::copy(words.begin(), words.end(), entry.words.begin());
   entry.count = static_cast<std::uint8_t>(words.size());
-  entry.walked = false;
+  entry.learned = false;
   entry.hash = hash;
   const auto number = static_cast<std::uint32_t>(entries_.size());
   slots_[slot] = number;
@@ -68,18 +69,27 @@ std::uint32_t ContextTable::extend(std::uint32_t context, std::span<const std::i
   return find({joined.data(), kept + words.size()});
 }
 
-const lm_levels_t& ContextTable::levels(std::uint32_t context) {
-  entry_t& entry = entries_[context];
-  if (!entry.walked) {
-    entry.walked = true;
-    if (entry.count == 0) {
-      entry.levels.count = 0;
-      entry.levels.longest = 0;
-    } else {
-      lang_model_.TrieSearchInvert({entry.words.data(), entry.count}, entry.levels);
-    }
+void ContextTable::learn(entry_t& entry) const {
+  entry.learned = true;
+  entry.knowledge = {};
+  entry.levels.count = 0;
+  if (entry.count == 0) return;
+  const std::span<const std::int32_t> words(entry.words.data(), entry.count);
+  lang_model_.TrieSearchInvert(words, entry.levels);
+  knowledge_t& knowledge = entry.knowledge;
+  const auto place = std::lower_bound(before_.begin(), before_.end(), words.back());
+  if (place != before_.end() && *place == words.back()) {
+    knowledge.place = static_cast<std::uint32_t>(place - before_.begin());
   }
-  return entry.levels;
+  for (int k = 0; k < entry.levels.count; ++k) {
+    const lm_level_t& level = entry.levels.level[static_cast<std::size_t>(k)];
+    if (!level.entry) continue;
+    const float back_off = lang_model_.back_off(level.back_off);
+    knowledge.adds[knowledge.add_count++] = back_off;
+    if (back_off > 0) knowledge.raise += back_off;
+  }
+  // Added at once instead of one by one: more than the roundings can differ.
+  if (knowledge.raise > 0) knowledge.raise += (700 + 2 * knowledge.raise) * 0x1p-19F;
 }
 
 std::size_t ContextTable::memory() const {

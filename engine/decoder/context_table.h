@@ -18,10 +18,23 @@ class ContextTable {
  public:
   static constexpr std::size_t kMaxWords = LangModel::kMaxContext;
 
+  static constexpr std::uint32_t kNowhere = 0xFFFFFFFFU;
+
+  // What a context adds to the score of a word that it does not match, and to
+  // bounds.
+  struct knowledge_t {
+    std::uint32_t place = kNowhere;  // of its last word among the words before
+    std::size_t add_count = 0;
+    std::array<float, kMaxWords> adds;  // its back-offs, in the order in which they are added
+    float raise = 0;                    // more than those that are positive can add
+  };
+
   // `keep`: how many words a context keeps, at most kMaxWords.
   ContextTable(const CompactLmModel& lang_model, std::size_t keep);
 
-  void clear();
+  // Forgets all contexts. `before` are the words that contexts can end with,
+  // ascending; they must stay in place.
+  void start_sentence(std::span<const std::int32_t> before);
 
   // The context of these words; only the caller's first one may be longer than `keep`.
   std::uint32_t find(std::span<const std::int32_t> words);
@@ -32,7 +45,8 @@ class ContextTable {
     const entry_t& entry = entries_[context];
     return {entry.words.data(), entry.count};
   }
-  const lm_levels_t& levels(std::uint32_t context);
+  const lm_levels_t& levels(std::uint32_t context) { return learn(context).levels; }
+  const knowledge_t& knowledge(std::uint32_t context) { return learn(context).knowledge; }
 
   std::size_t size() const { return entries_.size(); }
   std::size_t memory() const;
@@ -41,15 +55,24 @@ class ContextTable {
   struct entry_t {
     std::array<std::int32_t, kMaxWords> words;
     std::uint8_t count;
-    bool walked;
+    bool learned;
     std::uint32_t hash;
+    knowledge_t knowledge;
     lm_levels_t levels;
   };
+
+  entry_t& learn(std::uint32_t context) {
+    entry_t& entry = entries_[context];
+    if (!entry.learned) learn(entry);
+    return entry;
+  }
+  void learn(entry_t& entry) const;
 
   void grow();
 
   const CompactLmModel& lang_model_;
   std::size_t keep_;
+  std::span<const std::int32_t> before_;
   std::vector<entry_t> entries_;
   std::vector<std::uint32_t> slots_;  // open addressing: entry + 1, 0 for a free slot
 };

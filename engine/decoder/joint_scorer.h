@@ -1,14 +1,15 @@
 // Scores phrases after contexts for the search, and bounds those scores from
-// above without knowing the context. Gives what CompactLmModel::compute_joint_score
-// gives, bit for bit, asking the model as little as possible:
+// above. Gives what CompactLmModel::compute_joint_score gives, bit for bit, asking
+// the model as little as possible:
 //
 // - The options of a sentence share prefixes: each distinct sequence of leading
 //   target words that a joint score sees is one number ("prefix"), linked to the
-//   prefix without its last word.
-// - A memo of fixed size remembers the sum for (context, prefix) and the model's
-//   levels of the prefix's last word. A score that is asked for again is found, and
-//   a longer phrase goes on from what its prefix left. Entries are overwritten when
-//   they collide, which costs time and changes nothing.
+//   prefix without its last word. What the model knows about a prefix's last word
+//   is walked once; when that walk ends inside the prefix, no context changes it.
+// - A pair of words that the model does not know at all (BigramTable) needs no
+//   walk: the first word has its one-word score and the context's back-offs.
+// - A memo of fixed size remembers the walks of first words after contexts.
+//   Entries are overwritten when they collide, which changes nothing.
 //
 // Lives in one decoder; keeps its memory from sentence to sentence.
 #pragma once
@@ -20,24 +21,50 @@
 #include <span>
 #include <vector>
 
+#include "decoder/bigram_table.h"
 #include "decoder/compact_lm_model.h"
 #include "decoder/context_table.h"
+#include "decoder/lanes.h"
+#include "decoder/option.h"
 
 namespace koralite::decoder {
 
 class JointScorer {
  public:
-  explicit JointScorer(const CompactLmModel& lang_model);
+  JointScorer(const CompactLmModel& lang_model, std::int32_t bos, std::int32_t eos);
 
-  // Forgets prefixes and contexts of the last sentence. `after` are the words
-  // that a context of the next one can hold (repeated ones are welcome).
-  void start_sentence(std::span<const std::int32_t> after);
+  // Prepares for the options of a sentence, whose trees are visible: gives each
+  // its prefix and forgets everything about the last sentence. The number of
+  // options is a multiple of the lane count.
+  void start_sentence(std::span<Option> options);
 
-  // The prefix of a phrase. Prefix 0 is the empty one.
-  std::uint32_t add_prefix(std::span<const std::int32_t> words);
+  std::uint32_t start_context() { return contexts_.find({&bos_, 1}); }
+  std::uint32_t end_prefix() const { return end_prefix_; }
+  ContextTable& contexts() { return contexts_; }
 
-  // An upper bound of the joint score of the prefix after any context.
-  float upper(std::uint32_t prefix) const { return prefixes_[prefix].upper; }
+  // Upper bounds, four options at a time, of the joint scores after one context.
+  // `known` are bits of known_firsts() for the four.
+  class bounds_t {
+   public:
+    lanes_t at(std::uint32_t place, unsigned known) const {
+      lanes_t unknown_pair = load_lanes(scorer_->single_.data() + place);
+      for (std::size_t k = 0; k < context_.add_count; ++k) unknown_pair += context_.adds[k];
+      lanes_t known_pair = load_lanes(scorer_->highest_.data() + place);
+      if (context_.raise > 0) known_pair += context_.raise;
+      return select_lanes(known, known_pair, unknown_pair) +
+             load_lanes(scorer_->rest_.data() + place);
+    }
+
+   private:
+    friend class JointScorer;
+    const JointScorer* scorer_ = nullptr;
+    ContextTable::knowledge_t context_;  // a copy, as the table grows
+  };
+  bounds_t bounds(std::uint32_t context);
+
+  // One bit for each of the first 32 options of the cell: whether its first word
+  // may match more than itself after the context.
+  std::uint32_t known_firsts(std::uint32_t context, std::uint32_t begin, std::uint32_t count);
 
   // The joint score of the prefix after the context.
   float joint(std::uint32_t context, std::uint32_t prefix) {
@@ -45,50 +72,69 @@ class JointScorer {
   }
 
   // The same, but gives up and returns a bound once `refused(bound)` says that an
-  // upper bound of the score is too low. Only asked of prefixes that are not yet
-  // known.
+  // upper bound of the score is too low. Not asked about the score itself.
   template <typename Refused>
   float joint(std::uint32_t context, std::uint32_t prefix, Refused&& refused);
-
-  ContextTable& contexts() { return contexts_; }
 
   std::uint64_t joint_count() const { return joint_count_; }
   std::uint64_t ngram_count() const { return ngram_count_; }
   std::size_t memory() const;
 
  private:
-  static constexpr std::size_t kMemoSize = std::size_t{1} << 14;
-  static constexpr int kMaxPrefix = LangModel::kMaxOrder - 1;
+  static constexpr std::size_t kMemoSize = std::size_t{1} << 13;
+  static constexpr std::size_t kMaskSize = std::size_t{1} << 12;
+  static constexpr std::uint32_t kNoFirst = 0xFFFFFFFFU;
+  static constexpr std::size_t kMaxPrefix = LangModel::kMaxOrder - 1;
 
   struct prefix_t {
     std::uint32_t parent = 0;
     std::int32_t word = 0;
-    int length = 0;
-    float word_upper = 0;  // bound of its last word's score
-    float upper = 0;       // of the whole prefix: the bounds of its words, added in their order
+    std::uint32_t first = 0;  // place of its first word among the first words
+    std::uint8_t length = 0;
+    bool closed = false;      // the walk ended inside: no context changes the levels
+    float upper = 0;          // bound of the last word's score
+    lm_levels_t levels;       // of the prefix alone
   };
   struct memo_t {
     std::uint32_t context = 0;  // with the sentence's base added, so old entries match nothing
     std::uint32_t prefix = 0;
-    float sum = 0;
+    float score = 0;
     lm_levels_t levels;
   };
+  struct mask_t {
+    std::uint32_t context_word = 0;  // place among the words before, with the base added
+    std::uint32_t begin = 0;
+    std::uint32_t bits = 0;
+  };
 
-  float bound_of_word(std::span<const std::int32_t> words);
-  std::size_t memo_place(std::uint32_t context, std::uint32_t prefix) const {
-    const std::uint64_t key = static_cast<std::uint64_t>(context) << 32 | prefix;
-    return static_cast<std::size_t>((key * 0x9E3779B97F4A7C15U) >> 40) & (kMemoSize - 1);
-  }
+  std::uint32_t add_prefix(std::span<const std::int32_t> words);
+  std::uint32_t make_prefix(std::uint32_t parent, std::span<const std::int32_t> words);
   void grow_prefix_slots();
+  void find_words(std::span<const Option> options);
+  void fill_columns(std::span<const Option> options);
+  std::uint32_t place_before(std::int32_t word) const;
+  const memo_t& first_word(std::uint32_t context, std::uint32_t prefix);
 
   const CompactLmModel& lang_model_;
+  std::int32_t bos_;
+  std::int32_t eos_;
   std::size_t order_;
   ContextTable contexts_;
+  BigramTable bigrams_;
   std::uint32_t base_ = 1;
-  float max_back_off_ = 0;
+  std::uint32_t end_prefix_ = 0;
   std::vector<prefix_t> prefixes_;
   std::vector<std::uint32_t> prefix_slots_;  // open addressing: prefix, 0 for a free slot
+  std::vector<std::int32_t> before_words_;   // that a context can end with, ascending
+  std::vector<std::int32_t> first_words_;
+  // By option: the place of its first word, kNoFirst if no context changes its score;
+  // the first word's one-word score and its highest one; a bound of what the others add.
+  std::vector<std::uint32_t> first_of_option_;
+  std::vector<float> single_;
+  std::vector<float> highest_;
+  std::vector<float> rest_;
   std::vector<memo_t> memo_;
+  std::vector<mask_t> masks_;
   std::uint64_t joint_count_ = 0;
   std::uint64_t ngram_count_ = 0;
 };
@@ -97,49 +143,50 @@ template <typename Refused>
 float JointScorer::joint(std::uint32_t context, std::uint32_t prefix, Refused&& refused) {
   ++joint_count_;
   if (prefix == 0) return 0.0F;
-  // Back to the longest prefix whose score is known, then forward again.
-  const std::uint32_t key = base_ + context;
   std::array<std::uint32_t, kMaxPrefix> path;
-  int unknown = 0;
-  float sum = 0.0F;
-  const lm_levels_t* before = nullptr;
+  std::size_t length = prefixes_[prefix].length;
   for (std::uint32_t at = prefix; at != 0; at = prefixes_[at].parent) {
-    const memo_t& memo = memo_[memo_place(key, at)];
-    if (memo.context == key && memo.prefix == at) {
-      if (unknown == 0) return memo.sum;
-      sum = memo.sum;
-      before = &memo.levels;
-      break;
-    }
-    path[static_cast<std::size_t>(unknown++)] = at;
+    path[prefixes_[at].length - 1U] = at;
   }
-  if (before == nullptr) before = &contexts_.levels(context);
+  // First word: known pairs need a walk, others have one level.
+  const ContextTable::knowledge_t& known = contexts_.knowledge(context);
+  const prefix_t& first = prefixes_[path[0]];
+  float sum = 0.0F;
+  const lm_levels_t* before = &first.levels;
+  if (first.levels.count == 0) {
+    sum += LangModel::LM_UNK_PROB;
+  } else if (known.place != ContextTable::kNowhere && !bigrams_.known(known.place, first.first)) {
+    float score = lang_model_.probability(first.levels.level[0].probability);
+    for (std::size_t k = 0; k < known.add_count; ++k) score += known.adds[k];
+    sum += score;
+  } else {
+    const memo_t& memo = first_word(context, path[0]);
+    sum += memo.score;
+    before = &memo.levels;
+  }
+  if (length == 1) return sum;
 
   std::array<std::int32_t, LangModel::kMaxContext + kMaxPrefix> words;
-  const std::span<const std::int32_t> known = contexts_.words(context);
-  auto* end = std::copy(known.begin(), known.end(), words.data());
-  const int length = prefixes_[prefix].length;
-  end += length;
-  for (std::uint32_t at = prefix; at != 0; at = prefixes_[at].parent) *--end = prefixes_[at].word;
-  end += length - unknown;
-
-  std::array<lm_levels_t, 2> levels;
-  while (unknown-- > 0) {
-    const std::uint32_t at = path[static_cast<std::size_t>(unknown)];
-    ++end;
+  const std::span<const std::int32_t> context_words = contexts_.words(context);
+  std::int32_t* end = std::copy(context_words.begin(), context_words.end(), words.data());
+  *end++ = first.word;
+  std::array<lm_levels_t, 2> walked;
+  for (std::size_t k = 1; k < length; ++k) {
+    float bound = sum;
+    for (std::size_t rest = k; rest < length; ++rest) bound += prefixes_[path[rest]].upper;
+    if (refused(bound)) return bound;
+    const prefix_t& here = prefixes_[path[k]];
+    *end++ = here.word;
     const auto joined = static_cast<std::size_t>(end - words.data());
     const std::size_t window = std::min(joined, order_);
-    lm_levels_t& here = levels[static_cast<std::size_t>(unknown % 2)];
-    sum += lang_model_.ngram_score({end - window, window}, *before, here);
-    ++ngram_count_;
-    memo_[memo_place(key, at)] = {key, at, sum, here};
-    before = &here;
-    if (unknown > 0) {
-      float bound = sum;
-      for (int k = unknown; k-- > 0;) {
-        bound += prefixes_[path[static_cast<std::size_t>(k)]].word_upper;
-      }
-      if (refused(bound)) return bound;
+    if (here.closed) {
+      sum += lang_model_.score(static_cast<int>(window), here.levels, *before);
+      before = &here.levels;
+    } else {
+      lm_levels_t& levels = walked[k % 2];
+      sum += lang_model_.ngram_score({end - window, window}, *before, levels);
+      ++ngram_count_;
+      before = &levels;
     }
   }
   return sum;

@@ -16,6 +16,13 @@ inline lanes_t load_lanes(const float* from) {
   return lanes;
 }
 
+// The lanes of `yes` whose bits are set, those of `no` for the others.
+inline lanes_t select_lanes(unsigned bits, lanes_t yes, lanes_t no) {
+  const auto lane = [bits](unsigned k) { return -static_cast<std::int32_t>(bits >> k & 1U); };
+  const lane_mask_t mask = {lane(0), lane(1), lane(2), lane(3)};
+  return (lanes_t)(((lane_mask_t)yes & mask) | ((lane_mask_t)no & ~mask));
+}
+
 inline bool all_lanes(lane_mask_t mask) {
   std::uint64_t halves[2];
   std::memcpy(halves, &mask, sizeof halves);
