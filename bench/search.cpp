@@ -36,7 +36,8 @@ struct sentences_t {
   std::vector<std::vector<word_node_t>> nodes;
   std::size_t word_count = 0;
 
-  sentences_t(int count, int low, int high) : words(kora_bench::search_sentences(count, low, high)) {
+  sentences_t(int count, int low, int high)
+      : words(kora_bench::search_sentences(count, low, high)) {
     for (auto& sentence : words) {
       auto& list = nodes.emplace_back();
       for (auto& word : sentence) list.push_back({word.data(), nullptr, nullptr});
@@ -67,7 +68,8 @@ double resident_megabytes() {
   return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1048576;
 }
 
-void translate(benchmark::State& state, const sentences_t& sentences, int stack, int option, int distort) {
+void translate(benchmark::State& state, const sentences_t& sentences, int stack, int option,
+               int distort) {
   engine_t engine(stack, option, distort);
   Decoder& decoder = *engine.decoder;
   std::string text;
@@ -77,8 +79,8 @@ void translate(benchmark::State& state, const sentences_t& sentences, int stack,
     for (const auto& nodes : sentences.nodes) decoder.translate(nodes, text);
   }
   const search_counts_t& after = decoder.counts();
-  const double words = static_cast<double>(sentences.word_count) *
-                       static_cast<double>(state.iterations());
+  const double words =
+      static_cast<double>(sentences.word_count) * static_cast<double>(state.iterations());
   state.SetItemsProcessed(static_cast<std::int64_t>(words));
   const auto per_word = [&](std::uint64_t search_counts_t::*count) {
     return static_cast<double>(after.*count - before.*count) / words;
@@ -98,7 +100,8 @@ void translate(benchmark::State& state, const sentences_t& sentences, int stack,
   state.counters["score"] = score / static_cast<double>(sentences.nodes.size());
 }
 
-void add(const std::string& name, const sentences_t& sentences, int stack, int option, int distort) {
+void add(const std::string& name, const sentences_t& sentences, int stack, int option,
+         int distort) {
   benchmark::RegisterBenchmark(name.c_str(), [=, &sentences](benchmark::State& state) {
     translate(state, sentences, stack, option, distort);
   })->Unit(benchmark::kMillisecond);
@@ -107,7 +110,8 @@ void add(const std::string& name, const sentences_t& sentences, int stack, int o
 // Each thread has its own models and decoder, as handles do.
 void threads(benchmark::State& state, const sentences_t& sentences) {
   std::vector<std::unique_ptr<engine_t>> engines;
-  for (int k = 0; k < state.range(0); ++k) engines.push_back(std::make_unique<engine_t>(100, 20, 6));
+  for (int k = 0; k < state.range(0); ++k)
+    engines.push_back(std::make_unique<engine_t>(100, 20, 6));
   for (auto _ : state) {
     std::vector<std::thread> running;
     for (const auto& engine : engines) {
@@ -143,7 +147,10 @@ int main(int argc, char** argv) {
   }
   add("stack:50/option:10/distort:4", mixed, 50, 10, 4);
   benchmark::RegisterBenchmark("threads", [](benchmark::State& state) { threads(state, mixed); })
-      ->Arg(1)->Arg(2)->UseRealTime()->Unit(benchmark::kMillisecond);
+      ->Arg(1)
+      ->Arg(2)
+      ->UseRealTime()
+      ->Unit(benchmark::kMillisecond);
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
 }

@@ -73,8 +73,9 @@ class SyntheticPairs {
     if (chance(10)) return static_cast<int>(random_() % 200);
     int choice = 0;
     while (choice < 6 && chance(35)) ++choice;
-    std::uint64_t mixed = (static_cast<std::uint64_t>(word) * 8 +
-                           static_cast<std::uint64_t>(choice)) * 0x9E3779B97F4A7C15U;
+    std::uint64_t mixed =
+        (static_cast<std::uint64_t>(word) * 8 + static_cast<std::uint64_t>(choice)) *
+        0x9E3779B97F4A7C15U;
     mixed ^= mixed >> 31;
     const double spread = 0.6 + 0.8 * static_cast<double>(mixed % 1000) / 1000;
     return std::min(kWords - 1, static_cast<int>((word + 2) * spread));
@@ -107,7 +108,7 @@ class SearchModelMaker {
   }
 
  private:
-  static constexpr int kFirst = 257;  // the most frequent source word
+  static constexpr int kFirst = 257;        // the most frequent source word
   static constexpr int kTargetFirst = 259;  // behind "<s>" and "</s>"
   static constexpr int kOrder = 5;
   static constexpr std::size_t kPhrase = 5;

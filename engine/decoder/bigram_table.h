@@ -26,8 +26,7 @@ class BigramTable {
              std::span<const std::int32_t> first);
 
   bool known(std::uint32_t before, std::uint32_t first) const {
-    return row_words_ == 0 ||
-           (bits_[before * row_words_ + first / 64] >> (first % 64) & 1) != 0;
+    return row_words_ == 0 || (bits_[before * row_words_ + first / 64] >> (first % 64) & 1) != 0;
   }
 
   std::size_t memory() const { return bits_.capacity() * sizeof(bits_[0]); }

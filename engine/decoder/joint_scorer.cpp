@@ -74,8 +74,7 @@ std::uint32_t JointScorer::add_prefix(std::span<const std::int32_t> words) {
   std::uint32_t at = 0;
   for (std::size_t k = 1; k <= length; ++k) {
     const std::int32_t word = words[k - 1];
-    std::size_t slot =
-        mix(at, static_cast<std::uint32_t>(word)) & (prefix_slots_.size() - 1);
+    std::size_t slot = mix(at, static_cast<std::uint32_t>(word)) & (prefix_slots_.size() - 1);
     std::uint32_t found = 0;
     while ((found = prefix_slots_[slot]) != 0 &&
            (prefixes_[found].parent != at || prefixes_[found].word != word)) {
@@ -207,7 +206,8 @@ std::size_t JointScorer::memory() const {
          prefix_slots_.capacity() * sizeof(std::uint32_t) + memo_.capacity() * sizeof(memo_t) +
          masks_.capacity() * sizeof(mask_t) +
          (before_words_.capacity() + first_words_.capacity() + first_of_option_.capacity() +
-          single_.capacity() + highest_.capacity() + rest_.capacity()) * 4;
+          single_.capacity() + highest_.capacity() + rest_.capacity()) *
+             4;
 }
 
 }  // namespace koralite::decoder

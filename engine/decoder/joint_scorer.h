@@ -91,9 +91,9 @@ class JointScorer {
     std::int32_t word = 0;
     std::uint32_t first = 0;  // place of its first word among the first words
     std::uint8_t length = 0;
-    bool closed = false;      // the walk ended inside: no context changes the levels
-    float upper = 0;          // bound of the last word's score
-    lm_levels_t levels;       // of the prefix alone
+    bool closed = false;  // the walk ended inside: no context changes the levels
+    float upper = 0;      // bound of the last word's score
+    lm_levels_t levels;   // of the prefix alone
   };
   struct memo_t {
     std::uint32_t context = 0;  // with the sentence's base added, so old entries match nothing
