@@ -26,6 +26,7 @@ class io_error : public std::runtime_error {
 // Adds a subcommand; `run` is set to what it does once its options are parsed and
 // gives the exit code.
 using run_t = std::function<int()>;
+void add_eval(CLI::App& program, run_t& run);
 void add_segment(CLI::App& program, run_t& run);
 void add_train(CLI::App& program, run_t& run);
 void add_translate(CLI::App& program, run_t& run);

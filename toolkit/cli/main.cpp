@@ -27,6 +27,7 @@ int main(int argc, char** argv) {
   program.require_subcommand(1);
   program.set_version_flag("--version", "kora 1.0.0");
   run_t run;
+  add_eval(program, run);
   add_segment(program, run);
   add_train(program, run);
   add_translate(program, run);
