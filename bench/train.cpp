@@ -1,13 +1,16 @@
 // Speed of the stages that make a model, on generated text: a source language of
 // Zipf-distributed words and a target that follows it word by word with fertility,
 // local reordering and noise, so that alignment and extraction have real work.
-// KORA_BENCH_PAIRS sets the number of sentence pairs (default 20000). Each stage
+// KORA_BENCH_PAIRS sets the number of sentence pairs (default 20000);
+// KORA_BENCH_SOURCE and KORA_BENCH_TARGET name files of real text, tokenized, to
+// take instead. Each stage
 // is timed on what the stage before made; "tokens/s" counts source tokens.
 
 #include <benchmark/benchmark.h>
 
 #include <cmath>
 #include <cstdlib>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -64,8 +67,22 @@ Text generate(std::size_t pairs) {
   return text;
 }
 
+Text read_files(const char* source, const char* target) {
+  Text text;
+  const auto read = [](const char* path, std::vector<std::string>& lines) {
+    std::ifstream in(path);
+    for (std::string line; std::getline(in, line);) lines.push_back(line);
+  };
+  read(source, text.source);
+  read(target, text.target);
+  return text;
+}
+
 const Text& text() {
-  static const Text made = generate(wanted_pairs());
+  const char* const source = std::getenv("KORA_BENCH_SOURCE");
+  const char* const target = std::getenv("KORA_BENCH_TARGET");
+  static const Text made = source != nullptr && target != nullptr ? read_files(source, target)
+                                                                  : generate(wanted_pairs());
   return made;
 }
 

@@ -163,10 +163,29 @@ class Trainer {
     return log_likelihood;
   }
 
+  // Jumps alone know nothing of the sentence's end: a final full stop would go to
+  // whatever follows the last word that was translated. So each link also bears
+  // the diagonal model's weight, as a factor of one on average.
+  void pull_to_diagonal(std::size_t n, std::size_t m, Scratch& s) const {
+    const double tension = tension_ * options_.markov_tension;
+    s.weight.resize(n);
+    for (std::size_t j = 0; j < m; ++j) {
+      double z = 0;
+      for (std::size_t i = 0; i < n; ++i) {
+        const double w = std::exp(-tension * distance(i, n, j, m));
+        s.weight[i] = static_cast<float>(w);
+        z += w;
+      }
+      const float scale = static_cast<float>(static_cast<double>(n) / z);
+      for (std::size_t i = 0; i < n; ++i) s.emit[j * (n + 1) + i + 1] *= s.weight[i] * scale;
+    }
+  }
+
   // The same under the Markov model; with moves, also the expected jumps.
   double markov(std::size_t pair, Scratch& s, bool moves) const {
     const std::size_t n = given_.length(pair);
     const std::size_t m = generated_.length(pair);
+    pull_to_diagonal(n, m, s);
     const JumpMatrix& jump = matrices_[n];
     const float p0 = static_cast<float>(options_.null_probability);
     double log_likelihood = 0;

@@ -19,10 +19,11 @@
 namespace koralite::toolkit {
 
 struct AlignOptions {
-  int diagonal_iterations = 4;    ///< of the diagonal model
-  int hmm_iterations = 4;         ///< of the Markov model; 0 leaves the diagonal one's result
+  int diagonal_iterations = 5;    ///< of the diagonal model
+  int hmm_iterations = 0;         ///< of the Markov model after it
   double null_probability = 0.1;  ///< that a target word has no source word
   double tension = 4.0;           ///< of the diagonal prior, to begin with
+  double markov_tension = 1;      ///< share of it that also acts in the Markov model
   bool optimise_tension = true;   ///< fit it in each iteration but the first
   double prior = 0.01;            ///< of the Dirichlet; 0 is maximum likelihood
   std::size_t max_words = 200;    ///< pairs with a longer side stay unaligned
