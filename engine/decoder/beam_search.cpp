@@ -70,8 +70,8 @@ void BeamSearch::expand_hypothesis(const OptionTable& options, const Hypothesis&
         hypothesis.score + Calculator::compute_distort_score(hypothesis.last_end, span.start) *
                                parameter_.distortion_weight;
     extension.future = Calculator::compute_future_score(hypothesis.future, span.gap);
-    weigh_cell(options, extension, span.cell,
-               stacks_[static_cast<std::size_t>(covered + span.end - span.start + 1)]);
+    const int covers = covered + span.end - span.start + 1;
+    weigh_cell(options, extension, span.cell, stacks_[static_cast<std::size_t>(covers)]);
   }
 }
 
