@@ -53,6 +53,8 @@ void add_train(CLI::App& program, run_t& run) {
   command->add_option("--entities", o.entities, "Names: lines SOURCE TAB TYPE TAB TARGET");
   command->add_option("--rules", o.rules, "Number rules");
   command->add_option("--recase-text", o.recase_text, "More English text with its capitals");
+  command->add_option("--sources", o.sources,
+                      "Table of where the text comes from: name TAB licence TAB ...");
   command->add_option("-o,--output", o.output, "The model folder")->required();
   command->add_option("--work", o.work, "Work folder [OUTPUT.work]");
   command->add_option("-t,--threads", o.threads, "Threads; 0: all cores")->capture_default_str();

@@ -254,7 +254,7 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
   std::vector<bool> oversize(words.size(), false);
   for (std::uint32_t id = 0; id < words.size(); ++id) {
     const range_t tree = words[id].tree;
-    if (words[id].unigram == nullptr) ++report_.missing_words;
+    if (words[id].unigram == nullptr && id >= options_.first_word_id) ++report_.missing_words;
     if (tree.end == 0) continue;
     order.push_back(id);
     const auto items = std::span<const item_t>(items_).subspan(tree.begin, tree.end - tree.begin);

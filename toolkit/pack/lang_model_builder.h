@@ -18,6 +18,8 @@ struct lang_model_options_t {
   // Id of "</s>", whose tree comes first in the file, so that it is always resident; negative:
   // none.
   int end_id = -1;
+  // Ids below this one are tag words, which many models do without.
+  std::size_t first_word_id = 0;
   // Nodes that one word's tree may have. Links of the format reach no further than the default;
   // lower it to make a smaller model.
   std::uint32_t max_tree_nodes = 65534;

@@ -13,8 +13,9 @@ namespace koralite::toolkit {
 namespace {
 
 // Ids behind the first word of a phrase, and all ids of the language model, have 16 bits, and 65535
-// is taken; ordinary words start at 256.
-constexpr std::size_t max_words = 65535 - 256;
+// is taken; ordinary words follow the tag words.
+constexpr std::size_t first_word = 256;
+constexpr std::size_t max_words = 65535 - first_word;
 
 // Smallest probability that is told from zero.
 constexpr double least_probability = 1e-30;
@@ -114,6 +115,7 @@ lang_model_report_t pack_lang_model(const NgramModel& model, const VocabBuilder&
   target.find("</s>", end_id);
   lang_model_options_t options;
   options.end_id = end_id;
+  options.first_word_id = first_word;
   LangModelBuilder builder(options);
   std::vector<std::int32_t> ngram;
   for (std::size_t n = 1; n <= model.order(); ++n) {

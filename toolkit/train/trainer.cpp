@@ -516,6 +516,19 @@ class Trainer {
         {"sentence pairs", std::to_string(m_result.preparation.kept)},
         {"source words", std::to_string(m_result.preparation.source_words)},
         {"target words", std::to_string(m_result.preparation.target_words)}};
+    if (!m_options.sources.empty()) {
+      // The table's first line names its columns; the first two are the source and its licence.
+      const auto lines = read_lines(m_options.sources);
+      for (std::size_t i = 1; i < lines.size(); ++i) {
+        const std::size_t name_end = lines[i].find('\t');
+        if (name_end == std::string::npos) continue;
+        const std::size_t licence_end = lines[i].find('\t', name_end + 1);
+        built_from.emplace_back("source " + lines[i].substr(0, name_end),
+                                lines[i].substr(name_end + 1, licence_end == std::string::npos
+                                                                  ? std::string::npos
+                                                                  : licence_end - name_end - 1));
+      }
+    }
     built_from.insert(built_from.end(), m_options.built_from.begin(), m_options.built_from.end());
     const std::string beside = m_options.output + ".new";
     fs::remove_all(beside);
