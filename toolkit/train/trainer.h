@@ -31,6 +31,7 @@ struct train_options_t {
   std::string entities;     // lines SOURCE TAB TYPE TAB TARGET
   std::string rules;        // number rules as people write them
   std::string recase_text;  // more English text with its capitals
+  std::string sources;      // table of where the text comes from: name, licence, more columns
 
   std::string output;  // the model folder
   std::string work;    // the work folder; OUTPUT.work if empty
