@@ -42,24 +42,22 @@ std::size_t Str2Word::find_span(const std::vector<char*>& tokens, std::size_t fi
     return 0;
 
   // Every shorter candidate is a prefix of the longest one.
-  std::string candidate;
+  candidate_.clear();
   std::array<std::size_t, kLongestSpan> ends{};
   const std::size_t longest = std::min(kLongestSpan, tokens.size() - first);
   for (std::size_t n = 0; n < longest; ++n) {
-    if (n > 0 && join_ != '\0') candidate += join_;
-    candidate += tokens[first + n];
-    ends[n] = candidate.size();
+    if (n > 0 && join_ != '\0') candidate_ += join_;
+    candidate_ += tokens[first + n];
+    ends[n] = candidate_.size();
   }
 
-  std::string target;
-  std::string type;
   for (std::size_t n = longest; n > 0; --n) {
-    candidate.resize(ends[n - 1]);
-    if (rules_ != nullptr && translate_by_rule(candidate, target, type)) {
-      node.translation = words.store(target);
-      node.tag = words.store(type);
+    candidate_.resize(ends[n - 1]);
+    if (rules_ != nullptr && translate_by_rule()) {
+      node.translation = words.store(target_);
+      node.tag = words.store(type_);
     } else if (dictionary_ == nullptr ||
-               !dictionary_->find(candidate.c_str(), node.tag, node.translation)) {
+               !dictionary_->find(candidate_.c_str(), node.tag, node.translation)) {
       continue;
     }
     std::string detail = tokens[first];
@@ -71,12 +69,11 @@ std::size_t Str2Word::find_span(const std::vector<char*>& tokens, std::size_t fi
 }
 
 // A rule whose arithmetic fails is no match: the sentence must not be lost for it.
-bool Str2Word::translate_by_rule(const std::string& candidate, std::string& target,
-                                 std::string& type) const {
-  target.clear();
-  type.clear();
+bool Str2Word::translate_by_rule() {
+  target_.clear();
+  type_.clear();
   try {
-    return rules_->translate(candidate, target, type);
+    return rules_->translate(candidate_, target_, type_);
   } catch (const std::runtime_error&) {
     return false;
   }

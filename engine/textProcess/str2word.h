@@ -39,13 +39,16 @@ class Str2Word {
   // then goes to `node`. 0 for none.
   std::size_t find_span(const std::vector<char*>& tokens, std::size_t first, ProcessWordSeq& words,
                         common::word_node_t& node);
-  bool translate_by_rule(const std::string& candidate, std::string& target,
-                         std::string& type) const;
+  // Translates candidate_ into target_ and type_.
+  bool translate_by_rule();
 
   NeDict* dictionary_;
   numtrans::RuleTranslator* rules_;
   common::StringPool* pool_;
   char join_;
+  std::string candidate_;  // kept between spans for their memory
+  std::string target_;
+  std::string type_;
 };
 
 }  // namespace koralite::textProcess

@@ -7,16 +7,17 @@
 #include <optional>
 #include <random>
 #include <string>
+#include <typeinfo>
 #include <vector>
 
 #include "decoder/vocab.h"
 #include "textProcess/chs_constraint.h"
 #include "textProcess/eng_constraint.h"
+#include "textProcess/fake_lexicut.h"
 #include "textProcess/jpa_constraint.h"
 #include "textProcess/model_folder.h"
 #include "textProcess/pinyin_converter.h"
 #include "textProcess/processor.h"
-#include "textProcess/tmining_util.h"
 
 namespace koralite::textProcess {
 namespace {
@@ -27,60 +28,6 @@ using tests::error_of;
 constexpr LangType kSources[] = {LangType::kChinese, LangType::kEnglish, LangType::kJapanese,
                                  LangType::kKorean,  LangType::kThai,    LangType::kArabic,
                                  LangType::kRussian, LangType::kWenYan,  LangType::kYue};
-
-// A segmentation library without model files: each character is a word, and 张三
-// is one that is the name of a person.
-namespace by_character {
-
-struct Record : lexicut_out {
-  std::int32_t offset[256];
-  std::int32_t length[256];
-  std::uint32_t property[256];
-};
-
-lexicut_model* load(const char* dictionary, const char*, const char*, std::int32_t) {
-  static int model = 0;
-  return dictionary[0] == '\0' ? nullptr : reinterpret_cast<lexicut_model*>(&model);
-}
-
-lexicut_out* create(std::int32_t) {
-  return std::make_unique<Record>().release();
-}
-
-std::int32_t segment(const lexicut_model*, const char* text, std::int32_t length, lexicut_out* out,
-                     std::int32_t) {
-  auto& record = static_cast<Record&>(*out);
-  record.offsets = record.offset;
-  record.lengths = record.length;
-  record.properties = record.property;
-  record.count = 0;
-  const std::string name = "张三";
-  std::string_view rest(text, static_cast<std::size_t>(length));
-  while (!rest.empty()) {
-    const bool is_name = rest.starts_with(name);
-    const int size =
-        is_name ? static_cast<int>(name.size()) : std::max(1, text_get_utf8_char_len(rest));
-    record.offset[record.count] = length - static_cast<std::int32_t>(rest.size());
-    record.length[record.count] = size;
-    record.property[record.count] = is_name ? LEXICUT_PROPERTY_NAME : 0;
-    ++record.count;
-    rest.remove_prefix(static_cast<std::size_t>(size));
-  }
-  return 1;
-}
-
-void destroy_out(lexicut_out** out) {
-  std::unique_ptr<Record>(static_cast<Record*>(*out)).reset();
-  *out = nullptr;
-}
-
-void destroy(lexicut_model** model) {
-  *model = nullptr;
-}
-
-constexpr LexicutApi kApi = {load, create, segment, destroy_out, destroy};
-
-}  // namespace by_character
 
 class Chains : public ::testing::Test {
  protected:
@@ -113,13 +60,14 @@ class Chains : public ::testing::Test {
     std::string lines;
     for (const auto& [header, value] : sections) lines += header + "\n" + value + "\n\n";
     return std::make_unique<Processor>(source, target, folder_.write("conf", lines), folder_.path(),
-                                       by_character::kApi);
+                                       tests::FakeLibrary::api());
   }
   std::unique_ptr<Processor> make(LangType source, LangType target) const {
     return make(source, target, full(source));
   }
 
   tests::ModelFolder folder_;
+  tests::FakeLibrary library_{tests::by_character};
 };
 
 template <class Step>
@@ -355,28 +303,26 @@ TEST_F(Chains, ReportFailingStages) {
 }
 
 TEST_F(Chains, ServeTheDecoder) {
-  const auto constraint_is = [&]<class Class>(LangType source, Class*) {
-    const auto processor = make(source, LangType::kEnglish);
-    return typeid(*processor->GetConstraint()) == typeid(Class);
-  };
   for (const LangType source : kSources) {
     const bool chinese = source == LangType::kChinese;
     const bool japanese =
         source == LangType::kJapanese || source == LangType::kWenYan || source == LangType::kYue;
-    EXPECT_EQ(constraint_is(source, static_cast<ChsConstraint*>(nullptr)), chinese);
-    EXPECT_EQ(constraint_is(source, static_cast<JpaConstraint*>(nullptr)), japanese);
-    EXPECT_EQ(constraint_is(source, static_cast<EngConstraint*>(nullptr)), !chinese && !japanese);
+    const auto processor = make(source, LangType::kEnglish);
+    const decoder::Constraint& constraint = *processor->GetConstraint();
+    EXPECT_EQ(typeid(constraint) == typeid(ChsConstraint), chinese);
+    EXPECT_EQ(typeid(constraint) == typeid(JpaConstraint), japanese);
+    EXPECT_EQ(typeid(constraint) == typeid(EngConstraint), !chinese && !japanese);
     std::string out;
-    make(source, LangType::kEnglish)->GetUnkTranslator()->translate("龘x", out);
+    processor->GetUnkTranslator()->translate("龘x", out);
     EXPECT_EQ(out, chinese ? "Dax" : "龘x");
   }
-  Sections sections = full(LangType::kChinese);
-  std::erase_if(sections, [](const auto& entry) { return entry.first == "[pinyin]"; });
   std::string out;
-  const auto processor = make(LangType::kChinese, LangType::kEnglish, sections);
-  processor->GetUnkTranslator()->translate("龘x", out);
-  EXPECT_EQ(out, "龘x");
+  make(LangType::kChinese, LangType::kEnglish, {{"[segment]", "dict"}})
+      ->GetUnkTranslator()
+      ->translate("龘x", out);
+  EXPECT_EQ(out, "龘x");  // no pinyin: copied
 
+  const auto processor = make(LangType::kChinese, LangType::kEnglish);
   // The marks of the pair's map leave and return in the target's form.
   ProcessStr str(false, "你好。");
   ProcessWordSeq words(false);

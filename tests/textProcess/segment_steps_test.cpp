@@ -3,12 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <functional>
 #include <random>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "textProcess/fake_lexicut.h"
 #include "textProcess/model_folder.h"
 #include "textProcess/single_word_seg_str_processor.h"
 #include "textProcess/tmining_util.h"
@@ -19,6 +19,8 @@ namespace {
 
 using namespace std::string_literals;
 using ::testing::ElementsAre;
+using tests::FakeLibrary;
+using tests::whole_piece;
 
 ProcessStr with_identity(const std::string& text) {
   ProcessStr str(true, text);
@@ -124,63 +126,6 @@ TEST(SingleWordSplit, SetsMultiByteCharactersApart) {
   }
 }
 
-// A library under the test's control. Its answer fills the record of each piece.
-struct FakeLibrary {
-  using Answer = std::function<int(const std::string& piece, lexicut_out& out)>;
-
-  Answer answer;
-  bool has_model = true;
-  bool has_record = true;
-  std::vector<std::string> calls;
-  std::vector<std::string> pieces;
-  std::int32_t capacity = 0;
-
-  int model = 0;
-  lexicut_out record{};
-  std::int32_t offsets[300] = {};
-  std::int32_t lengths[300] = {};
-  std::uint32_t properties[300] = {};
-
-  static FakeLibrary* current;
-
-  FakeLibrary() { current = this; }
-  ~FakeLibrary() { current = nullptr; }
-
-  static LexicutApi api() { return {load, create, segment, destroy_out, destroy}; }
-
-  static lexicut_model* load(const char* a, const char* b, const char* c, std::int32_t flags) {
-    current->calls.push_back("load "s + a + " " + b + " " + c + " " + std::to_string(flags));
-    return current->has_model ? reinterpret_cast<lexicut_model*>(&current->model) : nullptr;
-  }
-  static lexicut_out* create(std::int32_t capacity) {
-    current->calls.push_back("create " + std::to_string(capacity));
-    return current->has_record ? &current->record : nullptr;
-  }
-  static std::int32_t segment(const lexicut_model* model, const char* text, std::int32_t length,
-                              lexicut_out* out, std::int32_t mode) {
-    EXPECT_EQ(model, reinterpret_cast<const lexicut_model*>(&current->model));
-    EXPECT_EQ(mode, 29);
-    current->pieces.emplace_back(text, static_cast<std::size_t>(length));
-    *out = {current->offsets, current->lengths, current->properties, 0};
-    return current->answer(current->pieces.back(), *out);
-  }
-  static void destroy_out(lexicut_out** out) {
-    EXPECT_EQ(*out, &current->record);
-    current->calls.push_back("destroy_out");
-  }
-  static void destroy(lexicut_model** model) {
-    EXPECT_EQ(*model, reinterpret_cast<lexicut_model*>(&current->model));
-    current->calls.push_back("destroy");
-  }
-};
-FakeLibrary* FakeLibrary::current = nullptr;
-
-int whole_piece(const std::string& piece, lexicut_out& out) {
-  out.lengths[0] = static_cast<std::int32_t>(piece.size());
-  out.count = 1;
-  return 1;
-}
-
 // Words as they are written in `cut`, separated by "|"; "*" behind one makes it a
 // name, "~" before one leaves it out of the record.
 FakeLibrary::Answer words_of(const std::string& cut) {
@@ -235,7 +180,7 @@ TEST(WordSegment, PutsBlanksBetweenWords) {
   };
   tests::ModelFolder folder;
   const std::string anti = folder.write_lines("anti", {"", "小五", "小五", "王五"});
-  FakeLibrary library;
+  FakeLibrary library(whole_piece);
   ChsSegmentStrProcessor step = make_segmenter(anti);
   std::set<std::string> names;
   for (const Case& c : cases) {
@@ -282,7 +227,7 @@ TEST(WordSegment, SurvivesAHostileLibrary) {
       {"no lengths", {{0, 8}}, -2, 1},
       {"no properties", {{0, 8}}, -2, 2},
   };
-  FakeLibrary library;
+  FakeLibrary library(whole_piece);
   ChsSegmentStrProcessor step = make_segmenter();
   const std::string text = "中文ab";  // 8 bytes
   for (const Case& c : cases) {
@@ -308,7 +253,7 @@ TEST(WordSegment, SurvivesAHostileLibrary) {
 }
 
 TEST(WordSegment, KeepsTheNamesOfEarlierPiecesWhenALaterOneFails) {
-  FakeLibrary library;
+  FakeLibrary library(whole_piece);
   ChsSegmentStrProcessor step = make_segmenter();
   std::set<std::string> names;
   step.SetNameBuffer(&names);
@@ -346,8 +291,7 @@ TEST(WordSegment, CutsPiecesAtCharactersAndAsciiWords) {
       {repeat("\x80", 300), {255, 45}},  // no character begins anywhere
       {repeat(" ", 300), {255, 45}},
   };
-  FakeLibrary library;
-  library.answer = whole_piece;
+  FakeLibrary library(whole_piece);
   ChsSegmentStrProcessor step = make_segmenter();
   for (const Case& c : cases) {
     library.pieces.clear();
@@ -384,7 +328,7 @@ TEST(WordSegment, CutsPiecesAtCharactersAndAsciiWords) {
 }
 
 TEST(WordSegment, LoadsAndReleasesInOrder) {
-  FakeLibrary library;
+  FakeLibrary library(whole_piece);
   { ChsSegmentStrProcessor step(0, nullptr, "d", "", "a", nullptr, 0, FakeLibrary::api()); }
   EXPECT_THAT(library.calls, ElementsAre("load d  a 0", "create 256", "destroy_out", "destroy"));
   library.calls.clear();
@@ -413,7 +357,7 @@ TEST(WordSegment, LoadsAndReleasesInOrder) {
 
 TEST(WordSegment, RefusesUnsortedOrMissingAntiNames) {
   tests::ModelFolder folder;
-  FakeLibrary library;
+  FakeLibrary library(whole_piece);
   EXPECT_EQ(tests::error_of([&] {
               make_segmenter(folder.write_lines("anti", {"b", "c", "a"}));
             }),
