@@ -69,6 +69,10 @@ void add_train(CLI::App& program, run_t& run) {
       ->add_option("--min-significance", o.min_significance,
                    "Drop phrase pairs that chance explains better than e^-X")
       ->capture_default_str();
+  command
+      ->add_option("--keep-short", o.always_significant,
+                   "But keep all pairs of at most so many source words")
+      ->capture_default_str();
   command->add_option("--max-targets", o.max_targets, "Translations kept per source phrase")
       ->capture_default_str();
   command->add_flag("--plain", options->plain, "Write the plain phrase table, not the compact one");

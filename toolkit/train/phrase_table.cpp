@@ -411,7 +411,11 @@ class Builder {
       pair.significance = fisher_significance(
           in.sentences, std::min<std::uint64_t>(sentences, bitext_.size()),
           std::min<std::uint64_t>(target.sentences, bitext_.size()), bitext_.size());
-      if (in.count < options_.min_count || pair.significance < options_.min_significance) continue;
+      if (in.count < options_.min_count) continue;
+      if (in.source.length > options_.always_significant &&
+          pair.significance < options_.min_significance) {
+        continue;
+      }
       pair.source = source_words(in.source);
       pair.target = target_words(in.target);
       pair.count = in.count;

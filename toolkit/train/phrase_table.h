@@ -38,6 +38,7 @@ struct PhraseOptions {
   PhraseSmoothing smoothing = PhraseSmoothing::kKneserNey;
   std::uint32_t min_count = 1;             ///< rarer pairs are dropped
   double min_significance = 0;             ///< -ln of Fisher's p below which a pair is dropped
+  std::size_t always_significant = 0;      ///< source words up to which it is kept all the same
   std::size_t max_targets = 0;             ///< kept per source phrase, best first; 0: all
   std::size_t memory = 1U << 30U;          ///< bytes for what one run extracts
   unsigned threads = 0;                    ///< 0: all cores

@@ -102,6 +102,7 @@ class Trainer {
     }
     m_stages.run("align", [&] { align_words(); });
     m_stages.depend(std::to_string(m_options.min_significance) + ' ' +
+                    std::to_string(m_options.always_significant) + ' ' +
                     std::to_string(m_options.max_targets));
     m_stages.run("phrases", [&] { extract_phrases(); });
     m_stages.depend(std::to_string(m_options.order) + ' ' +
@@ -393,6 +394,7 @@ class Trainer {
     PhraseOptions options;
     options.threads = m_options.threads;
     options.min_significance = m_options.min_significance;
+    options.always_significant = m_options.always_significant;
     options.max_targets = m_options.max_targets;
     TextOutput file(m_stages.file("phrases"));
     const PhraseStatistics statistics = build_phrase_table(

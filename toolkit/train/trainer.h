@@ -37,10 +37,11 @@ struct train_options_t {
   std::string work;    // the work folder; OUTPUT.work if empty
 
   unsigned threads = 0;
-  std::size_t order = 5;         // of the language model
-  double entropy_threshold = 0;  // of its pruning
-  double min_significance = 0;   // of phrase pairs
-  std::size_t max_targets = 20;  // of a source phrase
+  std::size_t order = 5;               // of the language model
+  double entropy_threshold = 0;        // of its pruning
+  double min_significance = 0;         // of phrase pairs
+  std::size_t always_significant = 0;  // source words up to which that does not matter
+  std::size_t max_targets = 20;        // of a source phrase
   bool compact = true;
   int tune_rounds = 8;
   unsigned nbest = 100;
