@@ -1,0 +1,249 @@
+// The whole of training on a small text that is made here: sentences of a few patterns, some with
+// numbers that the rules translate.
+#include "toolkit/train/trainer.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/temp_folder.h"
+#include "toolkit/atomic_file.h"
+#include "toolkit/model/manifest.h"
+#include "toolkit/train/phrase_file.h"
+#include "translator/text_translation.h"
+#include "translator/trans_impl.h"
+
+namespace {
+
+using namespace koralite;
+using namespace koralite::toolkit;
+using ::testing::HasSubstr;
+
+struct word_pair_t {
+  std::string_view english;
+  std::string_view chinese;
+};
+constexpr std::array<word_pair_t, 5> people = {
+    {{"I", "我"}, {"we", "我们"}, {"they", "他们"}, {"the teacher", "老师"}, {"you", "你"}}};
+constexpr std::array<word_pair_t, 4> verbs = {
+    {{"see", "看见"}, {"sell", "出售"}, {"need", "需要"}, {"want", "想要"}}};
+constexpr std::array<word_pair_t, 5> things = {
+    {{"red", "红色"}, {"books", "书"}, {"tables", "桌子"}, {"water", "水"}, {"bread", "面包"}}};
+
+// Sentence pairs in a fixed order: subject, verb, thing, every third with an amount of money.
+std::pair<std::string, std::string> sentences(std::size_t count) {
+  std::pair<std::string, std::string> text;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto& [person_e, person_c] = people[i % people.size()];
+    const auto& [verb_e, verb_c] = verbs[i / 5 % verbs.size()];
+    const auto& [thing_e, thing_c] = things[i / 20 % things.size()];
+    std::string amount = std::to_string(10 + i * 7);
+    const bool has_amount = i % 3 == 0;
+    text.first += std::string(person_e) + " " + std::string(verb_e) + " " + std::string(thing_e) +
+                  (has_amount ? " for " + amount + " dollars" : "") + ".\n";
+    text.second += std::string(person_c) + (has_amount ? "用" + amount + "美元" : "") +
+                   std::string(verb_c) + std::string(thing_c) + "。\n";
+  }
+  return text;
+}
+
+class TrainerTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    const auto [english, chinese] = sentences(300);
+    write_file(m_folder.path("a.en"), english);
+    write_file(m_folder.path("a.zh"), chinese);
+    const auto [dev_english, dev_chinese] = sentences(40);
+    write_file(m_folder.path("dev.en"), dev_english);
+    write_file(m_folder.path("dev.zh"), dev_chinese);
+    write_file(m_folder.path("words"),
+               "我 9\n我们 9\n他们 9\n老师 9\n你 9\n看见 9\n出售 9\n需要 9\n想要 9\n红色 9\n书 9\n"
+               "桌子 9\n水 9\n面包 9\n用 9\n美元 9\n");
+    m_options.direction = *find_direction("en-zh");
+    m_options.source = m_folder.path("a.en");
+    m_options.target = m_folder.path("a.zh");
+    m_options.dictionary = m_folder.path("words");
+    m_options.output = m_folder.path("model");
+    m_options.threads = 2;
+    m_options.order = 3;
+    m_options.tune_rounds = 2;
+    m_options.nbest = 10;
+  }
+
+  train_result_t run() {
+    m_said.clear();
+    return train(m_options, {}, [&](const std::string& text) { m_said += text + '\n'; });
+  }
+
+  std::string translate(const std::string& text) const {
+    const model_folder_t folder = open_model_folder(m_options.output);
+    const auto type = [](std::string_view language) {
+      return static_cast<textProcess::LangType>(language_type(language));
+    };
+    translator::TransImpl handle(type(folder.engine.direction.source),
+                                 type(folder.engine.direction.target), folder.engine_path(),
+                                 folder.path, folder.engine.decoder);
+    std::string output;
+    translator::translate_text(handle, handle.source_type(), text, output);
+    return output;
+  }
+
+  kora_test::TempFolder m_folder;
+  train_options_t m_options;
+  std::string m_said;
+};
+
+}  // namespace
+
+TEST_F(TrainerTest, TrainsAFolderThatTranslates) {
+  m_options.dev_source = m_folder.path("dev.en");
+  m_options.dev_target = m_folder.path("dev.zh");
+  m_options.rules = std::string(KORA_SOURCE_DIR) + "/data/rules/en-zh.rules";
+  const train_result_t result = run();
+  EXPECT_EQ(result.preparation.kept, 300U);
+  EXPECT_GT(result.rounds.size(), 0U);
+
+  // A sentence that is not in the text, and an amount that nothing has seen.
+  EXPECT_EQ(translate("You want bread."), "你想要面包。");
+  EXPECT_THAT(translate("They need books for 987654 dollars."), HasSubstr("987654美元"));
+
+  const model_folder_t folder = open_model_folder(m_options.output);
+  EXPECT_THAT(verify_manifest(folder, read_manifest(folder.path)), ::testing::IsEmpty());
+}
+
+// Every span that a rule translates became a tag word on both sides where both agree.
+TEST_F(TrainerTest, CountsTheSpansThatRulesTranslate) {
+  m_options.rules = std::string(KORA_SOURCE_DIR) + "/data/rules/en-zh.rules";
+  const train_result_t result = run();
+  std::uint64_t found = 0;
+  std::uint64_t matched = 0;
+  for (const auto& [tag, count] : result.preparation.tags) {
+    found += count.found;
+    matched += count.matched;
+  }
+  EXPECT_EQ(found, 100U);
+  EXPECT_EQ(matched, 100U);
+}
+
+TEST_F(TrainerTest, RunsOnlyWhatChanged) {
+  run();
+  const auto skipped = [&] {
+    std::size_t count = 0;
+    for (const stage_time_t& time : run().times) count += time.was_done ? 1 : 0;
+    return count;
+  };
+  EXPECT_EQ(skipped(), 6U);
+  EXPECT_THAT(m_said, ::testing::Not(HasSubstr("align\n")));
+  m_options.max_targets = 5;  // phrases and all that follows
+  EXPECT_EQ(skipped(), 3U);
+  std::filesystem::remove(m_options.output + ".work/align.done");  // as a killed run leaves it
+  EXPECT_EQ(skipped(), 5U);
+  write_file(m_folder.path("words"), "我们 9\n老师 9\n");
+  EXPECT_EQ(skipped(), 0U);
+}
+
+TEST_F(TrainerTest, ReversedDirectionLearnsCapitalsAndReadings) {
+  std::swap(m_options.source, m_options.target);
+  m_options.direction = *find_direction("zh-en");
+  write_file(m_folder.path("readings"), "U+6211\tkMandarin\twǒ\nU+9F98\tkMandarin\tdá\n");
+  m_options.readings = m_folder.path("readings");
+  run();
+  EXPECT_EQ(translate("你想要水。"), "You want water.");
+  EXPECT_EQ(translate("龘"), "Da");
+}
+
+TEST_F(TrainerTest, BadInputSaysWhatIsWrong) {
+  struct case_t {
+    const char* english;
+    const char* chinese;
+    const char* message;
+  };
+  const std::vector<case_t> cases = {
+      {"a\nb\n", "一\n", "the source has 2 lines, the target 1"},
+      {"", "", "no sentence pair is left"},
+      {"\n\n", "一\n二\n", "2 have an empty side"},
+      {"same\n", "same\n", "1 are identical"},
+      {"\xFF\n", "一\n", "1 are not UTF-8"},
+  };
+  for (const case_t& c : cases) {
+    write_file(m_options.source, std::string_view(c.english));
+    write_file(m_options.target, std::string_view(c.chinese));
+    try {
+      run();
+      ADD_FAILURE() << c.message;
+    } catch (const std::runtime_error& error) {
+      EXPECT_THAT(error.what(), HasSubstr(c.message));
+    }
+    EXPECT_FALSE(std::filesystem::exists(m_options.output)) << c.message;
+  }
+}
+
+// One pair, or one pair again and again, is little to learn from, but no reason to fail.
+TEST_F(TrainerTest, TinyTextsTrain) {
+  for (const std::size_t copies : {1U, 1000U}) {
+    std::string english;
+    std::string chinese;
+    for (std::size_t i = 0; i < copies; ++i) {
+      english += "we need water\n";
+      chinese += "我们需要水\n";
+    }
+    write_file(m_options.source, english);
+    write_file(m_options.target, chinese);
+    EXPECT_LE(run().preparation.kept, 10U);
+    EXPECT_EQ(translate("we need water"), "我们需要水");
+  }
+}
+
+TEST(PhraseFile, NumbersTagsByTheirPartners) {
+  struct case_t {
+    const char* source;
+    const char* target;
+    const char* links;
+    const char* expected;  // empty: refused
+  };
+  const std::vector<case_t> cases = {
+      {"a b", "x", "0-0", "x"},
+      {"<n>#0 a <n>#0", "x <n>#0 <n>#0", "1-0 0-2 2-1", "x <n>#1 <n>#0"},
+      {"<n>#0", "<n>#0", "0-0", "<n>#0"},
+      {"<m>#0 <n>#0", "<n>#0 <m>#0", "0-1 1-0", "<n>#0 <m>#0"},
+      {"<n>#0", "<n>#0", "", ""},               // no partner
+      {"<n>#0 a", "<n>#0", "1-0", ""},          // a partner that is no tag word
+      {"<m>#0", "<n>#0", "0-0", ""},            // of another tag
+      {"<n>#0", "<n>#0 <n>#0", "0-0 0-1", ""},  // one partner for two
+      {"<n>#0 <n>#0", "<n>#0", "0-0", ""},      // one is left out
+      {"<n>#0", "x", "0-0", ""},
+  };
+  for (const case_t& c : cases) {
+    phrase_line_t phrase;
+    phrase.source = split_blanks(c.source);
+    phrase.target = split_blanks(c.target);
+    phrase.links = parse_links(c.links);
+    std::vector<std::string> target;
+    std::string text;
+    if (number_tags(phrase, target)) {
+      for (const std::string& word : target) text += (text.empty() ? "" : " ") + word;
+    }
+    EXPECT_EQ(text, c.expected) << c.source << " ||| " << c.target;
+  }
+}
+
+TEST(PhraseFile, RefusesLinesOfAnotherForm) {
+  const kora_test::TempFolder folder;
+  for (const char* line : {"a ||| b\n", "a ||| b ||| 1 1 1 x |||  ||| 1 1 1 ||| 0 0 0 0 0 0\n",
+                           " ||| b ||| 1 1 1 1 ||| 0-0 ||| 1 1 1 ||| 0 0 0 0 0 0\n",
+                           "a ||| b ||| 1 1 1 1 ||| 0-0 ||| 1 1 1 ||| 0 0 0 0 0\n"}) {
+    write_file(folder.path("phrases"),
+               "a ||| b ||| 1 1 1 1 ||| 0-0 ||| 1 1 1 ||| 0 0 0 0 0 0\n" + std::string(line));
+    try {
+      read_phrase_file(folder.path("phrases"), [](const phrase_line_t&) {});
+      ADD_FAILURE() << line;
+    } catch (const std::runtime_error& error) {
+      EXPECT_THAT(error.what(), HasSubstr("phrases:2: not a line of a trained phrase table"));
+    }
+  }
+}
