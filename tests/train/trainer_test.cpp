@@ -114,6 +114,9 @@ TEST_F(TrainerTest, TrainsAFolderThatTranslates) {
 
   const model_folder_t folder = open_model_folder(m_options.output);
   EXPECT_THAT(verify_manifest(folder, read_manifest(folder.path)), ::testing::IsEmpty());
+  const std::string report = kora_test::read_file(m_options.output + ".html");
+  EXPECT_THAT(report, HasSubstr("<td>kept</td><td class=\"n\">300</td>"));
+  EXPECT_THAT(report, HasSubstr("<polyline"));
 }
 
 // Every span that a rule translates became a tag word on both sides where both agree.

@@ -1,6 +1,7 @@
 #include "toolkit/train/trainer.h"
 
 #include <algorithm>
+#include <charconv>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -21,9 +22,12 @@
 #include "toolkit/train/ngram_estimator.h"
 #include "toolkit/train/parallel.h"
 #include "toolkit/train/phrase_file.h"
+#include "toolkit/train/report.h"
 #include "toolkit/train/text_output.h"
 #include "toolkit/train/trained_phrases.h"
 #include "toolkit/train/word_breaks.h"
+#include "translator/text_translation.h"
+#include "translator/trans_impl.h"
 
 namespace koralite::toolkit {
 
@@ -65,6 +69,20 @@ std::string without_numbers(const std::string& line) {
   return text;
 }
 
+// The shortest decimal that reads back as the same number, and back; not by the locale's rules.
+std::string decimal(double value) {
+  char buffer[64];
+  const auto result = std::to_chars(buffer, buffer + sizeof(buffer), value);
+  return {buffer, result.ptr};
+}
+
+// The number behind the first blank of a line that this program wrote.
+double number_in(const std::string& line) {
+  double value = 0;
+  std::from_chars(line.data() + line.find(' ') + 1, line.data() + line.size(), value);
+  return value;
+}
+
 class Trainer {
  public:
   Trainer(const train_options_t& options, const Progress& progress,
@@ -101,12 +119,11 @@ class Trainer {
       if (fs::exists(m_model.file("recase"))) m_model.engine.recase = "recase";
     }
     m_stages.run("align", [&] { align_words(); });
-    m_stages.depend(std::to_string(m_options.min_significance) + ' ' +
+    m_stages.depend(decimal(m_options.min_significance) + ' ' +
                     std::to_string(m_options.always_significant) + ' ' +
                     std::to_string(m_options.max_targets));
     m_stages.run("phrases", [&] { extract_phrases(); });
-    m_stages.depend(std::to_string(m_options.order) + ' ' +
-                    std::to_string(m_options.entropy_threshold));
+    m_stages.depend(std::to_string(m_options.order) + ' ' + decimal(m_options.entropy_threshold));
     m_stages.run("language model", [&] { estimate_language_model(); });
     m_result.weights = default_weights();
     if (!m_options.dev_source.empty()) {
@@ -119,6 +136,10 @@ class Trainer {
     m_stages.run("pack", [&] { pack(); });
     publish();
     m_result.times = m_stages.times();
+    if (!m_options.dev_source.empty()) take_samples();
+    write_file(m_options.output + ".html",
+               format_report(m_result, read_manifest(m_options.output)));
+    m_say("report: " + m_options.output + ".html");
     return std::move(m_result);
   }
 
@@ -463,20 +484,19 @@ class Trainer {
         [&](const TuneRound& round) { m_say("  " + round.bleu.text()); }, m_progress);
     std::string text;
     for (const TuneRound& round : result.rounds) {
-      text += "round " + std::to_string(round.bleu.score) + ' ' +
-              std::to_string(round.bleu.ratio()) + ' ' + std::to_string(round.expected) + '\n';
+      text += "round " + decimal(round.bleu.score) + '\n';
     }
-    for (const double weight : result.weights) text += "weight " + std::to_string(weight) + '\n';
+    for (const double weight : result.weights) text += "weight " + decimal(weight) + '\n';
     write_file(m_stages.file("weights"), text);
   }
 
   void read_weights() {
     m_result.weights.clear();
     for (const std::string& line : read_lines(m_stages.file("weights"))) {
-      if (line.starts_with("weight ")) m_result.weights.push_back(std::stod(line.substr(7)));
+      if (line.starts_with("weight ")) m_result.weights.push_back(number_in(line));
       if (line.starts_with("round ")) {
         TuneRound round;
-        round.bleu.score = std::stod(line.substr(6));
+        round.bleu.score = number_in(line);
         m_result.rounds.push_back(round);
       }
     }
@@ -543,6 +563,35 @@ class Trainer {
                format_manifest(make_manifest(folder, std::move(built_from))));
     fs::remove_all(m_options.output);
     fs::rename(beside, m_options.output);
+  }
+
+  // Translates some sentences of the tuning set with the finished model.
+  void take_samples() {
+    constexpr std::size_t wanted = 25;
+    constexpr std::size_t shown_unknown = 30;
+    const model_folder_t folder = open_model_folder(m_options.output);
+    translator::TransImpl handle(language_of(m_options.direction.source),
+                                 language_of(m_options.direction.target), folder.engine_path(),
+                                 folder.path, folder.engine.decoder);
+    const auto source = read_lines(m_options.dev_source);
+    const auto reference = read_lines(m_options.dev_target);
+    const std::size_t step = std::max<std::size_t>(1, source.size() / wanted);
+    for (std::size_t i = 0; i < std::min(source.size(), reference.size()); ++i) {
+      textProcess::ProcessStr str(false, source[i]);
+      textProcess::ProcessWordSeq words(false);
+      handle.Preprocess(str, words);
+      for (const common::word_node_t& node : words.words()) {
+        std::int32_t id = 0;
+        ++m_result.sample_words;
+        if (node.tag != nullptr || phrases().source_vocab().find(node.word, id)) continue;
+        ++m_result.unknown_words;
+        if (m_result.unknown.size() < shown_unknown) m_result.unknown.emplace_back(node.word);
+      }
+      if (i % step != 0) continue;
+      std::string output;
+      translator::translate_text(handle, handle.source_type(), source[i], output);
+      m_result.samples.push_back({source[i], output, reference[i]});
+    }
   }
 
   const train_options_t& m_options;

@@ -33,7 +33,7 @@ struct train_options_t {
   std::string recase_text;  // more English text with its capitals
   std::string sources;      // table of where the text comes from: name, licence, more columns
 
-  std::string output;  // the model folder
+  std::string output;  // the model folder; OUTPUT.html is the report
   std::string work;    // the work folder; OUTPUT.work if empty
 
   unsigned threads = 0;
@@ -48,11 +48,22 @@ struct train_options_t {
   std::vector<std::pair<std::string, std::string>> built_from;  // more lines for the manifest
 };
 
+// A sentence of the tuning set with what the finished model makes of it.
+struct train_sample_t {
+  std::string source;
+  std::string output;
+  std::string reference;
+};
+
 struct train_result_t {
   preparation_report_t preparation;
   std::vector<stage_time_t> times;
   std::vector<TuneRound> rounds;  // empty when tuning was left out
   std::vector<double> weights;
+  std::vector<train_sample_t> samples;  // every so many sentences of the tuning set
+  std::uint64_t sample_words = 0;       // source words of the whole tuning set
+  std::uint64_t unknown_words = 0;      // of these, not in the vocabulary
+  std::vector<std::string> unknown;     // the first of them
   std::vector<std::string> warnings;
 };
 
