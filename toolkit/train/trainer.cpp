@@ -127,6 +127,8 @@ class Trainer {
     m_stages.run("language model", [&] { estimate_language_model(); });
     m_result.weights = default_weights();
     if (!m_options.dev_source.empty()) {
+      m_stages.depend_on_file(m_options.dev_source);
+      m_stages.depend_on_file(m_options.dev_target);
       m_stages.depend(std::to_string(m_options.tune_rounds) + ' ' +
                       std::to_string(m_options.nbest));
       m_stages.run("tune", [&] { tune_weights(); });
@@ -147,9 +149,9 @@ class Trainer {
   void depend_on_inputs() {
     const train_options_t& o = m_options;
     m_stages.depend("training format 1 " + o.direction.name());
-    std::vector<std::string> inputs = {o.source,     o.target,   o.dev_source, o.dev_target,
-                                       o.dictionary, o.surnames, o.ambiguous,  o.readings,
-                                       o.entities,   o.rules,    o.recase_text};
+    std::vector<std::string> inputs = {o.source,   o.target,    o.dictionary,
+                                       o.surnames, o.ambiguous, o.readings,
+                                       o.entities, o.rules,     o.recase_text};
     inputs.insert(inputs.end(), o.lm_text.begin(), o.lm_text.end());
     for (const std::string& input : inputs) {
       if (input.empty()) {
