@@ -35,13 +35,16 @@ int split_string(char* text, const char** fields, int max_fields, char separator
 }
 
 void split_string(char* text, std::vector<char*>& fields, char separator) {
-  const char text_of_one[] = {separator, '\0'};
   fields.clear();
-  if (separator == '\0') {  // ends every text, so the whole of it is one field
-    if (*text != '\0') fields.push_back(text);
-    return;
+  char* start = text;
+  if (separator != '\0') {  // which ends every text, so the whole of it is one field
+    while (char* at = std::strchr(start, separator)) {
+      *at = '\0';
+      if (at != start) fields.push_back(start);
+      start = at + 1;
+    }
   }
-  split_string(text, fields, text_of_one);
+  if (*start != '\0') fields.push_back(start);
 }
 
 void split_string(char* text, std::vector<char*>& fields, const char* separator) {
