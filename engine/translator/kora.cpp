@@ -83,6 +83,10 @@ TransImpl* kora_create_decoder(int direct) {
 int kora_translate(TransImpl* handle, const std::string& input, std::string& output) {
   if (handle == nullptr) return 2;
   try {
+    if (&input == &output) {
+      const std::string copy = input;
+      return kora_translate(handle, copy, output);
+    }
     const auto source = static_cast<LangType>(g_srcType);
     return koralite::translator::translate_text(*handle, source, input, output) ? 0 : 2;
   } catch (const std::exception&) {

@@ -3,22 +3,17 @@
 // ("manifest.conf"), so the engine reads it with the reader that it already has.
 #pragma once
 
-#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "toolkit/model/model_folder.h"
+#include "translator/model_manifest.h"
 
 namespace koralite::toolkit {
 
-inline constexpr const char* manifest_name = "manifest.conf";
-
-struct manifest_file_t {
-  std::string name;    // relative to the folder
-  std::uint64_t size;  // bytes
-  std::string sha256;  // 64 lower-case hexadecimal digits
-};
+using translator::manifest_file_t;
+using translator::manifest_name;
 
 struct manifest_t {
   // Names and values such as ("training pairs", "150500"), in the order to show them.

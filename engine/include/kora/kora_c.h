@@ -1,0 +1,124 @@
+/* Kora for C and for every language that can call C.
+ *
+ * A translator is made for one direction and one model folder, translates any
+ * number of texts, and is closed. Any number of translators, of any directions,
+ * may live side by side: none of them touches the process-wide state of kora.h.
+ *
+ * Rules
+ *  - Text is UTF-8 given as pointer and length. It need not end in a zero byte
+ *    and may hold any bytes; broken sequences are survived. A null pointer is
+ *    the empty text if its length is 0. Texts above 1 GiB are refused.
+ *  - Every function that can fail returns a result code, 0 for success. After a
+ *    failure the pointers given for results hold null and 0. A translator stays
+ *    usable after any failure.
+ *  - What a function returns through a pointer belongs to the caller, who gives
+ *    it back with kora_c_free, or kora_c_close for a translator. Constant strings
+ *    (version, names) are never freed; kora_c_message lives until the next call
+ *    with that translator.
+ *  - Returned text is followed by a zero byte that its length does not count.
+ *  - One thread at a time may use a translator. Different translators may be
+ *    opened, used and closed on different threads at the same time.
+ *  - All translators of a process are expected to come from models packed with
+ *    the same "[prune]" setting, which `kora train` and `kora pack` always use.
+ *  - Model files are mapped: while a translator lives they may be replaced (write
+ *    beside, then rename) but not rewritten in place.
+ *  - Nothing is printed, no thread is started, no signal handler is installed, no
+ *    exception leaves a function, and the process is never ended.
+ *  - Functions are added at the end, codes get new numbers; what is here keeps its
+ *    meaning while the major version stays.
+ */
+#ifndef KORA_KORA_C_H_
+#define KORA_KORA_C_H_
+
+#include <stddef.h>
+#include <stdint.h>
+
+#ifndef KORA_API
+#if defined(__GNUC__)
+#define KORA_API __attribute__((visibility("default")))
+#else
+#define KORA_API
+#endif
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* A loaded model with its text processing; one direction. */
+typedef struct kora_c_translator kora_c_translator;
+
+enum {
+  KORA_C_OK = 0,
+  KORA_C_BAD_ARGUMENT = 1,      /* a null pointer, a text too long, an unknown flag */
+  KORA_C_BAD_DIRECTION = 2,     /* no such direction, or its source cannot be translated */
+  KORA_C_BAD_CONFIGURATION = 3, /* configuration unreadable or of another version */
+  KORA_C_BAD_MODEL = 4,         /* a model file is missing, damaged or does not fit */
+  KORA_C_BAD_MANIFEST = 5,      /* the folder differs from its manifest, or has none */
+  KORA_C_TRANSLATION_FAILED = 6, /* damage that was first met while translating */
+  KORA_C_NO_MEMORY = 7,
+  KORA_C_RESULT_COUNT = 8
+};
+
+/* Flag of kora_c_open: before anything is loaded, compare every file that the
+ * configuration names with the sizes and SHA-256 digests of the folder's
+ * manifest.conf. Costs one reading of the folder. */
+#define KORA_C_CHECK_MANIFEST 1u
+
+/* The version of the library, such as "1.0.0". */
+KORA_API const char* kora_c_version(void);
+
+/* The name of a result code, such as "KORA_C_BAD_MODEL"; "unknown result" for
+ * any other number. Never null. */
+KORA_API const char* kora_c_error_name(int32_t result);
+
+/* The direction of a name made of two language codes, such as "en-zh": its code 0
+ * to 33, or -1. Codes: zh en ja ko th ar es fr ru de pt lzh yue. */
+KORA_API int32_t kora_c_find_direction(const char* name, size_t length);
+
+/* Loads a translator. `direction` is a code 0 to 33; directions from Thai, Arabic,
+ * Spanish, French, Russian, German, Portuguese, classical Chinese and Cantonese are
+ * refused. `configuration` is the path of the engine configuration, null or empty
+ * for "engine.conf" in the folder. `message`, unless null, receives on failure a
+ * text that says what is wrong, to be freed. */
+KORA_API int32_t kora_c_open(int32_t direction, const char* configuration,
+                             size_t configuration_length, const char* folder, size_t folder_length,
+                             uint32_t flags, kora_c_translator** translator, char** message);
+
+/* Closes a translator; null is ignored. */
+KORA_API void kora_c_close(kora_c_translator* translator);
+
+/* Frees what a function here returned through a pointer; null is ignored. */
+KORA_API void kora_c_free(void* memory);
+
+/* What went wrong in the last call with this translator; "" if nothing did. */
+KORA_API const char* kora_c_message(const kora_c_translator* translator);
+
+/* Translates a text. Each line that is not empty gives one line of output; the
+ * sentences of a line are joined by a blank. */
+KORA_API int32_t kora_c_translate(kora_c_translator* translator, const char* text, size_t length,
+                                  char** output, size_t* output_length);
+
+/* The same with an alignment: 4 * *link_count numbers, for each link the first and
+ * last byte in `text`, then the first and last byte in the output, all inclusive.
+ * Links are in order of the output and cover all of it but blanks between phrases
+ * and sentences, and line feeds. No link begins or ends inside a character of
+ * valid output. */
+KORA_API int32_t kora_c_translate_aligned(kora_c_translator* translator, const char* text,
+                                          size_t length, char** output, size_t* output_length,
+                                          int32_t** links, size_t* link_count);
+
+/* At most n translations of one sentence, best first (the text is not split; line
+ * feeds are ordinary bytes). `outputs` holds the texts one after the other, each
+ * followed by a zero byte; text i is outputs[ends[i - 1] + 1] (0 for the first) up
+ * to but without outputs[ends[i]]. scores[i] is its total, higher is better. Equal
+ * texts found in different ways are listed each time. n of 0 gives none. */
+KORA_API int32_t kora_c_translate_nbest(kora_c_translator* translator, const char* text,
+                                        size_t length, uint32_t n, char** outputs, size_t** ends,
+                                        float** scores, size_t* count);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KORA_KORA_C_H_ */

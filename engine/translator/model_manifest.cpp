@@ -1,0 +1,120 @@
+#include "translator/model_manifest.h"
+
+#include <algorithm>
+#include <charconv>
+#include <set>
+#include <stdexcept>
+
+#include "common/mapped_file.h"
+#include "common/pick_conf.h"
+#include "common/sha256.h"
+#include "decoder/parameter.h"
+
+namespace koralite::translator {
+
+namespace {
+
+// Sections of the engine configuration whose value is a file of the folder.
+constexpr const char* resource_sections[] = {
+    "[recase]",         "[ne]",        "[rule]",  "[segment]", "[segment_name]",
+    "[ambiguous_path]", "[anti-name]", "[pinyin]"};
+
+// A line "<64 digits> <size> <name>".
+bool parse_file_line(const std::string& line, manifest_file_t& file) {
+  const std::size_t first = line.find(' ');
+  if (first != 64 || line.find_first_not_of("0123456789abcdef") != first) return false;
+  const std::size_t second = line.find(' ', first + 1);
+  if (second == std::string::npos || second + 1 == line.size()) return false;
+  const auto [end, error] =
+      std::from_chars(line.data() + first + 1, line.data() + second, file.size);
+  if (error != std::errc() || end != line.data() + second) return false;
+  file.sha256 = line.substr(0, first);
+  file.name = line.substr(second + 1);
+  return true;
+}
+
+// Every file that the engine opens for a configuration.
+std::set<std::string> named_files(const std::vector<std::string>& configuration,
+                                  const std::string& folder) {
+  std::set<std::string> names;
+  std::string value;
+  for (const char* section : resource_sections) {
+    if (common::find_conf(configuration, section, value) && !value.empty()) names.insert(value);
+  }
+  std::vector<std::string> values;
+  if (!common::find_conf(configuration, "[decoder]", values)) return names;
+  names.insert(values.front());
+  const decoder::Parameter parameter((folder + '/' + values.front()).c_str());
+  names.insert({parameter.source_vocab, parameter.target_vocab, parameter.lang_model});
+  if (parameter.compress) names.insert(parameter.compress_vocab);
+  for (const char* suffix : {"", ".nodes", ".data"}) names.insert(parameter.trans_model + suffix);
+  return names;
+}
+
+}  // namespace
+
+std::vector<manifest_file_t> manifest_files(const std::vector<std::string>& lines,
+                                            const std::string& path) {
+  std::string version;
+  if (!common::find_conf(lines, "[manifest]", version) || version != "1") {
+    throw std::runtime_error(path + ": no [manifest] of version 1; pack the folder again");
+  }
+  std::vector<std::string> values;
+  common::find_conf(lines, "[files]", values);
+  std::vector<manifest_file_t> files;
+  for (const std::string& value : values) {
+    manifest_file_t file;
+    if (!parse_file_line(value, file)) {
+      throw std::runtime_error(path + ": the line '" + value +
+                               "' under [files] is not 'digest size name'");
+    }
+    files.push_back(std::move(file));
+  }
+  return files;
+}
+
+std::string compare_with_manifest(const std::string& folder, const manifest_file_t& listed) {
+  const std::string path = folder + '/' + listed.name;
+  std::string reason;
+  const auto file = common::MappedFile::open(path, &reason);
+  if (!file) return path + ": " + reason + "; copy the folder again from where it was made";
+  if (file->size() != listed.size) {
+    return path + ": " + std::to_string(file->size()) + " bytes, the manifest says " +
+           std::to_string(listed.size) + "; copy the folder again, or run 'kora pack' again";
+  }
+  if (common::Sha256::hex_of(file->data()) != listed.sha256) {
+    return path + ": contents differ from the manifest (SHA-256); copy the folder again, or run " +
+           "'kora pack' again";
+  }
+  return {};
+}
+
+void verify_model_folder(const std::string& configuration, const std::string& folder) {
+  const std::string path = folder + '/' + manifest_name;
+  std::vector<std::string> lines;
+  common::PickConf(path, lines);
+  const std::vector<manifest_file_t> files = manifest_files(lines, path);
+  for (const manifest_file_t& file : files) {
+    const std::string problem = compare_with_manifest(folder, file);
+    if (!problem.empty()) throw std::runtime_error(problem);
+  }
+  const auto listed = [&](const std::string& name) {
+    return std::find_if(files.begin(), files.end(),
+                        [&](const manifest_file_t& file) { return file.name == name; });
+  };
+  const auto engine = listed("engine.conf");
+  const common::MappedFile given(configuration);
+  if (engine == files.end() || given.size() != engine->size ||
+      common::Sha256::hex_of(given.data()) != engine->sha256) {
+    throw std::runtime_error(configuration + ": not the engine.conf of the manifest");
+  }
+  common::PickConf(configuration, lines);
+  for (const std::string& name : named_files(lines, folder)) {
+    if (listed(name) == files.end()) {
+      throw std::runtime_error(folder + '/' + name +
+                               ": not listed in the manifest; run 'kora pack' again");
+    }
+  }
+}
+
+}  // namespace koralite::translator
