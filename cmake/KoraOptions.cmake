@@ -4,6 +4,7 @@ option(KORA_TOOLKIT "Build the kora command and the model building library" ON)
 option(KORA_TESTS "Build the tests (needs GoogleTest)" ON)
 option(KORA_BENCH "Build the benchmarks (needs Google Benchmark)" OFF)
 option(KORA_FUZZ "Build the fuzz targets (replay drivers unless the compiler is clang)" OFF)
+option(KORA_JAVA "Build kora.jar when there is a Java compiler" ON)
 set(KORA_SANITIZE "" CACHE STRING "Value for -fsanitize=, empty for none")
 
 set(CMAKE_CXX_STANDARD 20)

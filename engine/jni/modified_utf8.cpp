@@ -18,9 +18,7 @@ bool is_continuation(unsigned byte) {
 }
 
 void put(std::string& out, std::uint32_t c) {
-  const auto tail = [&](unsigned shift) {
-    out += static_cast<char>(0x80U | (c >> shift & 0x3FU));
-  };
+  const auto tail = [&](unsigned shift) { out += static_cast<char>(0x80U | (c >> shift & 0x3FU)); };
   if (c < 0x80U) {
     out += static_cast<char>(c);
   } else if (c < 0x800U) {

@@ -42,10 +42,14 @@ constexpr std::size_t max_text = std::size_t{1} << 30U;  // keeps every offset w
 constexpr std::array<std::string_view, 13> language_codes = {
     "zh", "en", "ja", "ko", "th", "ar", "es", "fr", "ru", "de", "pt", "lzh", "yue"};
 
-constexpr std::array<const char*, KORA_C_RESULT_COUNT> error_names = {
-    "KORA_C_OK",           "KORA_C_BAD_ARGUMENT",       "KORA_C_BAD_DIRECTION",
-    "KORA_C_BAD_CONFIGURATION", "KORA_C_BAD_MODEL",     "KORA_C_BAD_MANIFEST",
-    "KORA_C_TRANSLATION_FAILED", "KORA_C_NO_MEMORY"};
+constexpr std::array<const char*, KORA_C_RESULT_COUNT> error_names = {"KORA_C_OK",
+                                                                      "KORA_C_BAD_ARGUMENT",
+                                                                      "KORA_C_BAD_DIRECTION",
+                                                                      "KORA_C_BAD_CONFIGURATION",
+                                                                      "KORA_C_BAD_MODEL",
+                                                                      "KORA_C_BAD_MANIFEST",
+                                                                      "KORA_C_TRANSLATION_FAILED",
+                                                                      "KORA_C_NO_MEMORY"};
 
 // A failure that already knows its code.
 class Failure : public std::runtime_error {
@@ -238,9 +242,8 @@ std::int32_t kora_c_translate(kora_c_translator* translator, const char* text, s
 }
 
 std::int32_t kora_c_translate_aligned(kora_c_translator* translator, const char* text,
-                                      std::size_t length, char** output,
-                                      std::size_t* output_length, std::int32_t** links,
-                                      std::size_t* link_count) {
+                                      std::size_t length, char** output, std::size_t* output_length,
+                                      std::int32_t** links, std::size_t* link_count) {
   if (output != nullptr) *output = nullptr;
   if (output_length != nullptr) *output_length = 0;
   if (links != nullptr) *links = nullptr;
@@ -297,9 +300,8 @@ std::int32_t kora_c_translate_nbest(kora_c_translator* translator, const char* t
       joined += result.text();
       text_ends.push_back(joined.size());
       joined += '\0';
-      totals.push_back(i < score_texts.size()
-                           ? koralite::common::parse_leading_float(score_texts[i])
-                           : 0.0F);
+      totals.push_back(
+          i < score_texts.size() ? koralite::common::parse_leading_float(score_texts[i]) : 0.0F);
     }
     auto end_copy = copied(text_ends.data(), text_ends.size());
     auto score_copy = copied(totals.data(), totals.size());

@@ -15,9 +15,9 @@ namespace koralite::translator {
 namespace {
 
 // Sections of the engine configuration whose value is a file of the folder.
-constexpr const char* resource_sections[] = {
-    "[recase]",         "[ne]",        "[rule]",  "[segment]", "[segment_name]",
-    "[ambiguous_path]", "[anti-name]", "[pinyin]"};
+constexpr const char* resource_sections[] = {"[recase]",    "[ne]",           "[rule]",
+                                             "[segment]",   "[segment_name]", "[ambiguous_path]",
+                                             "[anti-name]", "[pinyin]"};
 
 // A line "<64 digits> <size> <name>".
 bool parse_file_line(const std::string& line, manifest_file_t& file) {

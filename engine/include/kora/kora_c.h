@@ -50,11 +50,11 @@ typedef struct kora_c_translator kora_c_translator;
 
 enum {
   KORA_C_OK = 0,
-  KORA_C_BAD_ARGUMENT = 1,      /* a null pointer, a text too long, an unknown flag */
-  KORA_C_BAD_DIRECTION = 2,     /* no such direction, or its source cannot be translated */
-  KORA_C_BAD_CONFIGURATION = 3, /* configuration unreadable or of another version */
-  KORA_C_BAD_MODEL = 4,         /* a model file is missing, damaged or does not fit */
-  KORA_C_BAD_MANIFEST = 5,      /* the folder differs from its manifest, or has none */
+  KORA_C_BAD_ARGUMENT = 1,       /* a null pointer, a text too long, an unknown flag */
+  KORA_C_BAD_DIRECTION = 2,      /* no such direction, or its source cannot be translated */
+  KORA_C_BAD_CONFIGURATION = 3,  /* configuration unreadable or of another version */
+  KORA_C_BAD_MODEL = 4,          /* a model file is missing, damaged or does not fit */
+  KORA_C_BAD_MANIFEST = 5,       /* the folder differs from its manifest, or has none */
   KORA_C_TRANSLATION_FAILED = 6, /* damage that was first met while translating */
   KORA_C_NO_MEMORY = 7,
   KORA_C_RESULT_COUNT = 8
