@@ -25,14 +25,18 @@ inline void write_small_model(const std::string& folder, const std::string& dire
     std::vector<const char*> target;
     float score;
   };
-  const std::vector<pair_t> pairs = {
-      {{"hello"}, {"你好"}, -0.1F},          {{"world"}, {"世界"}, -0.2F},
-      {{"hello", "world"}, {"你好", "世界"}, -0.1F},
-      {{"good", "morning"}, {"早上", "好"}, -0.1F},
-      {{"good"}, {"好"}, -0.5F},             {{"morning"}, {"早上"}, -0.4F},
-      {{"the"}, {"这"}, -1.0F},              {{"the", "cat"}, {"猫"}, -0.3F},
-      {{"cat"}, {"猫"}, -0.3F},              {{"sat"}, {"坐"}, -0.3F},
-      {{","}, {"，"}, -0.1F},                {{"cat", "sat"}, {"猫", "坐", "着"}, -0.2F}};
+  const std::vector<pair_t> pairs = {{{"hello"}, {"你好"}, -0.1F},
+                                     {{"world"}, {"世界"}, -0.2F},
+                                     {{"hello", "world"}, {"你好", "世界"}, -0.1F},
+                                     {{"good", "morning"}, {"早上", "好"}, -0.1F},
+                                     {{"good"}, {"好"}, -0.5F},
+                                     {{"morning"}, {"早上"}, -0.4F},
+                                     {{"the"}, {"这"}, -1.0F},
+                                     {{"the", "cat"}, {"猫"}, -0.3F},
+                                     {{"cat"}, {"猫"}, -0.3F},
+                                     {{"sat"}, {"坐"}, -0.3F},
+                                     {{","}, {"，"}, -0.1F},
+                                     {{"cat", "sat"}, {"猫", "坐", "着"}, -0.2F}};
 
   toolkit::VocabBuilder source;
   toolkit::VocabBuilder target;

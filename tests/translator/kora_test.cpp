@@ -1,0 +1,308 @@
+// The seven functions in every order, the C face, and models with damage, through
+// the public headers alone. The model is the small one of tests/support.
+#include "kora/kora.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <thread>
+
+#include "kora/kora_c.h"
+#include "support/small_model.h"
+#include "support/temp_folder.h"
+
+namespace kora_test {
+namespace {
+
+namespace fs = std::filesystem;
+
+class Kora : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    model_ = new TempFolder;
+    write_small_model(model_->path());
+  }
+  static void TearDownTestSuite() {
+    delete model_;
+    model_ = nullptr;
+  }
+  void SetUp() override { kora_finalize(); }
+  void TearDown() override { kora_finalize(); }
+
+  static std::string folder() { return model_->path(); }
+  static std::string conf() { return model_->path("engine.conf"); }
+
+  static TempFolder* model_;
+};
+TempFolder* Kora::model_ = nullptr;
+
+constexpr const char* text =
+    "hello world. the cat sat!\n\ngood morning\nxyzzy \xF0\x9F\x98\x80 \xFF hello";
+
+TEST_F(Kora, InitializesByTheRules) {
+  const TempFolder other;
+  const std::string missing = other.path("none");
+  struct case_t {
+    const char* what;
+    int direct;
+    std::string lines;  // of the configuration; "-" for none
+    bool null_conf, null_folder;
+    int result;
+    int source_type;
+  };
+  const case_t cases[] = {
+      {"fine", 1, "[version]\n1.0.7\n", false, false, 0, 2},
+      {"every direction counts", 33, "[version]\n1.0.\n", false, false, 0, 13},
+      {"code 34", 34, "[version]\n1.0.7\n", false, false, 1, 0},
+      {"negative code", -1, "[version]\n1.0.7\n", true, false, 1, 0},
+      {"no configuration", 1, "", true, true, 2, 0},
+      {"no folder", 1, "[version]\n1.0.7\n", false, true, 4, 0},
+      {"missing file", 1, "-", false, false, 4, 2},
+      {"other version", 1, "[version]\n1.1.0\n", false, false, 6, 2},
+      {"leading blank", 1, "[version]\n 1.0.1\n", false, false, 6, 2},
+      {"header alone", 1, "[version]", false, false, 6, 2},
+      {"carriage returns", 1, "[version]\r\n1.0.1\r\n", false, false, 6, 2},
+  };
+  for (const case_t& c : cases) {
+    SCOPED_TRACE(c.what);
+    kora_finalize();
+    EXPECT_EQ(g_direct, 34);
+    const std::string path = c.lines == "-" ? missing : other.write("c.conf", c.lines);
+    EXPECT_EQ(kora_initialize(c.direct, c.null_conf ? nullptr : path.c_str(),
+                              c.null_folder ? nullptr : "models"),
+              c.result);
+    EXPECT_EQ(g_direct, c.direct);
+    EXPECT_EQ(g_srcType, c.source_type);
+    EXPECT_EQ(kora_create_decoder(c.direct), nullptr);  // none of these names models
+    EXPECT_EQ(kora_create_decoder(c.direct + 1), nullptr);
+    if (c.source_type != 0) {
+      EXPECT_EQ(kora_initialize(1, path.c_str(), "m"), 3);
+    }
+  }
+  kora_finalize();
+  EXPECT_EQ(g_targType, 0);
+  EXPECT_EQ(g_ConfFile, "");
+  EXPECT_EQ(g_ModelFolder, "models");  // left as it was
+}
+
+TEST_F(Kora, TranslatesLinesAndSentences) {
+  ASSERT_EQ(kora_initialize(1, conf().c_str(), folder().c_str()), 0);
+  koralite::translator::TransImpl* handle = kora_create_decoder(1);
+  ASSERT_NE(handle, nullptr);
+  const std::pair<const char*, const char*> cases[] = {
+      {"", ""},
+      {"\n\n", ""},
+      {"hello world", "你好世界"},
+      {"hello world\n\ngood morning\n", "你好世界\n早上好"},
+      {"hello world. good morning", "你好世界。 早上好"},
+  };
+  for (const auto& [input, expected] : cases) {
+    std::string output = "old";
+    EXPECT_EQ(kora_translate(handle, input, output), 0) << input;
+    EXPECT_EQ(output, expected) << input;
+  }
+  std::string both = "hello world";
+  EXPECT_EQ(kora_translate(handle, both, both), 0);
+  EXPECT_EQ(both, "你好世界");
+  EXPECT_EQ(kora_translate(nullptr, "a", both), 2);
+
+  kora_finalize();  // the handle lives on, but its source is unknown now
+  std::string output;
+  EXPECT_EQ(kora_translate(handle, "hello", output), 2);
+  EXPECT_EQ(kora_translate(handle, "\n", output), 0);
+  kora_destroy_decoder(handle);
+  kora_destroy_decoder(nullptr);
+}
+
+TEST_F(Kora, ChecksForAscii) {
+  EXPECT_EQ(kora_check_lang(""), 1);
+  EXPECT_EQ(kora_check_lang("plain\x7F"), 1);
+  EXPECT_EQ(kora_check_lang("a\x80"), 0);
+  EXPECT_EQ(kora_check_lang("你"), 0);
+}
+
+std::string translated(kora_c_translator* translator, const std::string& input) {
+  char* output = nullptr;
+  std::size_t length = 0;
+  EXPECT_EQ(kora_c_translate(translator, input.data(), input.size(), &output, &length), KORA_C_OK);
+  std::string result(output, length);
+  kora_c_free(output);
+  return result;
+}
+
+kora_c_translator* opened(const std::string& folder, std::int32_t expected = KORA_C_OK,
+                          std::uint32_t flags = KORA_C_CHECK_MANIFEST) {
+  kora_c_translator* translator = nullptr;
+  char* message = nullptr;
+  EXPECT_EQ(kora_c_open(1, nullptr, 0, folder.data(), folder.size(), flags, &translator, &message),
+            expected)
+      << (message != nullptr ? message : "");
+  EXPECT_EQ(translator != nullptr, expected == KORA_C_OK);
+  EXPECT_EQ(message != nullptr, expected != KORA_C_OK);
+  kora_c_free(message);
+  return translator;
+}
+
+TEST_F(Kora, FacesGiveTheSameBytesOnEightThreads) {
+  ASSERT_EQ(kora_initialize(1, conf().c_str(), folder().c_str()), 0);
+  auto* handle = kora_create_decoder(1);
+  std::string expected;
+  ASSERT_EQ(kora_translate(handle, text, expected), 0);
+  kora_destroy_decoder(handle);
+  kora_finalize();
+  std::vector<std::string> results(8);
+  std::vector<std::thread> threads;
+  for (std::string& result : results) {
+    threads.emplace_back([&result] {
+      kora_c_translator* translator = opened(folder());
+      for (int i = 0; i < 50; ++i) result = translated(translator, text);
+      kora_c_close(translator);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const std::string& result : results) EXPECT_EQ(result, expected);
+}
+
+TEST_F(Kora, AlignmentTilesTheOutput) {
+  kora_c_translator* translator = opened(folder());
+  const std::string inputs[] = {text, "the cat sat.", "sat cat the hello", "", " ", "a\nb", "?!."};
+  for (const std::string& input : inputs) {
+    SCOPED_TRACE(input);
+    char* output = nullptr;
+    std::int32_t* links = nullptr;
+    std::size_t length = 0;
+    std::size_t count = 0;
+    ASSERT_EQ(kora_c_translate_aligned(translator, input.data(), input.size(), &output, &length,
+                                       &links, &count),
+              KORA_C_OK);
+    EXPECT_EQ(std::string(output, length), translated(translator, input));
+    std::vector<bool> covered(length);
+    for (std::size_t i = 0; i < count; ++i) {
+      const std::int32_t* link = links + 4 * i;
+      EXPECT_LE(0, link[0]);
+      EXPECT_LE(link[0], link[1]);
+      EXPECT_LT(link[1], static_cast<std::int32_t>(input.size()));
+      EXPECT_LE(0, link[2]);
+      EXPECT_LE(link[2], link[3]);
+      ASSERT_LT(link[3], static_cast<std::int32_t>(length));
+      for (std::int32_t b = link[2]; b <= link[3]; ++b) covered[static_cast<std::size_t>(b)] = true;
+    }
+    for (std::size_t b = 0; b < length; ++b) {
+      EXPECT_TRUE(covered[b] || output[b] == ' ' || output[b] == '\n') << b;
+    }
+    kora_c_free(output);
+    kora_c_free(links);
+  }
+  kora_c_close(translator);
+}
+
+TEST_F(Kora, ListsTheBestFirst) {
+  kora_c_translator* translator = opened(folder());
+  char* outputs = nullptr;
+  std::size_t* ends = nullptr;
+  float* scores = nullptr;
+  std::size_t count = 0;
+  const std::string input = "the cat sat";
+  ASSERT_EQ(kora_c_translate_nbest(translator, input.data(), input.size(), 5, &outputs, &ends,
+                                   &scores, &count),
+            KORA_C_OK);
+  ASSERT_GT(count, 1U);
+  EXPECT_LE(count, 5U);
+  EXPECT_EQ(std::string(outputs, ends[0]), translated(translator, input));
+  for (std::size_t i = 1; i < count; ++i) {
+    EXPECT_LE(scores[i], scores[i - 1]);
+    EXPECT_EQ(outputs[ends[i]], '\0');
+  }
+  kora_c_free(outputs);
+  kora_c_free(ends);
+  kora_c_free(scores);
+  kora_c_close(translator);
+}
+
+TEST_F(Kora, EveryMissingOrDamagedFileIsRefused) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder())) {
+    names.push_back(entry.path().filename().string());
+  }
+  ASSERT_GE(names.size(), 10U);
+  for (const std::string& name : names) {
+    SCOPED_TRACE(name);
+    const TempFolder copy;
+    fs::copy(folder(), copy.path());
+    const std::string whole = read_file(copy.path(name));
+    const bool is_engine = name == "engine.conf";
+
+    fs::remove(copy.path(name));
+    opened(copy.path(), is_engine ? KORA_C_BAD_CONFIGURATION : KORA_C_BAD_MANIFEST);
+    if (name != "manifest.conf") {
+      opened(copy.path(), is_engine ? KORA_C_BAD_CONFIGURATION : KORA_C_BAD_MODEL, 0);
+      ASSERT_EQ(kora_initialize(1, copy.path("engine.conf").c_str(), copy.path().c_str()),
+                is_engine ? 4 : 0);
+      EXPECT_EQ(kora_create_decoder(1), nullptr);
+      kora_finalize();
+    }
+    std::string flipped = whole;
+    flipped[whole.size() / 2] = static_cast<char>(flipped[whole.size() / 2] ^ 0x40);
+    for (const std::string& damaged : {flipped, whole.substr(0, whole.size() / 2), whole + "x"}) {
+      copy.write(name, damaged);
+      kora_c_translator* translator = nullptr;
+      const std::string path = copy.path();
+      const auto open = [&](std::uint32_t flags) {
+        return kora_c_open(1, nullptr, 0, path.data(), path.size(), flags, &translator, nullptr);
+      };
+      if (name != "manifest.conf") {
+        EXPECT_NE(open(KORA_C_CHECK_MANIFEST), KORA_C_OK);
+      }
+      // Without the check, damage may pass; it must not hurt.
+      if (open(0) == KORA_C_OK) {
+        char* output = nullptr;
+        std::size_t length = 0;
+        const int result = kora_c_translate(translator, text, 20, &output, &length);
+        EXPECT_TRUE(result == KORA_C_OK || result == KORA_C_TRANSLATION_FAILED);
+        kora_c_free(output);
+      }
+      kora_c_close(translator);
+    }
+  }
+}
+
+TEST_F(Kora, RefusesBadArguments) {
+  kora_c_translator* translator = nullptr;
+  const std::string path = folder();
+  const auto open = [&](std::int32_t direction, const std::string& conf_path,
+                        const std::string& folder_path, std::uint32_t flags) {
+    return kora_c_open(direction, conf_path.data(), conf_path.size(), folder_path.data(),
+                       folder_path.size(), flags, &translator, nullptr);
+  };
+  EXPECT_EQ(open(34, "", path, 0), KORA_C_BAD_DIRECTION);
+  EXPECT_EQ(open(-1, "", path, 0), KORA_C_BAD_DIRECTION);
+  EXPECT_EQ(open(4, "", path, 0), KORA_C_BAD_DIRECTION);  // from Thai
+  EXPECT_EQ(open(1, "", "", 0), KORA_C_BAD_ARGUMENT);
+  EXPECT_EQ(open(1, "", path + '\0', 0), KORA_C_BAD_ARGUMENT);
+  EXPECT_EQ(open(1, "", path, 2), KORA_C_BAD_ARGUMENT);
+  EXPECT_EQ(open(1, path, path, 0), KORA_C_BAD_CONFIGURATION);  // a folder
+  EXPECT_EQ(open(1, path + "/decoder.conf", path, 0), KORA_C_BAD_CONFIGURATION);
+  EXPECT_EQ(kora_c_open(1, nullptr, 0, nullptr, 3, 0, &translator, nullptr), KORA_C_BAD_ARGUMENT);
+  EXPECT_EQ(kora_c_open(1, nullptr, 0, path.data(), path.size(), 0, nullptr, nullptr),
+            KORA_C_BAD_ARGUMENT);
+  translator = opened(path);
+  char* output = nullptr;
+  std::size_t length = 0;
+  EXPECT_EQ(kora_c_translate(translator, nullptr, 1, &output, &length), KORA_C_BAD_ARGUMENT);
+  EXPECT_STRNE(kora_c_message(translator), "");
+  EXPECT_EQ(kora_c_translate(translator, nullptr, 0, &output, &length), KORA_C_OK);
+  EXPECT_STREQ(kora_c_message(translator), "");
+  EXPECT_STREQ(output, "");
+  kora_c_free(output);
+  EXPECT_EQ(kora_c_translate(translator, "a", 1, nullptr, &length), KORA_C_BAD_ARGUMENT);
+  EXPECT_EQ(kora_c_translate(nullptr, "a", 1, &output, &length), KORA_C_BAD_ARGUMENT);
+  kora_c_close(translator);
+  EXPECT_STREQ(kora_c_error_name(KORA_C_BAD_MANIFEST), "KORA_C_BAD_MANIFEST");
+  EXPECT_STREQ(kora_c_error_name(KORA_C_RESULT_COUNT), "unknown result");
+  EXPECT_EQ(kora_c_find_direction("en-zh", 5), 1);
+  EXPECT_EQ(kora_c_find_direction("lzh-zh", 6), 31);
+  EXPECT_EQ(kora_c_find_direction("zh-zh", 5), -1);
+}
+
+}  // namespace
+}  // namespace kora_test
