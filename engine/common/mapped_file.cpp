@@ -36,6 +36,17 @@ struct Descriptor {
 };
 #endif
 
+#ifdef KORA_CAN_MAP
+// Slow file systems may be interrupted by a signal while they open.
+int open_uninterrupted(const char* path) {
+  int fd = -1;
+  do {
+    fd = ::open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+  } while (fd < 0 && errno == EINTR);
+  return fd;
+}
+#endif
+
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
@@ -90,7 +101,7 @@ std::optional<MappedFile> MappedFile::open(const std::string& path, std::string*
   MappedFile file;
 #ifdef KORA_CAN_MAP
   if (access == Access::kMap) {
-    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const Descriptor descriptor(open_uninterrupted(path.c_str()));
     if (descriptor.fd < 0) return refuse(error_text(errno));
     // Asked of the open file, since the name may stand for another one by now.
     if (::fstat(descriptor.fd, &status) != 0) return refuse(error_text(errno));
