@@ -7,6 +7,7 @@
 
 #include <array>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,6 +15,7 @@
 #include "support/temp_folder.h"
 #include "toolkit/atomic_file.h"
 #include "toolkit/model/manifest.h"
+#include "toolkit/train/engine_tuner.h"
 #include "toolkit/train/phrase_file.h"
 #include "translator/text_translation.h"
 #include "translator/trans_impl.h"
@@ -148,6 +150,32 @@ TEST_F(TrainerTest, RunsOnlyWhatChanged) {
   EXPECT_EQ(skipped(), 5U);
   write_file(m_folder.path("words"), "我们 9\n老师 9\n");
   EXPECT_EQ(skipped(), 0U);
+}
+
+// Features times weights must order translations as the decoder does, or tuning would be blind.
+TEST_F(TrainerTest, FolderTunerSeesWhatTheDecoderWeighs) {
+  m_options.compact = false;
+  run();
+  const std::vector<std::string> source = {"you want bread", "the teacher sells red tables",
+                                           "they need books"};
+  const std::vector<std::vector<std::string>> references = {source};
+  FolderTuner tuner(open_model_folder(m_options.output), source, references, {10, 2});
+  const std::vector<double> weights = {0.4, 0.2, 0.7, 0.5, -0.3, 0.9};
+  const NbestLists lists = tuner.decode(weights);
+  ASSERT_EQ(lists.size(), source.size());
+  for (const auto& list : lists) {
+    ASSERT_GT(list.size(), 1U);
+    double before = std::numeric_limits<double>::infinity();
+    for (const TuneCandidate& candidate : list) {
+      ASSERT_EQ(candidate.features.size(), weights.size());
+      double score = 0;
+      for (std::size_t i = 0; i < weights.size(); ++i) {
+        score += weights[i] * static_cast<double>(candidate.features[i]);
+      }
+      EXPECT_LE(score, before + 1e-3);
+      before = score;
+    }
+  }
 }
 
 TEST_F(TrainerTest, ReversedDirectionLearnsCapitalsAndReadings) {

@@ -30,5 +30,6 @@ void add_eval(CLI::App& program, run_t& run);
 void add_segment(CLI::App& program, run_t& run);
 void add_train(CLI::App& program, run_t& run);
 void add_translate(CLI::App& program, run_t& run);
+void add_tune(CLI::App& program, run_t& run);
 
 }  // namespace koralite::toolkit::cli

@@ -31,6 +31,7 @@ int main(int argc, char** argv) {
   add_segment(program, run);
   add_train(program, run);
   add_translate(program, run);
+  add_tune(program, run);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& help) {

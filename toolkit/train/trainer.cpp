@@ -469,7 +469,7 @@ class Trainer {
     tuner_options.nbest = m_options.nbest;
     tuner_options.threads = m_options.threads;
     tuner_options.tokenizer = tokenizer_for_language(m_options.direction.target);
-    EngineTuner tuner(folder, phrases(), source, references, tuner_options);
+    TrainingTuner tuner(folder, phrases(), source, references, tuner_options);
 
     TuneOptions options;
     options.rounds = m_options.tune_rounds;

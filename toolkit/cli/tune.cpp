@@ -1,0 +1,132 @@
+// kora tune: better weights for a finished model folder.
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "toolkit/atomic_file.h"
+#include "toolkit/cli/command.h"
+#include "toolkit/model/manifest.h"
+#include "toolkit/model/model_folder.h"
+#include "toolkit/progress.h"
+#include "toolkit/train/engine_tuner.h"
+
+namespace koralite::toolkit::cli {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct options_t {
+  std::string model;
+  std::string source;
+  std::vector<std::string> references;
+  unsigned threads = 0;
+  unsigned nbest = 100;
+  int rounds = 8;
+  bool write = false;
+};
+
+std::vector<std::string> read_lines(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw io_error(path + ": can't be opened for reading");
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) lines.push_back(std::move(line));
+  return lines;
+}
+
+// A copy of the folder's files to work on, removed in the end.
+class ScratchFolder {
+ public:
+  explicit ScratchFolder(const model_folder_t& folder) : m_path(folder.path + ".tune") {
+    fs::remove_all(m_path);
+    fs::create_directories(m_path);
+    for (const std::string& name : folder.named_files()) {
+      fs::copy_file(folder.file(name), m_path / name);
+    }
+  }
+  ScratchFolder(const ScratchFolder&) = delete;
+  ScratchFolder& operator=(const ScratchFolder&) = delete;
+  ~ScratchFolder() {
+    std::error_code ignored;
+    fs::remove_all(m_path, ignored);
+  }
+  std::string path() const { return m_path.string(); }
+
+ private:
+  fs::path m_path;
+};
+
+int run_tuning(const options_t& options) {
+  model_folder_t folder = open_model_folder(options.model);
+  const ScratchFolder scratch(folder);
+  std::vector<std::vector<std::string>> references;
+  for (const std::string& path : options.references) references.push_back(read_lines(path));
+  engine_tuner_options_t tuner_options;
+  tuner_options.nbest = options.nbest;
+  tuner_options.threads = options.threads;
+  tuner_options.tokenizer = tokenizer_for_language(folder.engine.direction.target);
+  FolderTuner tuner(open_model_folder(scratch.path()), read_lines(options.source), references,
+                    tuner_options);
+
+  TuneOptions tune_options;
+  tune_options.rounds = options.rounds;
+  tune_options.mert.threads = options.threads;
+  tune_options.mert.ranges.assign(kTranslation + 1, {});
+  for (const std::size_t feature : {kDistortion, kReordering, kLanguage, kTranslation}) {
+    tune_options.mert.ranges[feature].low = 0;
+  }
+  ProgressBar bar;
+  const TuneResult result = tune(
+      tuner, FolderTuner::weights_of(folder.decoder), tune_options,
+      [](const TuneRound& round) { std::fprintf(stderr, "%s\n", round.bleu.text().c_str()); },
+      bar.callback());
+  for (std::size_t i = 0; i < result.weights.size(); ++i) {
+    std::printf("%-12s %.6g\n", i == kTranslation ? "translation" : feature_names[i].data(),
+                result.weights[i]);
+  }
+  if (!options.write) {
+    std::fprintf(stderr, "nothing written; --write puts these weights into %s\n",
+                 folder.file(folder.engine.decoder).c_str());
+    return kFine;
+  }
+  FolderTuner::set(result.weights, folder.decoder);
+  write_file(folder.file(folder.engine.decoder), format_decoder_config(folder.decoder));
+  if (fs::exists(folder.file(manifest_name))) {
+    manifest_t manifest = read_manifest(folder.path);
+    write_file(folder.file(manifest_name),
+               format_manifest(make_manifest(folder, std::move(manifest.built_from))));
+  }
+  return kFine;
+}
+
+}  // namespace
+
+void add_tune(CLI::App& program, run_t& run) {
+  auto options = std::make_shared<options_t>();
+  CLI::App* command = program.add_subcommand(
+      "tune", "Find better weights for a model folder on sentences with translations");
+  command->add_option("-m,--model", options->model, "Model folder")->required();
+  command->add_option("--source", options->source, "Sentences to tune on")->required();
+  command
+      ->add_option("-r,--reference", options->references,
+                   "Their translations; may be given several times")
+      ->required();
+  command->add_option("-t,--threads", options->threads, "Threads; 0: all cores")
+      ->capture_default_str();
+  command->add_option("--nbest", options->nbest, "Translations per sentence to choose from")
+      ->check(CLI::Range(1, 1000))
+      ->capture_default_str();
+  command->add_option("--rounds", options->rounds, "Rounds at most")
+      ->check(CLI::Range(1, 100))
+      ->capture_default_str();
+  command->add_flag("--write", options->write, "Write the weights into the folder");
+  command->footer(
+      "The phrase table stays as it is; 'kora train' also tunes how its scores are made.\n"
+      "Example: kora tune -m models/en-zh --source dev.en -r dev.zh --write");
+  command->callback([&run, options] { run = [options] { return run_tuning(*options); }; });
+}
+
+}  // namespace koralite::toolkit::cli
