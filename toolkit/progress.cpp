@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 
 namespace koralite::toolkit {
@@ -32,7 +33,7 @@ std::string ProgressBar::line(std::string_view stage, double done, double second
                          : done > 0.02 ? seconds_so_far / done * (1 - done)
                                        : -1;
   if (seconds >= 0) {
-    const long whole = static_cast<long>(seconds + 0.5);
+    const long whole = std::lround(seconds);
     const std::string rest = std::to_string(whole % 60);
     text += "  " + std::to_string(whole / 60) + (rest.size() < 2 ? ":0" : ":") + rest +
             (done >= 1 ? " taken" : " left");

@@ -54,7 +54,7 @@ class Trainer {
         jump_counts_(jumps_.size()),
         start_counts_(starts_.size()) {
     for (int width = -kFarthest; width <= kFarthest; ++width) {
-      jumps_[static_cast<std::size_t>(width + kFarthest)] = 1.0 / (1.0 + 2.0 * std::abs(width - 1));
+      jumps_[jump_class(width)] = 1.0 / (1.0 + 2.0 * std::abs(width - 1));
     }
     for (std::size_t i = 0; i < starts_.size(); ++i)
       starts_[i] = 1.0 / (1.0 + 2.0 * static_cast<double>(i));

@@ -46,9 +46,11 @@ void grow_diag(Grid& chosen, const Grid& both) {
       for (int t = 0; t < targets; ++t) {
         if (!chosen.has(static_cast<std::size_t>(s), static_cast<std::size_t>(t))) continue;
         for (const auto& [ds, dt] : kNeighbours) {
-          if (s + ds < 0 || s + ds >= sources || t + dt < 0 || t + dt >= targets) continue;
-          const auto ns = static_cast<std::size_t>(s + ds);
-          const auto nt = static_cast<std::size_t>(t + dt);
+          const int s2 = s + ds;
+          const int t2 = t + dt;
+          if (s2 < 0 || s2 >= sources || t2 < 0 || t2 >= targets) continue;
+          const auto ns = static_cast<std::size_t>(s2);
+          const auto nt = static_cast<std::size_t>(t2);
           if ((!chosen.source_used(ns) || !chosen.target_used(nt)) && both.has(ns, nt)) {
             chosen.set(ns, nt);
             added = true;

@@ -19,7 +19,9 @@ struct Link {
   std::uint16_t target = 0;
 
   friend bool operator==(const Link&, const Link&) = default;
-  friend auto operator<=>(const Link&, const Link&) = default;
+  friend bool operator<(const Link& a, const Link& b) {
+    return a.source != b.source ? a.source < b.source : a.target < b.target;
+  }
 };
 
 /// Per generated word the index of the generating word, kUnaligned for none.

@@ -37,7 +37,10 @@ struct Occurrences {
 // exp(digamma(x)) without the exponential's cancellation for large x.
 double exp_digamma(double x) {
   double shift = 0;
-  for (; x < 7; x += 1) shift -= 1 / x;
+  while (x < 7) {
+    shift -= 1 / x;
+    x += 1;
+  }
   const double y = x - 0.5;
   const double z = 1 / (y * y);
   return std::exp(shift + std::log(y) +

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <compare>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
@@ -210,6 +211,7 @@ class Builder {
         },
         share);
     std::vector<Parts> parts;
+    parts.reserve(workers.size());
     for (Worker& worker : workers) parts.push_back(std::move(worker.parts));
     return parts;
   }
@@ -260,7 +262,7 @@ class Builder {
   static int compare(std::span<const WordId> a, std::span<const WordId> b) {
     const auto order =
         std::lexicographical_compare_three_way(a.begin(), a.end(), b.begin(), b.end());
-    return order < 0 ? -1 : order > 0 ? 1 : 0;
+    return std::is_lt(order) ? -1 : std::is_gt(order) ? 1 : 0;
   }
 
   std::vector<Counted> count_part(std::vector<Instance> all) const {
@@ -500,7 +502,10 @@ double fisher_significance(std::uint64_t both, std::uint64_t source, std::uint64
     if (n < 2) return 0.0;
     double x = static_cast<double>(n) + 1;
     double shift = 0;
-    for (; x < 10; x += 1) shift -= std::log(x);
+    while (x < 10) {
+      shift -= std::log(x);
+      x += 1;
+    }
     const double inverse = 1 / x;
     const double square = inverse * inverse;
     return shift + (x - 0.5) * std::log(x) - x + 0.91893853320467274178 +
