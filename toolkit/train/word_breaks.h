@@ -16,4 +16,7 @@ namespace koralite::toolkit {
 std::vector<segment_word_t> learn_words(std::span<const std::string> lines,
                                         std::string_view language);
 
+// All pieces of a text between word breaks, blanks and signs too; together they are the text.
+std::vector<std::string> word_pieces(const std::string& text, std::string_view language);
+
 }  // namespace koralite::toolkit
