@@ -16,9 +16,8 @@ struct group_t {
   const unsigned char* nodes = nullptr;
   std::size_t count = 0;
 
-  std::int32_t key(std::size_t at) const {
-    return common::load_le<std::uint16_t>(nodes + at * kNodeSize);
-  }
+  const unsigned char* record(std::size_t at) const { return nodes + at * kNodeSize; }
+  std::int32_t key(std::size_t at) const { return common::load_le<std::uint16_t>(record(at)); }
 };
 
 group_t root_group(const CompactLmModel::tree_t& tree) {
@@ -27,7 +26,7 @@ group_t root_group(const CompactLmModel::tree_t& tree) {
   return {tree.nodes + kNodeSize, common::load_le<std::uint16_t>(tree.nodes + 2)};
 }
 
-// Calls `found(place in words)` for each of the ascending `words` that is a key.
+// Calls `found(place in words, record)` for each of the ascending `words` that is a key.
 template <typename Found>
 void intersect(const group_t& group, std::span<const std::int32_t> words, Found&& found) {
   std::size_t low = 0;
@@ -45,7 +44,7 @@ void intersect(const group_t& group, std::span<const std::int32_t> words, Found&
         high = middle;
       }
     }
-    if (low < group.count && group.key(low) == words[k]) found(k);
+    if (low < group.count && group.key(low) == words[k]) found(k, group.record(low));
   }
 }
 
@@ -53,12 +52,13 @@ void intersect(const group_t& group, std::span<const std::int32_t> words, Found&
 
 void BigramTable::build(const CompactLmModel& lang_model, std::span<const std::int32_t> before,
                         std::span<const std::int32_t> first) {
-  row_words_ = (first.size() + 63) / 64;
-  if (before.size() * row_words_ * 64 > kMaxBits) {
+  row_words_ = (before.size() + 63) / 64;
+  steps_.clear();
+  if (first.size() * row_words_ * 64 > kMaxBits) {
     row_words_ = 0;
     return;
   }
-  bits_.assign(before.size() * row_words_, 0);
+  rows_.assign(first.size() * row_words_, {});
   // Ids that the model cannot hold match nothing, whatever the trees say.
   const auto head_count = static_cast<std::int32_t>(lang_model.head_count());
   const auto usable_begin = std::lower_bound(before.begin(), before.end(), 0);
@@ -66,7 +66,20 @@ void BigramTable::build(const CompactLmModel& lang_model, std::span<const std::i
   const auto offset = static_cast<std::size_t>(usable_begin - before.begin());
   for (std::size_t word = 0; word < first.size(); ++word) {
     intersect(root_group(lang_model.GetTree(first[word])), {usable_begin, usable_end},
-              [&](std::size_t place) { mark(offset + place, word); });
+              [&](std::size_t found, const unsigned char* record) {
+                const std::size_t place = offset + found;
+                rows_[word * row_words_ + place / 64].bits |= std::uint64_t{1} << (place % 64);
+                steps_.push_back(CompactLmModel::read_step(record));
+              });
+    if (steps_.size() > kMaxPairs) {
+      row_words_ = 0;
+      return;
+    }
+  }
+  std::size_t rank = 0;
+  for (row_t& row : rows_) {
+    row.rank = rank;
+    rank += static_cast<std::size_t>(std::popcount(row.bits));
   }
 }
 

@@ -263,26 +263,39 @@ CompactLmModel::start_t CompactLmModel::begin_walk(std::span<const int> ids,
 }
 
 // Adds the levels of two words and more.
-void CompactLmModel::walk(const start_t& start, std::span<const int> ids,
-                          lm_levels_t& levels) const {
-  if (start.nodes == nullptr) return;
+lm_path_t CompactLmModel::walk(const start_t& start, std::span<const int> ids,
+                               lm_levels_t& levels) const {
+  if (start.nodes == nullptr) return {};
+  const int word = ids[ids.size() - 2];
+  return follow(start.nodes,
+                start.count > 0 ? find_record(start.records, start.count, word)
+                                : find_child(start.records, word),
+                ids, levels);
+}
+
+// Adds the level of `child`, if there is one, and those behind it.
+lm_path_t CompactLmModel::follow(const unsigned char* nodes, const unsigned char* child,
+                                 std::span<const int> ids, lm_levels_t& levels) const {
   const std::size_t limit = std::min(ids.size(), levels.level.size());
-  int word = ids[ids.size() - 2];
-  const unsigned char* child = start.count > 0 ? find_record(start.records, start.count, word)
-                                               : find_child(start.records, word);
-  for (std::size_t k = 1; child != nullptr;) {
-    const node_t node(child);
-    const bool is_entry = (node.flag_and_back_off() & kEntryFlag) != 0;
-    levels.level[k] = {node.probability(),
-                       static_cast<std::uint16_t>(node.flag_and_back_off() & kBackOffMask),
-                       is_entry};
+  for (auto k = static_cast<std::size_t>(levels.count); child != nullptr;) {
+    const lm_step_t step = read_step(child);
+    levels.level[k] = step.level;
     levels.count = static_cast<int>(++k);
-    if (is_entry) levels.longest = levels.count;
-    if (k == limit || node.link() <= 1) return;
-    word = ids[ids.size() - 1 - k];
-    if (!known(word)) return;
-    child = find_child(start.nodes + (std::size_t{node.link()} - 1) * kNodeSize, word);
+    if (step.level.entry) levels.longest = levels.count;
+    const lm_path_t path = path_after(nodes, step);
+    if (k == limit || path.group == nullptr) return path;
+    const int word = ids[ids.size() - 1 - k];
+    if (!known(word)) break;
+    child = find_child(path.group, word);
   }
+  return {};
+}
+
+lm_step_t CompactLmModel::read_step(const unsigned char* record) {
+  const node_t node(record);
+  return {{node.probability(), static_cast<std::uint16_t>(node.flag_and_back_off() & kBackOffMask),
+           (node.flag_and_back_off() & kEntryFlag) != 0},
+          node.link()};
 }
 
 int CompactLmModel::TrieSearchInvert(std::span<const int> ids, lm_levels_t& levels) const {
@@ -290,16 +303,18 @@ int CompactLmModel::TrieSearchInvert(std::span<const int> ids, lm_levels_t& leve
   return levels.count;
 }
 
-float CompactLmModel::score(int length, const lm_levels_t& levels,
-                            const lm_levels_t& context) const {
-  if (levels.longest == 0) return LM_UNK_PROB;
-  float score = probability(levels.level[static_cast<std::size_t>(levels.longest) - 1].probability);
-  const int end = std::min(context.count, length - 1);
-  for (int k = levels.longest; k <= end; ++k) {
-    const lm_level_t& level = context.level[static_cast<std::size_t>(k) - 1];
-    if (level.entry) score += back_off(level.back_off);
-  }
-  return score;
+int CompactLmModel::TrieSearchInvert(std::span<const int> ids, lm_levels_t& levels,
+                                     lm_path_t& path) const {
+  path = walk(begin_walk(ids, levels), ids, levels);
+  return levels.count;
+}
+
+void CompactLmModel::walk_on(const lm_path_t& path, std::span<const int> ids,
+                             lm_levels_t& levels) const {
+  const auto matched = static_cast<std::size_t>(levels.count);
+  if (matched >= std::min(ids.size(), levels.level.size())) return;
+  const int word = ids[ids.size() - 1 - matched];
+  if (known(word)) follow(path.nodes, find_child(path.group, word), ids, levels);
 }
 
 float CompactLmModel::ngram_score(std::span<const int> ids, const lm_levels_t& before,

@@ -50,6 +50,18 @@ struct lm_levels_t {
   std::array<lm_level_t, LangModel::kMaxOrder> level;
 };
 
+// A record of a tree: what one more word back is, and where the words before it stand.
+struct lm_step_t {
+  lm_level_t level;
+  std::uint16_t link;  // group of the words before, 1 at the least; others: there are none
+};
+
+// Where a walk that used up its words goes on. No group: no word before changes its levels.
+struct lm_path_t {
+  const unsigned char* nodes = nullptr;  // the visible tree
+  const unsigned char* group = nullptr;
+};
+
 class CompactLmModel final : public LangModel {
  public:
   static constexpr std::int64_t kBudget = 3145728;
@@ -77,11 +89,33 @@ class CompactLmModel final : public LangModel {
   // Walks the tree of the last word of `ids` (not empty; at most the last eight
   // words count). Returns levels.count.
   int TrieSearchInvert(std::span<const int> ids, lm_levels_t& levels) const;
+  // The same for two words or more, and where a longer sequence would go on.
+  int TrieSearchInvert(std::span<const int> ids, lm_levels_t& levels, lm_path_t& path) const;
+
+  // Goes on along `path` (with a group), which the walk of the last `levels.count` words of `ids`
+  // left: then `levels` is what TrieSearchInvert finds for all of `ids`.
+  void walk_on(const lm_path_t& path, std::span<const int> ids, lm_levels_t& levels) const;
+
+  // A record, and the way on from it.
+  static lm_step_t read_step(const unsigned char* record);
+  static lm_path_t path_after(const unsigned char* nodes, const lm_step_t& step) {
+    return {nodes, step.link > 1 ? nodes + (std::size_t{step.link} - 1) * 8 : nullptr};
+  }
 
   // Score of a sequence of `length` words from its levels and those of the words
   // before its last one. Levels of `context` from `length` up are ignored, so the
   // levels of a longer context serve too.
-  float score(int length, const lm_levels_t& levels, const lm_levels_t& context) const;
+  float score(int length, const lm_levels_t& levels, const lm_levels_t& context) const {
+    if (levels.longest == 0) return LM_UNK_PROB;
+    float score =
+        probability(levels.level[static_cast<std::size_t>(levels.longest) - 1].probability);
+    const int end = context.count < length - 1 ? context.count : length - 1;
+    for (int k = levels.longest; k <= end; ++k) {
+      const lm_level_t& level = context.level[static_cast<std::size_t>(k) - 1];
+      if (level.entry) score += back_off(level.back_off);
+    }
+    return score;
+  }
 
   // compute_joint_score with the context's levels at hand (`before` is not read
   // if the context is empty).
@@ -161,7 +195,9 @@ class CompactLmModel final : public LangModel {
     return bytes_.data() + tree.position + 4;
   }
   start_t begin_walk(std::span<const int> ids, lm_levels_t& levels) const;
-  void walk(const start_t& start, std::span<const int> ids, lm_levels_t& levels) const;
+  lm_path_t walk(const start_t& start, std::span<const int> ids, lm_levels_t& levels) const;
+  lm_path_t follow(const unsigned char* nodes, const unsigned char* child, std::span<const int> ids,
+                   lm_levels_t& levels) const;
   void show_tree(std::size_t index);
   void hide_trees();
 

@@ -35,15 +35,13 @@ JointScorer::JointScorer(const CompactLmModel& lang_model, std::int32_t bos, std
       contexts_(lang_model, std::min(order_ - 1, LangModel::kMaxContext)),
       prefixes_(1),
       prefix_slots_(kFirstPrefixSlots),
-      memo_(kMemoSize),
       masks_(kMaskSize) {}
 
 void JointScorer::start_sentence(std::span<Option> options) {
-  // Contexts and words before are numbered from 0 in each sentence; adding a base
-  // that only grows keeps entries of other sentences from matching.
-  base_ += static_cast<std::uint32_t>(std::max(contexts_.size(), before_words_.size()));
+  // Words before are numbered from 0 in each sentence; adding a base that only grows
+  // keeps entries of other sentences from matching.
+  base_ += static_cast<std::uint32_t>(before_words_.size());
   if (base_ > kLastBase) {
-    std::fill(memo_.begin(), memo_.end(), memo_t{});
     std::fill(masks_.begin(), masks_.end(), mask_t{});
     base_ = 1;
   }
@@ -102,9 +100,9 @@ void JointScorer::grow_prefix_slots() {
 }
 
 // The bound of the last word's score holds for any words before `words`. If the
-// walk ended inside them, they change nothing about the match; otherwise a longer
-// match may be better. If the walk of the words before the last one did not end
-// inside, longer contexts may add back-offs, all of which are that word's.
+// walk cannot go on beyond them, they change nothing about the match; otherwise a
+// longer match may be better. If the walk of the words before the last one can go
+// on, longer contexts may add back-offs, all of which are that word's.
 std::uint32_t JointScorer::make_prefix(std::uint32_t parent, std::span<const std::int32_t> words) {
   const auto number = static_cast<std::uint32_t>(prefixes_.size());
   prefix_t& prefix = prefixes_.emplace_back();
@@ -114,8 +112,14 @@ std::uint32_t JointScorer::make_prefix(std::uint32_t parent, std::span<const std
   prefix.word = words.back();
   prefix.first = length == 1 ? place_in(first_words_, words[0]) : before.first;
   prefix.length = static_cast<std::uint8_t>(length);
-  lang_model_.TrieSearchInvert(words, prefix.levels);
-  prefix.closed = prefix.levels.count < length;
+  if (length == 1) {
+    lang_model_.TrieSearchInvert(words, prefix.levels);
+    prefix.path.nodes = lang_model_.GetTree(prefix.word).nodes;
+    prefix.closed = prefix.levels.count == 0;
+  } else {
+    lang_model_.TrieSearchInvert(words, prefix.levels, prefix.path);
+    prefix.closed = prefix.path.group == nullptr;
+  }
   if (prefix.levels.count == 0) {
     prefix.upper = LangModel::LM_UNK_PROB;
     return number;
@@ -124,7 +128,7 @@ std::uint32_t JointScorer::make_prefix(std::uint32_t parent, std::span<const std
   if (!prefix.closed) {
     prefix.upper = std::max(prefix.upper, lang_model_.max_probability(prefix.word));
   }
-  if (length > 1 && before.levels.count == length - 1) {
+  if (length > 1 && !before.closed) {
     const float back_off = lang_model_.max_back_off(before.word);
     for (std::size_t k = words.size(); k < order_ && back_off > 0; ++k) prefix.upper += back_off;
   }
@@ -184,27 +188,35 @@ std::uint32_t JointScorer::known_firsts(std::uint32_t context, std::uint32_t beg
   return mask.bits;
 }
 
-const JointScorer::memo_t& JointScorer::first_word(std::uint32_t context, std::uint32_t prefix) {
-  const std::uint32_t key = base_ + context;
-  memo_t& memo = memo_[mix(key, prefix) & (kMemoSize - 1)];
-  if (memo.context == key && memo.prefix == prefix) return memo;
-  ++ngram_count_;
-  memo.context = key;
-  memo.prefix = prefix;
+float JointScorer::first_word(std::uint32_t context, std::uint32_t prefix, lm_levels_t& levels) {
+  const prefix_t& first = prefixes_[prefix];
   std::array<std::int32_t, LangModel::kMaxContext + 1> words;
   const std::span<const std::int32_t> before = contexts_.words(context);
   std::int32_t* end = std::copy(before.begin(), before.end(), words.data());
-  *end++ = prefixes_[prefix].word;
+  *end++ = first.word;
   const std::size_t window = std::min(before.size() + 1, order_);
-  memo.score =
-      lang_model_.ngram_score({end - window, window}, contexts_.levels(context), memo.levels);
-  return memo;
+  const std::span<const std::int32_t> ids(end - window, window);
+  const std::uint32_t place = contexts_.knowledge(context).place;
+  if (place == ContextTable::kNowhere || !bigrams_.filled()) {
+    ++ngram_count_;
+    return lang_model_.ngram_score(ids, contexts_.levels(context), levels);
+  }
+  const lm_step_t& step = *bigrams_.find(place, first.first);
+  levels.level[0] = first.levels.level[0];
+  levels.level[1] = step.level;
+  levels.count = 2;
+  levels.longest = step.level.entry ? 2 : 1;
+  const lm_path_t path = CompactLmModel::path_after(first.path.nodes, step);
+  if (path.group != nullptr) {
+    ++ngram_count_;
+    lang_model_.walk_on(path, ids, levels);
+  }
+  return lang_model_.score(static_cast<int>(window), levels, contexts_.levels(context));
 }
 
 std::size_t JointScorer::memory() const {
   return contexts_.memory() + bigrams_.memory() + prefixes_.capacity() * sizeof(prefix_t) +
-         prefix_slots_.capacity() * sizeof(std::uint32_t) + memo_.capacity() * sizeof(memo_t) +
-         masks_.capacity() * sizeof(mask_t) +
+         prefix_slots_.capacity() * sizeof(std::uint32_t) + masks_.capacity() * sizeof(mask_t) +
          (before_words_.capacity() + first_words_.capacity() + first_of_option_.capacity() +
           single_.capacity() + highest_.capacity() + rest_.capacity()) *
              4;

@@ -5,11 +5,11 @@
 // - The options of a sentence share prefixes: each distinct sequence of leading
 //   target words that a joint score sees is one number ("prefix"), linked to the
 //   prefix without its last word. What the model knows about a prefix's last word
-//   is walked once; when that walk ends inside the prefix, no context changes it.
+//   is walked once; where the model knows nothing longer, no context changes it, and
+//   otherwise each context goes on where that walk ended.
 // - A pair of words that the model does not know at all (BigramTable) needs no
-//   walk: the first word has its one-word score and the context's back-offs.
-// - A memo of fixed size remembers the walks of first words after contexts.
-//   Entries are overwritten when they collide, which changes nothing.
+//   walk: the first word has its one-word score and the context's back-offs. The
+//   walk of a known pair begins at its record.
 //
 // Lives in one decoder; keeps its memory from sentence to sentence.
 #pragma once
@@ -81,7 +81,6 @@ class JointScorer {
   std::size_t memory() const;
 
  private:
-  static constexpr std::size_t kMemoSize = std::size_t{1} << 13;
   static constexpr std::size_t kMaskSize = std::size_t{1} << 12;
   static constexpr std::uint32_t kNoFirst = 0xFFFFFFFFU;
   static constexpr std::size_t kMaxPrefix = LangModel::kMaxOrder - 1;
@@ -91,18 +90,14 @@ class JointScorer {
     std::int32_t word = 0;
     std::uint32_t first = 0;  // place of its first word among the first words
     std::uint8_t length = 0;
-    bool closed = false;  // the walk ended inside: no context changes the levels
+    bool closed = false;  // no context changes the levels
     float upper = 0;      // bound of the last word's score
+    lm_path_t path;       // where the words before go on; for one word, its tree
     lm_levels_t levels;   // of the prefix alone
   };
-  struct memo_t {
-    std::uint32_t context = 0;  // with the sentence's base added, so old entries match nothing
-    std::uint32_t prefix = 0;
-    float score = 0;
-    lm_levels_t levels;
-  };
   struct mask_t {
-    std::uint32_t context_word = 0;  // place among the words before, with the base added
+    std::uint32_t context_word = 0;  // place among the words before, with the sentence's base
+                                     // added, so old entries match nothing
     std::uint32_t begin = 0;
     std::uint32_t bits = 0;
   };
@@ -113,7 +108,7 @@ class JointScorer {
   void find_words(std::span<const Option> options);
   void fill_columns(std::span<const Option> options);
   std::uint32_t place_before(std::int32_t word) const;
-  const memo_t& first_word(std::uint32_t context, std::uint32_t prefix);
+  float first_word(std::uint32_t context, std::uint32_t prefix, lm_levels_t& levels);
 
   const CompactLmModel& lang_model_;
   std::int32_t bos_;
@@ -133,7 +128,6 @@ class JointScorer {
   std::vector<float> single_;
   std::vector<float> highest_;
   std::vector<float> rest_;
-  std::vector<memo_t> memo_;
   std::vector<mask_t> masks_;
   std::uint64_t joint_count_ = 0;
   std::uint64_t ngram_count_ = 0;
@@ -152,6 +146,7 @@ float JointScorer::joint(std::uint32_t context, std::uint32_t prefix, Refused&& 
   const ContextTable::knowledge_t& known = contexts_.knowledge(context);
   const prefix_t& first = prefixes_[path[0]];
   float sum = 0.0F;
+  std::array<lm_levels_t, 2> walked;  // of the word before and of this one, in turn
   const lm_levels_t* before = &first.levels;
   if (first.levels.count == 0) {
     sum += LangModel::LM_UNK_PROB;
@@ -160,9 +155,8 @@ float JointScorer::joint(std::uint32_t context, std::uint32_t prefix, Refused&& 
     for (std::size_t k = 0; k < known.add_count; ++k) score += known.adds[k];
     sum += score;
   } else {
-    const memo_t& memo = first_word(context, path[0]);
-    sum += memo.score;
-    before = &memo.levels;
+    sum += first_word(context, path[0], walked[0]);
+    before = &walked[0];
   }
   if (length == 1) return sum;
 
@@ -170,7 +164,6 @@ float JointScorer::joint(std::uint32_t context, std::uint32_t prefix, Refused&& 
   const std::span<const std::int32_t> context_words = contexts_.words(context);
   std::int32_t* end = std::copy(context_words.begin(), context_words.end(), words.data());
   *end++ = first.word;
-  std::array<lm_levels_t, 2> walked;
   for (std::size_t k = 1; k < length; ++k) {
     float bound = sum;
     for (std::size_t rest = k; rest < length; ++rest) bound += prefixes_[path[rest]].upper;
@@ -184,7 +177,9 @@ float JointScorer::joint(std::uint32_t context, std::uint32_t prefix, Refused&& 
       before = &here.levels;
     } else {
       lm_levels_t& levels = walked[k % 2];
-      sum += lang_model_.ngram_score({end - window, window}, *before, levels);
+      levels = here.levels;
+      lang_model_.walk_on(here.path, {end - window, window}, levels);
+      sum += lang_model_.score(static_cast<int>(window), levels, *before);
       ++ngram_count_;
       before = &levels;
     }
