@@ -47,14 +47,6 @@ std::uint32_t HypoStack::find(std::size_t bucket, std::uint32_t coverage, int la
   return slot;
 }
 
-bool HypoStack::holds_better(std::uint32_t coverage, int last_end, std::uint32_t context,
-                             float total) const {
-  if (!combine_) return false;
-  const std::uint32_t slot =
-      find(find_bucket(coverage, last_end, context), coverage, last_end, context);
-  return slot != Hypothesis::kNone && pool_[slot].total >= total;
-}
-
 bool HypoStack::offer(const Hypothesis& candidate) {
   best_ = std::max(best_, candidate.total);
   std::size_t bucket = 0;

@@ -41,9 +41,6 @@ class HypoStack {
   // not read.
   bool offer(const Hypothesis& candidate);
 
-  // Whether there is an equal entry whose total is at least `total`.
-  bool holds_better(std::uint32_t coverage, int last_end, std::uint32_t context, float total) const;
-
   // The hypothesis at a place of the heap's array.
   const Hypothesis& at(std::size_t place) const { return pool_[heap_[place].slot]; }
   Hypothesis& at(std::size_t place) { return pool_[heap_[place].slot]; }

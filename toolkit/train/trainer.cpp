@@ -187,6 +187,11 @@ class Trainer {
 
   void make_resources() {
     const direction_t& direction = m_options.direction;
+    // What an earlier run with other options made must not be taken for this one's.
+    for (const char* name : {"segment", "segment-names", "segment-ambiguous", "anti-names",
+                             "pinyin", "rules", "entities", "recase"}) {
+      fs::remove(m_model.file(name));
+    }
     if (needs_segmenter(direction.source)) {
       make_segmenter(direction.source, m_options.source, m_model.file("segment"));
     }
