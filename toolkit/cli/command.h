@@ -4,8 +4,13 @@
 
 #include <CLI/CLI.hpp>
 #include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
+
+#include "textProcess/lang_type.h"
+#include "toolkit/model/model_folder.h"
+#include "translator/trans_impl.h"
 
 namespace koralite::toolkit::cli {
 
@@ -26,6 +31,34 @@ class io_error : public std::runtime_error {
 // Adds a subcommand; `run` is set to what it does once its options are parsed and
 // gives the exit code.
 using run_t = std::function<int()>;
+
+// The options with which every subcommand that reads a model folder names it.
+struct model_options_t {
+  std::string model;
+  std::string config;  // takes the place of the folder's engine.conf
+  std::string direction;
+};
+void add_model_options(CLI::App& command, model_options_t& options);
+
+// A model folder and a handle on it. Without -m the folder is $KORA_MODEL, else
+// models/en-zh, else the only folder in models.
+std::string choose_model(const std::string& named);
+model_folder_t open_model(const model_options_t& options);
+textProcess::LangType source_type(const model_folder_t& folder);
+std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder,
+                                                   const model_options_t& options);
+
+void add_check(CLI::App& program, run_t& run);
+void add_explain(CLI::App& program, run_t& run);
+void add_info(CLI::App& program, run_t& run);
+void add_lm(CLI::App& program, run_t& run);
+void add_lookup(CLI::App& program, run_t& run);
+void add_manual(CLI::App& program, run_t& run);
+void add_number(CLI::App& program, run_t& run);
+void add_pack(CLI::App& program, run_t& run);
+void add_resource(CLI::App& program, run_t& run);
+void add_step(CLI::App& program, run_t& run);
+void add_vocab(CLI::App& program, run_t& run);
 void add_eval(CLI::App& program, run_t& run);
 void add_segment(CLI::App& program, run_t& run);
 void add_train(CLI::App& program, run_t& run);

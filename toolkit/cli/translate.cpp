@@ -1,54 +1,95 @@
 // kora translate: a line filter over the engine.
 #include <unistd.h>
 
+#include <cstdio>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
 #include "toolkit/cli/ordered_pipeline.h"
-#include "toolkit/model/model_folder.h"
+#include "toolkit/model/manifest.h"
+#include "toolkit/model/word_links.h"
 #include "translator/text_translation.h"
-#include "translator/trans_impl.h"
 
 namespace koralite::toolkit::cli {
 
 namespace {
 
 struct options_t {
-  std::string model = "models/en-zh";
-  std::string direction;
+  model_options_t model;
   std::size_t threads = 1;
+  unsigned nbest = 0;
+  std::string alignment;  // "words", "bytes" or empty
+  bool check = false;
 };
 
+bool has_no_blanks(std::string_view language) {
+  return language == "zh" || language == "ja" || language == "th" || language == "yue" ||
+         language == "wyw";
+}
+
+// What stands in the output for one line, line feed included.
+std::string translate_line(const options_t& options, const model_folder_t& folder,
+                           translator::TransImpl& handle, const std::string& line) {
+  const textProcess::LangType source = source_type(folder);
+  std::string output;
+  if (options.nbest > 0) {
+    std::vector<std::string> outputs;
+    if (!line.empty()) handle.Translate(options.nbest, line, outputs);
+    for (const std::string& text : outputs) output += text + '\n';
+    return output + '\n';
+  }
+  if (options.alignment.empty()) {
+    translator::translate_text(handle, source, line, output);
+    return output + '\n';
+  }
+  std::vector<common::align_t> links;
+  translator::translate_text(handle, source, line, output, links);
+  const direction_t& direction = folder.engine.direction;
+  return output + " ||| " +
+         (options.alignment == "bytes"
+              ? format_byte_links(links)
+              : format_word_links(links, line, has_no_blanks(direction.source), output,
+                                  has_no_blanks(direction.target))) +
+         '\n';
+}
+
 int translate(const options_t& options) {
-  const model_folder_t folder = open_model_folder(options.model, options.direction);
-  const auto source =
-      static_cast<textProcess::LangType>(language_type(folder.engine.direction.source));
-  const auto target =
-      static_cast<textProcess::LangType>(language_type(folder.engine.direction.target));
+  const model_folder_t folder = open_model(options.model);
+  if (!translator::can_split(source_type(folder))) {
+    throw std::runtime_error("text in '" + std::string(folder.engine.direction.source) +
+                             "' cannot be cut into sentences; use a model for another direction");
+  }
+  if (options.check) {
+    const auto wrong = verify_manifest(folder, read_manifest(folder.path));
+    if (!wrong.empty()) throw std::runtime_error(wrong.front());
+  }
   std::vector<std::unique_ptr<translator::TransImpl>> handles;
   for (std::size_t i = 0; i < options.threads; ++i) {
-    handles.push_back(std::make_unique<translator::TransImpl>(source, target, folder.engine_path(),
-                                                              folder.path, folder.engine.decoder));
+    handles.push_back(open_handle(folder, options.model));
   }
 
   catch_interrupts();
+  const bool is_terminal = isatty(STDOUT_FILENO) != 0;
+  const bool shows_progress = !is_terminal && isatty(STDERR_FILENO) != 0;
+  std::size_t lines = 0;
   LineReader reader(STDIN_FILENO);
   LineWriter writer(STDOUT_FILENO);
   run_ordered(
       options.threads, [&](std::string& line) { return reader.read(line); },
       [&](std::size_t worker, const std::string& line) {
-        std::string output;
-        translator::translate_text(*handles[worker], source, line, output);
-        return output + '\n';
+        return translate_line(options, folder, *handles[worker], line);
       },
       [&](const std::string& output, bool is_last) {
         writer.write(output);
-        if (is_last) writer.flush();
+        if (is_last || is_terminal) writer.flush();
+        if (shows_progress && ++lines % 100 == 0) std::fprintf(stderr, "\r%zu lines", lines);
       });
   writer.flush();
+  if (shows_progress && lines >= 100) std::fprintf(stderr, "\r%zu lines\n", lines);
   return kFine;
 }
 
@@ -57,12 +98,28 @@ int translate(const options_t& options) {
 void add_translate(CLI::App& program, run_t& run) {
   auto options = std::make_shared<options_t>();
   CLI::App* command = program.add_subcommand("translate", "Translate standard input, line by line");
-  command->add_option("-m,--model", options->model, "Model folder")->capture_default_str();
-  command->add_option("--direction", options->direction,
-                      "Direction such as en-zh, for a folder that does not say it");
-  command->add_option("-t,--threads", options->threads, "Threads")
+  add_model_options(*command, options->model);
+  command->add_option("-t,--threads", options->threads, "Threads; the output is the same for any")
       ->check(CLI::Range(1, 256))
       ->capture_default_str();
+  CLI::Option* nbest =
+      command
+          ->add_option("--nbest", options->nbest,
+                       "For each line, taken as one sentence, the N best translations, a line "
+                       "each as TEXT ||| SCORE, and an empty line behind them")
+          ->check(CLI::Range(1, 10000));
+  command
+      ->add_option("--alignment", options->alignment,
+                   "Behind each translation ' ||| ' and which parts belong together: 'words' as "
+                   "i-j from 0 (of languages without blanks each character), 'bytes' as "
+                   "first:last-first:last")
+      ->check(CLI::IsMember({"words", "bytes"}))
+      ->excludes(nbest);
+  command->add_flag("--check", options->check, "Compare the files with the manifest first");
+  command->footer(
+      "Examples:\n  echo 'good morning' | kora translate -m models/en-zh\n"
+      "  kora translate --threads 4 < book.en > book.zh\n"
+      "  kora translate --nbest 5 < questions.en");
   command->callback([&run, options] { run = [options] { return translate(*options); }; });
 }
 

@@ -1,0 +1,252 @@
+"""Damages copies of a model folder in a hundred ways and says what kora check answers.
+
+Usage: damage.py KORA MODEL    prints the table of docs/check.md
+"""
+
+import hashlib
+import pathlib
+import shutil
+import struct
+import subprocess
+import sys
+import tempfile
+
+
+def put(offset, form, value):
+    def change(content):
+        at = offset(content) if callable(offset) else offset
+        struct.pack_into(form, content, at, value)
+    return change
+
+
+def add(offset, form, step):
+    def change(content):
+        at = offset(content) if callable(offset) else offset
+        old, = struct.unpack_from(form, content, at)
+        struct.pack_into(form, content, at, old + step)
+    return change
+
+
+def lm_tail(content):  # where the back-off offset stands
+    return 2 + 6 * struct.unpack_from("<H", content, 0)[0]
+
+
+def lm_head_with_tree(which):
+    def find(content):
+        heads = [2 + 6 * w for w in range(struct.unpack_from("<H", content, 0)[0])
+                 if struct.unpack_from("<H", content, 2 + 6 * w)[0] != 65535]
+        return heads[which]
+    return find
+
+
+def lm_tree(content):  # position of a tree whose root group has a header
+    count, = struct.unpack_from("<i", content, lm_tail(content) + 4)
+    for i in range(count - 1):
+        position, = struct.unpack_from("<I", content, lm_tail(content) + 8 + 4 * i)
+        if struct.unpack_from("<H", content, position + 4)[0] == 65535:
+            return position
+    raise ValueError("no tree with a header")
+
+
+def share_tree(content):
+    tree = content[lm_head_with_tree(0)(content):][:2]
+    at = lm_head_with_tree(1)(content)
+    content[at:at + 2] = tree
+
+
+def vocab_keys(content):
+    return 16 + 4 * struct.unpack_from("<Q", content, 0)[0]
+
+
+def first_head(field):  # an entry of the head file that has this field
+    def find(content):
+        for w in range(struct.unpack_from("<Q", content, 0)[0]):
+            if struct.unpack_from("<I", content, 8 + 8 * w + field)[0] != 0xFFFFFFFF:
+                return 8 + 8 * w + field
+        raise ValueError("no entry")
+    return find
+
+
+def node_header(content):
+    return next(at for at in range(0, len(content), 10) if content[at:at + 2] == b"\xff\xff")
+
+
+def node(step):
+    return lambda content: node_header(content) + step
+
+
+def drop(count):
+    def change(content):
+        del content[-count:]
+    return change
+
+
+def extend(text):
+    def change(content):
+        content.extend(text)
+    return change
+
+
+def empty(content):
+    content.clear()
+
+
+def swap_strings(content):
+    at = vocab_keys(content)
+    content[at] = 0xFE
+
+
+def strip_end(content):
+    content[-1] = 1
+
+
+VOCAB = [
+    ("ends inside its head", lambda c: c.__delitem__(slice(12, None))),
+    ("one entry more", add(0, "<Q", 1)),
+    ("2^40 entries", put(0, "<Q", 1 << 40)),
+    ("one entry less", add(0, "<Q", -1)),
+    ("strings one byte longer", add(8, "<Q", 1)),
+    ("strings of 2^60 bytes", put(8, "<Q", 1 << 60)),
+    ("first string out of order", swap_strings),
+    ("an id of -1", put(16, "<i", -1)),
+    ("an id of 65,000", put(16, "<i", 65000)),
+    ("last string without end", strip_end),
+    ("bytes at the end", extend(b"xyz")),
+]
+STRUCTURE = {
+    "source.vocab": VOCAB,
+    "target.vocab": VOCAB,
+    "lm": [
+        ("no words", put(0, "<H", 0)),
+        ("65,535 words", put(0, "<H", 65535)),
+        ("back-off offset is no number", put(lm_tail, "<f", float("nan"))),
+        ("back-off offset above 0", put(lm_tail, "<f", 1.0)),
+        ("back-off offset of -1000", put(lm_tail, "<f", -1000.0)),
+        ("number of trees is -1", put(lambda c: lm_tail(c) + 4, "<i", -1)),
+        ("2^30 trees", put(lambda c: lm_tail(c) + 4, "<i", 1 << 30)),
+        ("one tree less", add(lambda c: lm_tail(c) + 4, "<i", -1)),
+        ("a word's tree is beyond the last", put(lm_head_with_tree(0), "<H", 65000)),
+        ("two words share a tree", share_tree),
+        ("a word loses its tree", put(lm_head_with_tree(0), "<H", 65535)),
+        ("first tree begins in the head", put(lambda c: lm_tail(c) + 8, "<I", 3)),
+        ("second tree begins outside", put(lambda c: lm_tail(c) + 12, "<I", 0xFFFFFFF0)),
+        ("a tree of 2^31 nodes", put(lm_tree, "<I", 1 << 31)),
+        ("a header with 0 children", put(lambda c: lm_tree(c) + 6, "<H", 0)),
+        ("a header with 60,000 children", put(lambda c: lm_tree(c) + 6, "<H", 60000)),
+        ("a key beyond the vocabulary", put(lambda c: lm_tree(c) + 12, "<H", 60000)),
+        ("keys out of order", put(lambda c: lm_tree(c) + 20, "<H", 0)),
+        ("a link that leaves the tree", put(lambda c: lm_tree(c) + 14, "<H", 50000)),
+        ("a link backwards", put(lambda c: lm_tree(c) + 22, "<H", 2)),
+        ("bytes at the end", extend(b"12345678")),
+    ],
+    "phrases": [
+        ("2^50 first words", put(0, "<Q", 1 << 50)),
+        ("one first word more", add(0, "<Q", 1)),
+        ("one first word less", add(0, "<Q", -1)),
+        ("a block outside the data", put(first_head(0), "<I", 0xFFFFFFF0)),
+        ("a block one byte further", add(first_head(0), "<I", 1)),
+        ("a group outside the nodes", put(first_head(4), "<I", 0xFFFFFFF0)),
+        ("a group one record further", add(first_head(4), "<I", 1)),
+        ("another count at the end", put(lambda c: len(c) - 8, "<Q", 1)),
+        ("bytes at the end", extend(b"12345678")),
+    ],
+    "phrases.nodes": [
+        ("an incomplete record", extend(b"123")),
+        ("a record too many", extend(b"\x01\x01\xff\xff\xff\xff\0\0\0\0")),
+        ("a header with 0 children", put(node(2), "<i", 0)),
+        ("a header with -5 children", put(node(2), "<i", -5)),
+        ("a header with one child less", add(node(2), "<i", -1)),
+        ("a header with 65,000 children", put(node(2), "<i", 65000)),
+        ("keys out of order", put(node(10), "<H", 65000)),
+        ("a link of 0", put(node(12), "<i", 0)),
+        ("a link that leaves the file", put(node(12), "<i", 1 << 30)),
+        ("neither block nor children", put(node(12), "<i", 1)),
+        ("the least link", put(node(12), "<i", -(1 << 31))),
+    ],
+    "phrases.data": [
+        ("a block of 4 GB", put(0, "<I", 0xFFFFFFFF)),
+        ("a block one byte shorter", add(0, "<I", -1)),
+        ("an entry of no words", put(4, "<B", 0)),
+        ("an entry of 15 words", put(4, "<B", 15)),
+        ("a word beyond the vocabulary", put(5, "<H", 65000)),
+    ],
+    "phrases.quant": [
+        ("-1 samples", put(0, "<i", -1)),
+        ("2^30 samples", put(0, "<i", 1 << 30)),
+        ("one sample less", add(0, "<i", -1)),
+        ("a sample that is no number", put(4, "<f", float("nan"))),
+        ("a sample above the next", put(4, "<f", 1e9)),
+        ("bytes at the end", extend(b"1234")),
+    ],
+    "decoder.conf": [
+        ("another language model file", lambda c: c.__setitem__(slice(None), c.replace(
+            b"\nlm\n", b"\nml\n"))),
+        ("a stack of 0", lambda c: c.__setitem__(slice(None), c.replace(
+            b"[stack]\n100", b"[stack]\n0"))),
+        ("another version of the entries", lambda c: c.__setitem__(slice(None), c.replace(
+            b"[compress]\n1", b"[compress]\n0"))),
+    ],
+    "engine.conf": [
+        ("an unknown direction", lambda c: c.__setitem__(slice(None), c.replace(
+            b"en-zh", b"en-xx"))),
+        ("a rule file that is not there", extend(b"\n[rule]\nnowhere\n")),
+    ],
+}
+# The manifest alone has to notice these.
+ANY_FILE = [
+    ("missing", None),
+    ("empty", empty),
+    ("cut short by one byte", drop(1)),
+    ("one bit changed in the middle", lambda c: c.__setitem__(
+        len(c) // 2, c[len(c) // 2] ^ 1)),
+]
+
+
+def refresh_manifest(folder, name):
+    manifest = folder / "manifest.conf"
+    content = (folder / name).read_bytes()
+    new = f"{hashlib.sha256(content).hexdigest()} {len(content)} {name}"
+    lines = [new if line.endswith(" " + name) else line
+             for line in manifest.read_text("utf-8").split("\n")]
+    manifest.write_text("\n".join(lines), "utf-8")
+
+
+def kinds(model):
+    """(file, kind, change, whether the manifest is made to agree) of every damage."""
+    for name in sorted(p.name for p in pathlib.Path(model).iterdir()):
+        for kind, change in ANY_FILE:
+            yield name, kind, change, False
+    for name, changes in STRUCTURE.items():
+        for kind, change in changes:
+            yield name, kind, change, True
+
+
+def answers(kora, model):
+    """Runs kora check on every damage: yields (file, kind, agrees, exit code, first line)."""
+    with tempfile.TemporaryDirectory() as temporary:
+        copy = pathlib.Path(temporary) / "model"
+        for name, kind, change, agrees in kinds(model):
+            shutil.copytree(model, copy)
+            path = copy / name
+            if change is None:
+                path.unlink()
+            else:
+                content = bytearray(path.read_bytes())
+                before = bytes(content)
+                change(content)
+                if content == before:
+                    raise AssertionError(f"{name}: {kind}: changes nothing")
+                path.write_bytes(content)
+                if agrees:
+                    refresh_manifest(copy, name)
+            done = subprocess.run([kora, "check", "-m", str(copy)], capture_output=True)
+            text = (done.stdout + done.stderr).decode("utf-8", "replace")
+            line = text.replace(str(copy) + "/", "").replace(str(copy), "model").split("\n")[0]
+            yield name, kind, agrees, done.returncode, line
+            shutil.rmtree(copy)
+
+
+if __name__ == "__main__":
+    print("| File | Damage | Manifest | What `kora check` says first |\n|---|---|---|---|")
+    for name, kind, agrees, code, line in answers(sys.argv[1], sys.argv[2]):
+        print(f"| `{name}` | {kind} | {'made to agree' if agrees else 'as it was'} | {line} |")

@@ -1,0 +1,43 @@
+// kora check: validates a model folder completely.
+#include <unistd.h>
+
+#include "toolkit/cli/command.h"
+#include "toolkit/cli/line_io.h"
+#include "toolkit/model/model_checker.h"
+
+namespace koralite::toolkit::cli {
+
+namespace {
+
+int check(const model_options_t& options) {
+  const model_folder_t folder = open_model(options);
+  check_report_t report = check_model_folder(folder);
+  if (report.problems.empty()) {
+    try {
+      open_handle(folder, options);
+    } catch (const std::exception& error) {
+      report.problems.emplace_back(error.what());
+    }
+  }
+  LineWriter writer(STDOUT_FILENO);
+  for (const std::string& line : report.problems) writer.write(line + '\n');
+  if (report.problems.empty()) {
+    for (const std::string& line : report.facts) writer.write(line + '\n');
+    writer.write(folder.path + ": sound\n");
+  }
+  writer.flush();
+  return report.problems.empty() ? kFine : kBadInput;
+}
+
+}  // namespace
+
+void add_check(CLI::App& program, run_t& run) {
+  auto options = std::make_shared<model_options_t>();
+  CLI::App* command = program.add_subcommand(
+      "check", "Check a model folder completely; each problem is a line: file, place, remedy");
+  add_model_options(*command, *options);
+  command->footer("Example:\n  kora check -m models/en-zh\nExit code 1 when anything is wrong.");
+  command->callback([&run, options] { run = [options] { return check(*options); }; });
+}
+
+}  // namespace koralite::toolkit::cli

@@ -1,0 +1,66 @@
+// kora explain: the road of a sentence through the engine.
+#include <unistd.h>
+
+#include "toolkit/atomic_file.h"
+#include "toolkit/cli/command.h"
+#include "toolkit/cli/line_io.h"
+#include "toolkit/model/road.h"
+#include "translator/text_translation.h"
+
+namespace koralite::toolkit::cli {
+
+namespace {
+
+struct options_t {
+  model_options_t model;
+  std::string text;
+  bool json = false;
+  std::string html;
+  unsigned nbest = 1;
+};
+
+int explain(const options_t& options) {
+  const model_folder_t folder = open_model(options.model);
+  if (!translator::can_split(source_type(folder))) {
+    throw std::runtime_error("text in '" + std::string(folder.engine.direction.source) +
+                             "' cannot be cut into sentences; use a model for another direction");
+  }
+  const auto handle = open_handle(folder, options.model);
+  const std::vector<road_t> roads = explain_line(*handle, options.text, options.nbest);
+  if (!options.html.empty()) {
+    try {
+      write_file(options.html, std::string_view(road_as_html(roads)));
+    } catch (const std::runtime_error& error) {
+      throw io_error(error.what());
+    }
+  }
+  LineWriter writer(STDOUT_FILENO);
+  if (options.json) {
+    writer.write(road_as_json(roads));
+  } else if (options.html.empty()) {
+    writer.write(road_as_text(roads));
+  }
+  writer.flush();
+  return kFine;
+}
+
+}  // namespace
+
+void add_explain(CLI::App& program, run_t& run) {
+  auto options = std::make_shared<options_t>();
+  CLI::App* command =
+      program.add_subcommand("explain", "Show how a translation came about, step by step");
+  add_model_options(*command, options->model);
+  command->add_option("text", options->text, "What to translate")->required();
+  command->add_flag("--json", options->json, "Print everything as JSON");
+  command->add_option("--html", options->html, "Write a page for a browser to this file");
+  command->add_option("--nbest", options->nbest, "Derivations in the JSON form")
+      ->check(CLI::Range(1, 1000))
+      ->capture_default_str();
+  command->footer(
+      "Examples:\n  kora explain 'Where is the station?'\n"
+      "  kora explain --html road.html 'Where is the station?'");
+  command->callback([&run, options] { run = [options] { return explain(*options); }; });
+}
+
+}  // namespace koralite::toolkit::cli

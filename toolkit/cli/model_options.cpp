@@ -1,0 +1,63 @@
+#include <cstdlib>
+#include <filesystem>
+#include <vector>
+
+#include "toolkit/cli/command.h"
+
+namespace koralite::toolkit::cli {
+
+void add_model_options(CLI::App& command, model_options_t& options) {
+  command.add_option("-m,--model", options.model,
+                     "Model folder [$KORA_MODEL, else models/en-zh, else the only one in models]");
+  command.add_option("--config", options.config, "Use this file for the folder's engine.conf");
+  command.add_option("--direction", options.direction,
+                     "Direction such as en-zh, for a folder that does not say it");
+}
+
+std::string choose_model(const std::string& named) {
+  namespace fs = std::filesystem;
+  if (!named.empty()) return named;
+  if (const char* set = std::getenv("KORA_MODEL"); set != nullptr && *set != '\0') return set;
+  std::error_code error;
+  if (fs::exists("models/en-zh/engine.conf", error)) return "models/en-zh";
+  std::vector<std::string> found;
+  for (const auto& entry : fs::directory_iterator("models", error)) {
+    if (fs::exists(entry.path() / "engine.conf", error)) found.push_back(entry.path().string());
+  }
+  if (found.size() == 1) return found.front();
+  throw io_error(found.empty()
+                     ? "no model; name its folder with -m or in KORA_MODEL"
+                     : "there are several models in 'models'; choose one with -m or KORA_MODEL");
+}
+
+model_folder_t open_model(const model_options_t& options) {
+  const std::string path = choose_model(options.model);
+  std::error_code error;
+  if (!std::filesystem::is_directory(path, error)) {
+    throw io_error(path + ": " + (error ? error.message() : "not a folder") +
+                   "; name a model folder with -m");
+  }
+  return open_model_folder(path, options.direction);
+}
+
+textProcess::LangType source_type(const model_folder_t& folder) {
+  return static_cast<textProcess::LangType>(language_type(folder.engine.direction.source));
+}
+
+std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder,
+                                                   const model_options_t& options) {
+  try {
+    return std::make_unique<translator::TransImpl>(
+        source_type(folder),
+        static_cast<textProcess::LangType>(language_type(folder.engine.direction.target)),
+        options.config.empty() ? folder.engine_path() : options.config, folder.path,
+        folder.engine.decoder);
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception& cause) {
+    throw std::runtime_error(folder.path + ": " + cause.what() + "; 'kora check -m " + folder.path +
+                             "' says what is wrong");
+  }
+}
+
+}  // namespace koralite::toolkit::cli

@@ -1,0 +1,87 @@
+// kora step: runs one text step, or a whole chain, over lines.
+#include <unistd.h>
+
+#include <string>
+#include <vector>
+
+#include "toolkit/cli/command.h"
+#include "toolkit/cli/line_io.h"
+#include "toolkit/model/road.h"
+
+namespace koralite::toolkit::cli {
+
+namespace {
+
+struct options_t {
+  model_options_t model;
+  std::string name;
+  bool positions = false;
+};
+
+int run_steps(const options_t& options) {
+  const model_folder_t folder = open_model(options.model);
+  const textProcess::Processor pipeline(
+      source_type(folder),
+      static_cast<textProcess::LangType>(language_type(folder.engine.direction.target)),
+      options.model.config.empty() ? folder.engine_path() : options.model.config, folder.path);
+  const auto source = chain_steps(pipeline.preprocessor().string_chain());
+  const auto target = chain_steps(pipeline.postprocessor().string_chain());
+  LineWriter writer(STDOUT_FILENO);
+  if (options.name.empty()) {
+    for (const auto* step : source) writer.write("source\t" + step->name() + '\n');
+    for (const auto* step : target) writer.write("target\t" + step->name() + '\n');
+    writer.flush();
+    return kFine;
+  }
+  std::vector<textProcess::AbstractStringProcessor*> steps;
+  if (options.name == "source") steps = source;
+  if (options.name == "target") steps = target;
+  for (const auto* chain : {&source, &target}) {
+    for (auto* step : *chain) {
+      if (steps.empty() && step->name() == options.name) steps.push_back(step);
+    }
+  }
+  if (steps.empty()) {
+    throw std::runtime_error("this direction has no text step '" + options.name +
+                             "'; 'kora step' lists them");
+  }
+  catch_interrupts();
+  LineReader reader(STDIN_FILENO);
+  for (std::string line; reader.read(line);) {
+    textProcess::ProcessStr str(options.positions, line);
+    str.set_identity();
+    for (auto* step : steps) {
+      if (step->OnProcess(str) == 0) {
+        throw std::runtime_error("the text step '" + step->name() + "' failed on: " + line);
+      }
+    }
+    writer.write(str.text());
+    if (options.positions) {
+      writer.write("\t");
+      for (std::size_t i = 0; i < str.positions().size(); ++i) {
+        writer.write((i == 0 ? "" : " ") + std::to_string(str.positions()[i]));
+      }
+    }
+    writer.write("\n");
+  }
+  writer.flush();
+  return kFine;
+}
+
+}  // namespace
+
+void add_step(CLI::App& program, run_t& run) {
+  auto options = std::make_shared<options_t>();
+  CLI::App* command = program.add_subcommand(
+      "step", "Run one text step, or a whole chain, over the lines of standard input");
+  add_model_options(*command, options->model);
+  command->add_option(
+      "name", options->name,
+      "A step, or 'source' or 'target' for a chain; without it the steps are listed");
+  command->add_flag("--positions", options->positions,
+                    "Behind a TAB, for each byte the byte of the line that it came from");
+  command->footer("Example:\n  echo \"It isn't.\" | kora step -m models/en-zh source --positions");
+  command->callback([&run, options] { run = [options] { return run_steps(*options); }; });
+}
+
+}  // namespace koralite::toolkit::cli

@@ -1,0 +1,153 @@
+#include "toolkit/pack/folder_packer.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <stdexcept>
+
+#include "decoder/compact_lm_model.h"
+#include "toolkit/atomic_file.h"
+#include "toolkit/model/manifest.h"
+#include "toolkit/model/model_folder.h"
+#include "toolkit/pack/arpa.h"
+#include "toolkit/pack/phrase_text.h"
+#include "toolkit/resource/entity_builder.h"
+#include "toolkit/resource/rule_source.h"
+#include "toolkit/resource/vocab_file.h"
+#include "toolkit/segment/segment_builder.h"
+
+namespace koralite::toolkit {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A folder that vanishes unless it is renamed.
+class HalfMade {
+ public:
+  explicit HalfMade(const std::string& output)
+      : m_output(output), m_path(output + ".part" + std::to_string(::getpid())) {
+    if (fs::exists(output)) {
+      throw std::runtime_error(output + ": exists already; remove it or choose another name");
+    }
+    std::error_code error;
+    if (!fs::create_directories(m_path, error)) {
+      throw std::runtime_error("can't make the folder " + m_path + ": " + error.message());
+    }
+  }
+  HalfMade(const HalfMade&) = delete;
+  HalfMade& operator=(const HalfMade&) = delete;
+  ~HalfMade() {
+    std::error_code ignored;
+    if (!m_done) fs::remove_all(m_path, ignored);
+  }
+  void finish() {
+    fs::rename(m_path, m_output);
+    m_done = true;
+  }
+  const std::string& path() const { return m_path; }
+
+ private:
+  std::string m_output;
+  std::string m_path;
+  bool m_done = false;
+};
+
+void pack_resources(const pack_options_t& options, model_folder_t& folder,
+                    const std::function<void(const std::string&)>& tell) {
+  engine_config_t& engine = folder.engine;
+  if (!options.dictionary.empty()) {
+    engine.segment = "segment";
+    const auto words = read_segment_words(options.dictionary);
+    std::vector<std::string> surnames;
+    if (!options.surnames.empty()) surnames = read_segment_lines(options.surnames);
+    build_segment_dictionary(folder.file(engine.segment), words, surnames);
+    if (!surnames.empty()) {
+      engine.segment_name = "segment-names";
+      build_segment_names(folder.file(engine.segment_name), words, surnames);
+    }
+  } else if (language_type(engine.direction.source) != 2) {
+    engine.single_word_split = "0";
+  }
+  if (!options.rules.empty()) {
+    engine.rules = "rules";
+    write_rule_file(read_rule_source(options.rules), folder.file(engine.rules));
+  }
+  if (!options.entities.empty()) {
+    engine.entities = "entities";
+    entity_options_t how;
+    if (engine.direction.source == "zh" || engine.direction.source == "ja") how.join.clear();
+    const entity_report_t report =
+        write_entity_file(read_entities(options.entities), how, folder.file(engine.entities));
+    for (const std::string& line : report.dropped) tell(options.entities + ":" + line);
+  }
+}
+
+}  // namespace
+
+void pack_folder(const pack_options_t& options,
+                 const std::function<void(const std::string&)>& tell) {
+  HalfMade half(options.output);
+  model_folder_t folder;
+  folder.path = half.path();
+  folder.engine.direction = options.direction;
+  decoder::Parameter& p = folder.decoder;
+  p.ngram_order = options.order;
+  p.compress = options.compact;
+  p.translation_weight = 1.0F;  // the weights of the scores are folded into one
+  p.source_vocab = "source.vocab";
+  p.target_vocab = "target.vocab";
+  p.lang_model = "lm";
+  p.trans_model = "phrases";
+  if (options.compact) p.compress_vocab = "phrases.quant";
+
+  VocabBuilder source;
+  VocabBuilder target;
+  const auto source_id = [&](std::string_view word) { return source.encode(word); };
+  const auto target_id = [&](std::string_view word) { return target.encode(word); };
+  target.encode("<s>");
+  lang_model_options_t lm_options;
+  lm_options.end_id = target.encode("</s>");
+  lm_options.first_word_id = 256;
+  LangModelBuilder lm_builder(lm_options);
+  read_arpa(options.lang_model, target_id, lm_builder);
+  for (const std::string& line : lm_builder.write(folder.file(p.lang_model)).warnings()) {
+    tell(options.lang_model + ": " + line);
+  }
+  decoder::CompactLmModel lang_model(folder.file(p.lang_model), options.order);
+
+  phrase_table_options_t table;
+  table.compact = options.compact;
+  table.max_targets = options.max_targets;
+  table.lang_model = &lang_model;
+  table.translation_weight = p.translation_weight;
+  table.word_weight = p.word_weight;
+  table.lang_weight = p.lang_weight;
+  if (options.compact) table.quantifier_path = folder.file(p.compress_vocab);
+  PhraseTableBuilder builder(table);
+  phrase_text_options_t text;
+  text.weights = options.weights;
+  const phrase_text_report_t read =
+      read_phrase_table(options.phrases, source_id, target_id, builder, text);
+  if (!options.reordering.empty()) {
+    read_reordering_table(options.reordering, source_id, target_id, builder, text);
+  }
+  const phrase_table_report_t written = builder.write(folder.file(p.trans_model));
+  for (const std::string& line : written.warnings()) tell(options.phrases + ": " + line);
+  source.save(folder.file(p.source_vocab));
+  target.save(folder.file(p.target_vocab));
+
+  pack_resources(options, folder, tell);
+  write_file(folder.engine_path(), std::string_view(format_engine_config(folder.engine)));
+  write_file(folder.file(folder.engine.decoder), std::string_view(format_decoder_config(p)));
+  const std::vector<std::pair<std::string, std::string>> built_from = {
+      {"direction", options.direction.name()},
+      {"phrase table", options.phrases},
+      {"phrase pairs", std::to_string(read.lines)},
+      {"language model", options.lang_model}};
+  write_file(folder.file(manifest_name),
+             std::string_view(format_manifest(make_manifest(folder, built_from))));
+  half.finish();
+}
+
+}  // namespace koralite::toolkit
