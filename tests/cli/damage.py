@@ -196,7 +196,7 @@ STRUCTURE = {
 ANY_FILE = [
     ("missing", None),
     ("empty", empty),
-    ("cut short by one byte", drop(1)),
+    ("cut short by eight bytes", drop(8)),
     ("one bit changed in the middle", lambda c: c.__setitem__(
         len(c) // 2, c[len(c) // 2] ^ 1)),
 ]
