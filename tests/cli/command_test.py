@@ -245,8 +245,8 @@ class Command(unittest.TestCase):
         self.assertEqual(list(self.folder.glob("full*")), [])
 
     def test_help_is_on_standard_output(self):
-        for name in ("check", "explain", "info", "lm", "lookup", "number", "pack", "resource",
-                     "segment", "step", "train", "translate", "vocab"):
+        for name in ("check", "eval", "explain", "info", "lm", "lookup", "number", "pack", "resource",
+                     "segment", "step", "train", "translate", "tune", "vocab"):
             self.assertIn("--help", out(name, "--help"))
 
     def test_default_model(self):
