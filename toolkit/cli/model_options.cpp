@@ -41,15 +41,14 @@ model_folder_t open_model(const model_options_t& options) {
 }
 
 textProcess::LangType source_type(const model_folder_t& folder) {
-  return static_cast<textProcess::LangType>(language_type(folder.engine.direction.source));
+  return language_type(folder.engine.direction.source);
 }
 
 std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder,
                                                    const model_options_t& options) {
   try {
     return std::make_unique<translator::TransImpl>(
-        source_type(folder),
-        static_cast<textProcess::LangType>(language_type(folder.engine.direction.target)),
+        source_type(folder), language_type(folder.engine.direction.target),
         options.config.empty() ? folder.engine_path() : options.config, folder.path,
         folder.engine.decoder);
   } catch (const std::bad_alloc&) {

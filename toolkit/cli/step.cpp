@@ -21,8 +21,7 @@ struct options_t {
 int run_steps(const options_t& options) {
   const model_folder_t folder = open_model(options.model);
   const textProcess::Processor pipeline(
-      source_type(folder),
-      static_cast<textProcess::LangType>(language_type(folder.engine.direction.target)),
+      source_type(folder), language_type(folder.engine.direction.target),
       options.model.config.empty() ? folder.engine_path() : options.model.config, folder.path);
   const auto source = chain_steps(pipeline.preprocessor().string_chain());
   const auto target = chain_steps(pipeline.postprocessor().string_chain());

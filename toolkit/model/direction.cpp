@@ -47,11 +47,11 @@ std::string direction_names() {
   return names;
 }
 
-std::int32_t language_type(std::string_view code) {
+textProcess::LangType language_type(std::string_view code) {
   for (std::size_t i = 0; i < languages.size(); ++i) {
-    if (languages[i] == code) return static_cast<std::int32_t>(i + 1);
+    if (languages[i] == code) return static_cast<textProcess::LangType>(i + 1);
   }
-  return 0;
+  return {};
 }
 
 }  // namespace koralite::toolkit

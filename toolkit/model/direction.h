@@ -3,11 +3,12 @@
 // safe from any thread.
 #pragma once
 
-#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "textProcess/lang_type.h"
 
 namespace koralite::toolkit {
 
@@ -32,6 +33,6 @@ std::optional<direction_t> find_direction(int code);
 std::string direction_names();
 
 // The engine's language type of a language code ("zh" is 1); 0 for an unknown one.
-std::int32_t language_type(std::string_view code);
+textProcess::LangType language_type(std::string_view code);
 
 }  // namespace koralite::toolkit

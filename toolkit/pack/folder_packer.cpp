@@ -66,7 +66,7 @@ void pack_resources(const pack_options_t& options, model_folder_t& folder,
       engine.segment_name = "segment-names";
       build_segment_names(folder.file(engine.segment_name), words, surnames);
     }
-  } else if (language_type(engine.direction.source) != 2) {
+  } else if (engine.direction.source != "en") {
     engine.single_word_split = "0";
   }
   if (!options.rules.empty()) {

@@ -39,10 +39,6 @@ std::string pair_key(std::span<const std::int32_t> source, std::span<const std::
   return key;
 }
 
-LangType type_of(std::string_view language) {
-  return static_cast<LangType>(language_type(language));
-}
-
 // The features that do not depend on what the models say.
 void add_common_features(const decoder::explained_step_t& step,
                          const decoder::explained_option_t& option, std::vector<double>& features) {
@@ -88,8 +84,9 @@ NbestLists EngineTuner::decode(std::span<const double> weights) {
   std::vector<std::unique_ptr<translator::TransImpl>> engines;
   for (unsigned i = 0; i < m_options.threads; ++i) {
     engines.push_back(std::make_unique<translator::TransImpl>(
-        type_of(m_folder.engine.direction.source), type_of(m_folder.engine.direction.target),
-        m_folder.engine_path(), m_folder.path, m_folder.engine.decoder));
+        language_type(m_folder.engine.direction.source),
+        language_type(m_folder.engine.direction.target), m_folder.engine_path(), m_folder.path,
+        m_folder.engine.decoder));
   }
   NbestLists lists(m_source.size());
   parallel_for(m_source.size(), m_options.threads, [&](std::size_t line, unsigned worker) {
@@ -170,8 +167,8 @@ std::int32_t TrainingTuner::source_id(const common::word_node_t& node) const {
 // Marks the records whose source phrase occurs in the tuning set. The set's words are taken from
 // the engine's own text steps, without any phrase table.
 void TrainingTuner::find_usable_phrases() {
-  textProcess::Processor processor(type_of(m_folder.engine.direction.source),
-                                   type_of(m_folder.engine.direction.target),
+  textProcess::Processor processor(language_type(m_folder.engine.direction.source),
+                                   language_type(m_folder.engine.direction.target),
                                    m_folder.engine_path(), m_folder.path);
   decoder::Vocab vocab;
   vocab.load(m_folder.file(m_folder.decoder.source_vocab).c_str());

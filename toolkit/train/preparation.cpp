@@ -28,10 +28,6 @@ constexpr std::uint32_t max_spans = 8;
 
 constexpr std::size_t lines_per_block = 256;
 
-LangType type_of(std::string_view language) {
-  return static_cast<LangType>(language_type(language));
-}
-
 bool is_valid_utf8(const std::string& text) {
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
   const auto length = static_cast<std::int32_t>(text.size());
@@ -84,10 +80,10 @@ bool is_tag_word(std::string_view word) {
 }
 
 Preparer::Preparer(const preparation_files_t& files)
-    : m_source(type_of(files.direction.source), type_of(files.direction.target), files.source_conf,
-               files.folder),
-      m_target(type_of(files.direction.target), type_of(files.direction.source), files.target_conf,
-               files.folder) {}
+    : m_source(language_type(files.direction.source), language_type(files.direction.target),
+               files.source_conf, files.folder),
+      m_target(language_type(files.direction.target), language_type(files.direction.source),
+               files.target_conf, files.folder) {}
 
 std::vector<std::string> Preparer::target(const std::string& line) {
   ProcessStr str(false, line);

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
-#include <fstream>
-#include <map>
 #include <stdexcept>
 #include <utility>
 
@@ -12,20 +10,14 @@
 #include "toolkit/atomic_file.h"
 #include "toolkit/model/manifest.h"
 #include "toolkit/pack/line_reader.h"
-#include "toolkit/resource/entity_builder.h"
-#include "toolkit/resource/pinyin_builder.h"
-#include "toolkit/resource/recase_builder.h"
-#include "toolkit/resource/resource_file.h"
-#include "toolkit/resource/rule_source.h"
-#include "toolkit/segment/segment_builder.h"
+#include "toolkit/text_lines.h"
 #include "toolkit/train/aligner.h"
 #include "toolkit/train/ngram_estimator.h"
-#include "toolkit/train/parallel.h"
 #include "toolkit/train/phrase_file.h"
 #include "toolkit/train/report.h"
 #include "toolkit/train/text_output.h"
 #include "toolkit/train/trained_phrases.h"
-#include "toolkit/train/word_breaks.h"
+#include "toolkit/train/training_resources.h"
 #include "translator/text_translation.h"
 #include "translator/trans_impl.h"
 
@@ -35,26 +27,10 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::vector<std::string> read_lines(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw std::runtime_error(path + ": can't be opened for reading");
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    lines.push_back(std::move(line));
-  }
-  return lines;
-}
-
 void write_lines(const std::string& path, std::span<const std::string> lines) {
   TextOutput file(path);
   for (const std::string& line : lines) file.write(line + '\n');
   file.commit();
-}
-
-bool needs_segmenter(std::string_view language) {
-  return language == "zh" || language == "ja" || language == "th" || language == "lzh" ||
-         language == "yue";
 }
 
 // Words as they are for alignment keep their numbers; for phrases and the language model the tag
@@ -90,7 +66,9 @@ class Trainer {
       : m_options(options),
         m_progress(progress),
         m_say(say),
-        m_stages(options.work.empty() ? options.output + ".work" : options.work, say) {
+        m_stages(options.work.empty() ? options.output + ".work" : options.work, say),
+        m_resources(options, m_stages, m_model, progress, say,
+                    [this](const std::string& warning) { warn(warning); }) {
     m_model.path = m_stages.file("model");
     m_model.engine.direction = options.direction;
     m_model.decoder.ngram_order = static_cast<std::int32_t>(options.order);
@@ -104,19 +82,17 @@ class Trainer {
 
   train_result_t run() {
     depend_on_inputs();
-    m_stages.run("resources", [&] { make_resources(); });
-    set_resources();
-    if (!m_model.engine.segment_name.empty() && !m_model.engine.pinyin.empty()) {
-      m_stages.run("names", [&] { find_false_names(); });
-      m_model.engine.anti_name = "anti-names";
-      if (!fs::exists(m_model.file("anti-names"))) m_model.engine.anti_name.clear();
-      write_configurations();
+    m_stages.run("resources", [&] { m_resources.make(); });
+    m_resources.enter();
+    if (m_resources.finds_names()) {
+      m_stages.run("names", [&] { m_resources.find_false_names(); });
+      m_resources.enter();
     }
     m_stages.run("prepare", [&] { prepare_text(); });
     read_preparation_report();
     if (m_options.direction.target == "en") {
-      m_stages.run("recase", [&] { learn_capitals(); });
-      if (fs::exists(m_model.file("recase"))) m_model.engine.recase = "recase";
+      m_stages.run("recase", [&] { m_resources.learn_capitals(); });
+      m_resources.enter();
     }
     m_stages.run("align", [&] { align_words(); });
     m_stages.depend(decimal(m_options.min_significance) + ' ' +
@@ -167,167 +143,16 @@ class Trainer {
     m_say("warning: " + warning);
   }
 
-  // ------------------------------------------------------------------ resources
-
-  void make_segmenter(std::string_view language, const std::string& text, const std::string& path) {
-    std::vector<segment_word_t> words;
-    std::vector<std::string> surnames;
-    if (language == "zh" && !m_options.dictionary.empty()) {
-      words = read_segment_words(m_options.dictionary);
-      if (!m_options.surnames.empty()) surnames = read_segment_lines(m_options.surnames);
-    } else {
-      words = learn_words(read_lines(text), language);
-    }
-    build_segment_dictionary(path, words, surnames);
-    if (!surnames.empty()) build_segment_names(path + "-names", words, surnames);
-    if (language == "zh" && !m_options.ambiguous.empty()) {
-      build_segment_ambiguous(path + "-ambiguous", read_segment_lines(m_options.ambiguous));
-    }
-  }
-
-  void make_resources() {
-    const direction_t& direction = m_options.direction;
-    // What an earlier run with other options made must not be taken for this one's.
-    for (const char* name : {"segment", "segment-names", "segment-ambiguous", "anti-names",
-                             "pinyin", "rules", "entities", "recase"}) {
-      fs::remove(m_model.file(name));
-    }
-    if (needs_segmenter(direction.source)) {
-      make_segmenter(direction.source, m_options.source, m_model.file("segment"));
-    }
-    if (needs_segmenter(direction.target)) {
-      make_segmenter(direction.target, m_options.target, m_stages.file("target-segment"));
-    }
-    if (!m_options.rules.empty()) {
-      const rule_source_t rules = read_rule_source(m_options.rules);
-      if (rules.direction != direction.name()) {
-        throw std::runtime_error(m_options.rules + ": rules for " + rules.direction + ", not " +
-                                 direction.name());
-      }
-      write_rule_file(rules, m_model.file("rules"));
-    }
-    if (!m_options.readings.empty() && direction.source == "zh") {
-      PinyinBuilder pinyin;
-      for (const std::string& line : read_lines(m_options.readings)) pinyin.add_line(line);
-      pinyin.write(m_model.file("pinyin"));
-    }
-    if (!m_options.entities.empty()) {
-      set_resources(false);
-      textProcess::Processor source(language_of(direction.source), language_of(direction.target),
-                                    m_stages.file("source.conf"), m_model.path);
-      entity_options_t options;
-      options.join = needs_segmenter(direction.source) ? "" : " ";
-      options.words = [&](const std::string& phrase) {
-        textProcess::ProcessStr str(false, phrase);
-        source.Preprocess(str);
-        std::vector<std::string> words;
-        for (const std::string_view word : split_blanks(str.text())) words.emplace_back(word);
-        return words;
-      };
-      const entity_report_t report =
-          write_entity_file(read_entities(m_options.entities), options, m_model.file("entities"));
-      if (!report.dropped.empty()) {
-        warn(std::to_string(report.dropped.size()) + " of " + std::to_string(report.read) +
-             " entities left out, the first: " + report.dropped.front());
-      }
-    }
-  }
-
-  static textProcess::LangType language_of(std::string_view code) {
-    return static_cast<textProcess::LangType>(language_type(code));
-  }
-
-  // Names in engine.conf what the resources stage made.
-  void set_resources(bool with_entities = true) {
-    engine_config_t& engine = m_model.engine;
-    const auto name_if_there = [&](const char* name, std::string& value) {
-      value = fs::exists(m_model.file(name)) ? name : "";
-    };
-    if (needs_segmenter(m_options.direction.source)) {
-      name_if_there("segment", engine.segment);
-      name_if_there("segment-names", engine.segment_name);
-      name_if_there("segment-ambiguous", engine.ambiguous_path);
-    } else if (m_options.direction.source != "en") {
-      engine.single_word_split = "0";
-    }
-    name_if_there("pinyin", engine.pinyin);
-    // Without pinyin a name would have no translation.
-    if (engine.pinyin.empty()) engine.segment_name.clear();
-    name_if_there("rules", engine.rules);
-    if (with_entities) name_if_there("entities", engine.entities);
-    write_configurations();
-  }
-
-  void write_configurations() const {
-    write_file(m_stages.file("source.conf"), format_engine_config(m_model.engine));
-    engine_config_t target;
-    target.direction = m_options.direction;
-    if (needs_segmenter(m_options.direction.target)) {
-      target.segment = "../target-segment";
-    } else if (m_options.direction.target != "en") {
-      target.single_word_split = "0";
-    }
-    write_file(m_stages.file("target.conf"), format_engine_config(target));
-  }
-
-  preparation_files_t files() const {
-    return {m_options.direction, m_stages.file("source.conf"), m_stages.file("target.conf"),
-            m_model.path};
-  }
-
-  // The segmenter takes words for names of persons that are none in this text: those whose reading
-  // the other side does not have.
-  void find_false_names() {
-    const std::vector<std::string> source = read_lines(m_options.source);
-    const std::vector<std::string> target = read_lines(m_options.target);
-    const unsigned threads = thread_count(m_options.threads);
-    std::vector<std::unique_ptr<Preparer>> preparers;
-    for (unsigned i = 0; i < threads; ++i) preparers.push_back(std::make_unique<Preparer>(files()));
-    struct count_t {
-      std::uint64_t found = 0;
-      std::uint64_t matched = 0;
-    };
-    std::vector<std::map<std::string, count_t>> counts(threads);
-    parallel_for(
-        std::min(source.size(), target.size()), threads,
-        [&](std::size_t i, unsigned worker) {
-          for (const auto& [name, reading] : preparers[worker]->names(source[i])) {
-            count_t& count = counts[worker][name];
-            ++count.found;
-            const bool has_reading = target[i].find(reading) != std::string::npos;
-            count.matched += has_reading ? 1 : 0;
-          }
-        },
-        m_progress, "names");
-    std::map<std::string, count_t> total;
-    for (const auto& part : counts) {
-      for (const auto& [name, count] : part) {
-        total[name].found += count.found;
-        total[name].matched += count.matched;
-      }
-    }
-    std::vector<std::string> false_names;  // in byte order, as the segmenter wants them
-    for (const auto& [name, count] : total) {
-      if (2 * count.matched < count.found) false_names.push_back(name);
-    }
-    m_say("  " + std::to_string(false_names.size()) + " of " + std::to_string(total.size()) +
-          " names of persons are none in this text");
-    fs::remove(m_model.file("anti-names"));
-    if (!false_names.empty()) write_resource_file(m_model.file("anti-names"), false_names);
-  }
-
-  // ----------------------------------------------------------------------- text
-
   void prepare_text() {
     preparation_options_t options;
     options.threads = m_options.threads;
-    const prepared_text_t text = prepare(files(), read_lines(m_options.source),
+    const prepared_text_t text = prepare(m_resources.files(), read_lines(m_options.source),
                                          read_lines(m_options.target), options, m_progress);
     write_lines(m_stages.file("prepared.source"), text.source);
     write_lines(m_stages.file("prepared.target"), text.target);
     std::vector<std::string> more;
     for (const std::string& path : m_options.lm_text) {
-      const auto lines = prepare_target(files(), read_lines(path), options, m_progress);
+      const auto lines = prepare_target(m_resources.files(), read_lines(path), options, m_progress);
       more.insert(more.end(), lines.begin(), lines.end());
     }
     write_lines(m_stages.file("prepared.more"), more);
@@ -366,31 +191,6 @@ class Trainer {
     for (const auto& [tag, count] : r.tags) {
       m_say("  <" + tag + ">: " + std::to_string(count.matched) + " of " +
             std::to_string(count.found) + " spans have their translation on the other side");
-    }
-  }
-
-  void learn_capitals() {
-    RecaseBuilder builder;
-    Preparer preparer(files());
-    std::vector<std::string> lines = read_lines(m_options.target);
-    if (!m_options.recase_text.empty()) {
-      const auto more = read_lines(m_options.recase_text);
-      lines.insert(lines.end(), more.begin(), more.end());
-    }
-    for (const std::string& line : lines) {
-      std::string text;
-      for (const std::string& word : preparer.cased_target(line)) {
-        if (!text.empty()) text += ' ';
-        text += word;
-      }
-      builder.add_line(text);
-    }
-    const auto entries = builder.entries();
-    fs::remove(m_model.file("recase"));
-    if (entries.empty()) {
-      warn("no word with a capital was seen often enough: only sentence starts get one");
-    } else {
-      write_recase_file(m_model.file("recase"), entries);
     }
   }
 
@@ -577,8 +377,8 @@ class Trainer {
     constexpr std::size_t wanted = 25;
     constexpr std::size_t shown_unknown = 30;
     const model_folder_t folder = open_model_folder(m_options.output);
-    translator::TransImpl handle(language_of(m_options.direction.source),
-                                 language_of(m_options.direction.target), folder.engine_path(),
+    translator::TransImpl handle(language_type(m_options.direction.source),
+                                 language_type(m_options.direction.target), folder.engine_path(),
                                  folder.path, folder.engine.decoder);
     const auto source = read_lines(m_options.dev_source);
     const auto reference = read_lines(m_options.dev_target);
@@ -607,6 +407,7 @@ class Trainer {
   Stages m_stages;
   model_folder_t m_model;
   train_result_t m_result;
+  TrainingResources m_resources;
   std::unique_ptr<TrainedPhrases> m_phrases;
 };
 
