@@ -1,10 +1,12 @@
 // A fresh folder for the files of one test, removed with everything in it, and
-// small helpers that put bytes on disk and get them back.
+// small helpers that put bytes on disk and get them back. Written from the format
+// pages alone, so that the tests share no code with the readers.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -17,6 +19,34 @@
 #include <vector>
 
 namespace kora_test {
+
+// The low `width` bytes of a number, lowest first.
+inline std::string le(std::uint64_t value, int width) {
+  std::string bytes;
+  for (int i = 0; i < width; ++i) bytes.push_back(static_cast<char>(value >> (8 * i)));
+  return bytes;
+}
+
+// A resource file with a record per line, all of the longest line's size.
+inline std::string resource_bytes(const std::vector<std::string>& lines) {
+  std::size_t size = 1;
+  for (const std::string& line : lines) size = std::max(size, line.size() + 1);
+  std::string bytes = le(size, 4);
+  for (std::string line : lines) {
+    for (std::size_t i = 0; i + 1 < line.size(); i += 2) {
+      const char exchange = static_cast<char>((line[i] ^ line[i + 1]) & 0xAC);
+      line[i] = static_cast<char>(line[i] ^ exchange);
+      line[i + 1] = static_cast<char>(line[i + 1] ^ exchange);
+    }
+    for (char& c : line) {
+      const auto byte = static_cast<unsigned char>(c);
+      c = static_cast<char>(byte >> 3U | byte << 5U);
+    }
+    line.resize(size, '\0');
+    bytes += line;
+  }
+  return bytes;
+}
 
 class TempFolder {
  public:
@@ -44,6 +74,9 @@ class TempFolder {
     std::ofstream(path(name), std::ios::binary) << bytes;
     return path(name);
   }
+  std::string write_lines(const std::string& name, const std::vector<std::string>& lines) const {
+    return write(name, resource_bytes(lines));
+  }
 
  private:
   std::string path_;
@@ -52,13 +85,6 @@ class TempFolder {
 inline std::string read_file(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(in), {}};
-}
-
-// The low `width` bytes of a number, lowest first.
-inline std::string le(std::uint64_t value, int width) {
-  std::string bytes;
-  for (int i = 0; i < width; ++i) bytes.push_back(static_cast<char>(value >> (8 * i)));
-  return bytes;
 }
 
 // The bytes of each dump (od -A d -t x1) in a document, one string per fenced block.

@@ -4,18 +4,21 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <optional>
+#include <ctime>
 #include <random>
 #include <string>
 #include <typeinfo>
 #include <vector>
 
+#include "common/text_split.h"
 #include "decoder/vocab.h"
+#include "support/cases.h"
+#include "support/temp_folder.h"
 #include "textProcess/chs_constraint.h"
 #include "textProcess/eng_constraint.h"
 #include "textProcess/fake_lexicut.h"
 #include "textProcess/jpa_constraint.h"
-#include "textProcess/model_folder.h"
+#include "textProcess/pinyin_bytes.h"
 #include "textProcess/pinyin_converter.h"
 #include "textProcess/processor.h"
 
@@ -23,7 +26,9 @@ namespace koralite::textProcess {
 namespace {
 
 using namespace std::string_literals;
-using tests::error_of;
+using kora_test::Case;
+using kora_test::for_cases;
+using kora_test::message_of;
 
 constexpr LangType kSources[] = {LangType::kChinese, LangType::kEnglish, LangType::kJapanese,
                                  LangType::kKorean,  LangType::kThai,    LangType::kArabic,
@@ -66,7 +71,7 @@ class Chains : public ::testing::Test {
     return make(source, target, full(source));
   }
 
-  tests::ModelFolder folder_;
+  kora_test::TempFolder folder_;
   tests::FakeLibrary library_{tests::by_character};
 };
 
@@ -101,163 +106,74 @@ std::string postprocessed(Processor& processor, const std::string& text) {
 }
 
 TEST_F(Chains, RunTheStepsOfTheirLanguage) {
-  const std::string end = "text_replace, unique_blank, replace_spec_char";
-  const std::string general = "clean, sbc2dbc, word segment, " + end;
-  const std::string words = "convert_ne_tag, tokenize_hyphen";
-  const std::string eng_post = "eng-recase, detoken, restore_spec_char";
-  const std::string post = "erase_blank_chs, restore_spec_char";
-  struct Case {
-    LangType language;
-    std::string string_chain;  // as a source
-    std::string word_chain;
-    std::string post_chain;  // as a target
-  };
-  const Case cases[] = {
-      {LangType::kChinese, "clean, sbc2dbc, norm_punc, erase, segment, " + end,
-       "recog_ascii, recog_name, convert_ne_tag", post},
-      {LangType::kEnglish,
-       "clean, norm_punc, erase, insert_blank, tokenize_eng, lowercase_eng, " + end, words,
-       eng_post},
-      {LangType::kJapanese, general, words, post},
-      {LangType::kKorean, general, words, eng_post},
-      {LangType::kThai, "clean, sbc2dbc, word segment, single word split, " + end, words, post},
-      {LangType::kArabic, general, words, post},
-      {LangType::kRussian, general, words, post},
-      {LangType::kWenYan, general, words, post},
-      {LangType::kYue, general, words, post},
-  };
-  for (const Case& c : cases) {
-    const auto processor = make(c.language, c.language);
-    EXPECT_EQ(names_of(processor->preprocessor().string_chain()), c.string_chain);
-    EXPECT_EQ(names_of(processor->preprocessor().word_chain()), c.word_chain);
-    EXPECT_EQ(names_of(processor->postprocessor().string_chain()), c.post_chain);
-  }
+  for_cases("words.txt", "chains", [this](const Case& c) {
+    for (const int code : c.numbers(0)) {
+      const auto processor = make(LangType{code}, LangType{code});
+      EXPECT_EQ(names_of(processor->preprocessor().string_chain()), c[1]) << code;
+      EXPECT_EQ(names_of(processor->preprocessor().word_chain()), c[2]) << code;
+      EXPECT_EQ(names_of(processor->postprocessor().string_chain()), c[3]) << code;
+    }
+  });
 }
 
 TEST_F(Chains, RefuseLanguagesWithoutOne) {
   for (const int code : {0, 7, 8, 10, 11, 14, -1}) {
     const auto language = static_cast<LangType>(code);
-    EXPECT_EQ(error_of([&] { make(language, language, {}); }), "Invalid source language type!");
-    EXPECT_EQ(error_of([&] { make(LangType::kEnglish, language, {}); }),
+    EXPECT_EQ(message_of([&] { make(language, language, {}); }), "Invalid source language type!");
+    EXPECT_EQ(message_of([&] { make(LangType::kEnglish, language, {}); }),
               "Invalid target language type!");
   }
-  EXPECT_EQ(error_of([&] {
-              Processor(LangType::kEnglish, LangType::kChinese, folder_.file("none"), "");
+  EXPECT_EQ(message_of([&] {
+              Processor(LangType::kEnglish, LangType::kChinese, folder_.path("none"), "");
             }),
-            "failed to open config [file=" + folder_.file("none") + "]");
+            "failed to open config [file=" + folder_.path("none") + "]");
 }
 
 TEST_F(Chains, LeaveOutWhatTheConfigurationDoesNotName) {
-  struct Case {
-    LangType source;
-    LangType target;
-    std::string section;
-    std::string file;   // that serves it
-    std::string error;  // when it is absent or empty
-    std::string source_text;
-    std::string with;     // the words, or the output for "[recase]"
-    std::string without;  // the same without the section
-  };
-  const LangType zh = LangType::kChinese;
-  const LangType en = LangType::kEnglish;
-  const LangType ja = LangType::kJapanese;
-  const Case cases[] = {
-      {en, zh, "[ne]", "ne", "", "New York", "new_york/纽约/<LOC>#0", "new york"},
-      {en, zh, "[rule]", "rules.ec", "", "Two percent", "two_percent/百分之二/<NUM>#0",
-       "two percent"},
-      {zh, en, "[ne]", "ne", "", "上海", "上_海/Shanghai/<LOC>#0", "上 海"},
-      {zh, en, "[rule]", "rules.ce", "", "第三名", "第_三_名/no. 3/<ORD>#0", "第 三 名"},
-      {zh, en, "[pinyin]", "pinyin", "", "张三abc", "张三/Zhang San/<PE>#0 abc/abc/<ASC>#0",
-       "张三 abc/abc/<ASC>#0"},
-      {zh, en, "[segment]", "dict", "can't find segment dictionary configure file", "中国", "中 国",
-       ""},
-      {ja, en, "[ne]", "ne", "", "東京東京", "東 京 東 京", "東 京 東 京"},
-      {ja, en, "[segment]", "dict",
-       "can't find segment dictionary configure file, worddict is null", "東京", "東 京", ""},
-      {ja, en, "[recase]", "recase", "", "new york . yes", "New York. Yes", "New york. Yes"},
-  };
-  for (const Case& c : cases) {
-    for (const bool empty : {false, true}) {
-      Sections sections = full(c.source);
-      std::erase_if(sections, [&](const auto& entry) { return entry.first == c.section; });
-      const auto result = [&] {
-        const auto processor = make(c.source, c.target, sections);
-        return c.section == "[recase]" ? postprocessed(*processor, c.source_text)
-                                       : words_of(*processor, c.source_text);
-      };
-      if (empty) sections.emplace_back(c.section, "");
-      if (c.error.empty()) {
-        EXPECT_EQ(result(), c.without) << c.section;
-      } else {
-        EXPECT_EQ(error_of(result), c.error);
-      }
-      if (empty) sections.pop_back();
-      sections.emplace_back(c.section, c.file);
-      EXPECT_EQ(result(), c.with) << c.section;
-      sections.back().second = "no such file";
-      if (c.section != "[segment]") {
-        EXPECT_NE(error_of(result), "") << c.section;
-      }
+  for_cases("words.txt", "optional sections", [this](const Case& c) {
+    const LangType source{c.number(0)};
+    const std::string& section = c[2];
+    Sections sections = full(source);
+    std::erase_if(sections, [&](const auto& entry) { return entry.first == section; });
+    // With the section's value, "none" for no such section.
+    const auto result = [&](const std::string& value) {
+      Sections given = sections;
+      if (value != "none") given.emplace_back(section, value);
+      const auto processor = make(source, LangType{c.number(1)}, given);
+      return section == "[recase]" ? postprocessed(*processor, c[4]) : words_of(*processor, c[4]);
+    };
+    for (const char* absent : {"none", ""}) {
+      std::string found;
+      EXPECT_EQ(message_of([&] { found = result(absent); }), c[7]);
+      EXPECT_EQ(found, c[6]);
     }
-  }
+    EXPECT_EQ(result(c[3]), c[5]);
+    if (section != "[segment]") {
+      EXPECT_NE(message_of([&] { result("no such file"); }), "");
+    }
+  });
 }
 
 TEST_F(Chains, SplitSingleWordsOnDemand) {
-  struct Case {
-    std::optional<std::string> segment;
-    std::optional<std::string> split;
-    std::string chain;  // between "sbc2dbc" and "text_replace"; "-" for the error
-  };
-  const Case cases[] = {
-      {"dict", {}, "word segment, "},
-      {"dict", "0", "word segment, "},
-      {"dict", "1", "word segment, single word split, "},
-      {{}, "1", "single word split, "},
-      {{}, "0", ""},
-      {{}, "10", ""},
-      {"", "1", "single word split, "},
-      {{}, {}, "-"},
-      {"", "", "-"},
-  };
-  for (const Case& c : cases) {
+  for_cases("words.txt", "single word split on demand", [this](const Case& c) {
     Sections sections;
-    if (c.segment) sections.emplace_back("[segment]", *c.segment);
-    if (c.split) sections.emplace_back("[single-word-split]", *c.split);
-    std::string chain;
-    const std::string error = error_of([&] {
+    if (c[0] != "none") sections.emplace_back("[segment]", c[0]);
+    if (c[1] != "none") sections.emplace_back("[single-word-split]", c[1]);
+    std::string chain = "error";
+    message_of([&] {
       chain = names_of(
           make(LangType::kRussian, LangType::kThai, sections)->preprocessor().string_chain());
     });
-    EXPECT_EQ(error.empty(), c.chain != "-");
-    if (error.empty()) {
-      EXPECT_EQ(chain,
-                "clean, sbc2dbc, " + c.chain + "text_replace, unique_blank, replace_spec_char");
-    }
-  }
+    EXPECT_EQ(chain, c[2] == "error" ? c[2]
+                                     : "clean, sbc2dbc, " + c[2] +
+                                           "text_replace, unique_blank, replace_spec_char");
+  });
 }
 
 TEST_F(Chains, TurnTextIntoWords) {
-  struct Case {
-    LangType source;
-    std::string text;
-    std::string words;
-  };
-  const Case cases[] = {
-      {LangType::kEnglish, "He paid 1,234\tdollars, didn't he?",
-       "he paid 1234 dollars , didn 't he ?"},
-      {LangType::kEnglish, "C# and “New York”", R"(c \# and " new_york/纽约/<LOC>#0 ")"},
-      {LangType::kChinese, "他说：ＡＢ，１２", "他 说 ： AB/AB/<ASC>#0 ， 12/12/<ASC>#0"},
-      {LangType::kChinese, "a\0b\t#"s, R"(ab/ab/<ASC>#0 \#)"},
-      {LangType::kJapanese, "東京　ＡＢ", "東 京 AB"},
-      {LangType::kThai, "ไทย  x", "ไ ท ย x"},
-      {LangType::kRussian, "", ""},
-  };
-  for (const Case& c : cases)
-    EXPECT_EQ(words_of(*make(c.source, LangType::kEnglish), c.text), c.words);
-  // Japanese entities are found without blanks between their words, Korean ones with.
-  EXPECT_EQ(words_of(*make(LangType::kJapanese, LangType::kEnglish), "东京"),
-            "东_京/Tokyo/<LOC>#0");
-  EXPECT_EQ(words_of(*make(LangType::kKorean, LangType::kEnglish), "东京"), "东 京");
+  for_cases("words.txt", "texts", [this](const Case& c) {
+    EXPECT_EQ(words_of(*make(LangType{c.number(0)}, LangType::kEnglish), c[1]), c[2]);
+  });
   EXPECT_EQ(postprocessed(*make(LangType::kEnglish, LangType::kChinese), R"(c \# 中 国 。)"),
             "c #中国。");
 }
@@ -277,7 +193,7 @@ TEST_F(Chains, SplitHyphensOnceTheVocabularyIsKnown) {
 TEST_F(Chains, ReportFailingStages) {
   const auto processor = make(LangType::kChinese, LangType::kEnglish);
   const auto fail = [&](bool words_too) {
-    return error_of([&] {
+    return message_of([&] {
       ProcessStr unplaced(true, "中");  // positions that do not number the bytes
       ProcessWordSeq words(true);
       if (words_too) {
@@ -289,17 +205,12 @@ TEST_F(Chains, ReportFailingStages) {
   };
   EXPECT_EQ(fail(true), "Preprocess string error\n");
   EXPECT_EQ(fail(false), "Preprocess error: 中\n");
-  EXPECT_EQ(error_of([&] {
-              ProcessStr plain(false, "中");
-              ProcessWordSeq placed(true);
-              processor->Preprocess(plain, placed);
-            }),
+  ProcessStr plain(false, "中");
+  ProcessWordSeq placed(true);
+  EXPECT_EQ(message_of([&] { processor->Preprocess(plain, placed); }),
             "Preprocess Str2WordSeq error\n");
-  EXPECT_EQ(error_of([&] {
-              ProcessStr unplaced(true, "a");
-              processor->Postprocess(unplaced);
-            }),
-            "Postprocess error\n");
+  ProcessStr unplaced(true, "a");
+  EXPECT_EQ(message_of([&] { processor->Postprocess(unplaced); }), "Postprocess error\n");
 }
 
 TEST_F(Chains, ServeTheDecoder) {
@@ -339,32 +250,13 @@ TEST_F(Chains, ServeTheDecoder) {
 
 // Texts of pieces that matter to some step, valid UTF-8 or not.
 std::string random_text(std::mt19937& random) {
-  static const std::string kBits[] = {" ",          "  ",       "\t",
-                                      "\0"s,        ".",        "...",
-                                      ",",          "-",        "- -",
-                                      "#",          "\\",       "\"",
-                                      "'",          "(",        ")",
-                                      ":",          "?",        "!",
-                                      "//",         "@",        "1",
-                                      "23",         "1,234",    "3 . 14",
-                                      "a",          "Word",     "mr.",
-                                      "e.g.",       "don't",    "abc.de",
-                                      "f()",        "中",       "张三",
-                                      "第三名",     "上海",     "，",
-                                      "。",         "“",        "…",
-                                      "：",         "（",       "１",
-                                      "Ａ",         "　",       "，123",
-                                      "\x80",       "\xE4",     "\xE4\xB8",
-                                      "\xEF\xBC",   "\xFF",     "é",
-                                      "ไทย",        "שלום",     "😀",
-                                      "\r",         "new york", "five percent",
-                                      "well-known", "##a-b",    "<LOC>#0",
-                                      "|||"};
+  static const std::vector<std::string> kBits =
+      kora_test::read_cases("words.txt", "bits").at(0).cells;
   std::string text;
-  const std::size_t kinds = 1 + random() % std::size(kBits);
-  const std::size_t shift = random() % std::size(kBits);
+  const std::size_t kinds = 1 + random() % kBits.size();
+  const std::size_t shift = random() % kBits.size();
   for (std::size_t n = random() % 60; n > 0; --n)
-    text += kBits[(shift + random() % kinds) % std::size(kBits)];
+    text += kBits[(shift + random() % kinds) % kBits.size()];
   return text;
 }
 
@@ -392,7 +284,7 @@ TEST_F(Chains, GiveTheSameTextWithAndWithoutPositions) {
       ProcessStr placed(true, text);
       placed.set_identity();
       ProcessWordSeq placed_words(true);
-      const std::string error = error_of([&] { processor->Preprocess(placed, placed_words); });
+      const std::string error = message_of([&] { processor->Preprocess(placed, placed_words); });
       if (!error.empty()) {
         // A segmenter can place nothing in a text that is empty or has become so.
         ASSERT_EQ(error, "Preprocess string error\n");
@@ -421,22 +313,22 @@ TEST_F(Chains, GiveTheSameTextWithAndWithoutPositions) {
   }
 }
 
-// In time that a quadratic step would not meet: it would take hours here.
+// A quadratic step would need minutes for such a line, linear ones need milliseconds.
 TEST_F(Chains, TakeLongHostileLinesInTheirStride) {
-  const std::string units[] = {"a",  ".",    "\"", "'",  "-",     "中",   " ",
-                               "1",  "a.",   "/",  "()", "\\",    "A.B",  "\x80",
-                               "1,", "mr. ", "。", "😀",  "five ", "张三", "- "};
+  const auto units = kora_test::read_cases("words.txt", "hostile units").at(0).cells;
   for (const LangType language : {LangType::kChinese, LangType::kEnglish, LangType::kThai}) {
     const auto processor = make(language, language);
     for (const std::string& unit : units) {
       std::string text;
       while (text.size() < 1 << 18) text += unit;
-      ProcessStr str(false, text);
-      ProcessWordSeq words(false);
-      processor->Preprocess(str, words);
-      EXPECT_EQ(words.words().empty(), unit == " ");
-      ProcessStr output(false, text);
-      processor->Postprocess(output);
+      const std::clock_t start = std::clock();
+      const bool empty = unit == " " || unit == std::string(1, '\0');
+      EXPECT_EQ(words_of(*processor, text).empty(), empty) << unit;
+      std::string output = postprocessed(*processor, text);
+      common::text_split_sent_eng(text, output);
+      common::text_split_sent_chs(text, output);
+      common::text_uppercase_eng(text, output);
+      EXPECT_LT(std::clock() - start, 5 * CLOCKS_PER_SEC) << unit;
     }
   }
 }

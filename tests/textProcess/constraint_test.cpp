@@ -2,11 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "decoder/vocab.h"
+#include "support/cases.h"
 #include "textProcess/chs_constraint.h"
 #include "textProcess/eng_constraint.h"
 #include "textProcess/jpa_constraint.h"
@@ -14,48 +14,27 @@
 namespace koralite::textProcess {
 namespace {
 
-using ::testing::ElementsAreArray;
+using kora_test::Case;
+using kora_test::for_cases;
 
 std::vector<int> codes(decoder::Constraint& constraint, decoder::Vocab& vocab,
                        const std::string& text) {
   std::vector<std::int32_t> ids;
-  std::istringstream words(text);
-  for (std::string word; words >> word;) ids.push_back(vocab.encode(word.c_str()));
+  for (const std::string& word : Case{{}, {text}}.words(0))
+    ids.push_back(vocab.encode(word.c_str()));
   constraint.build(ids);
   return {constraint.codes().begin(), constraint.codes().end()};
 }
 
 TEST(Constraint, GivesEachMarkItsCode) {
-  struct {
-    bool english;
-    const char* text;
-    std::vector<int> codes;
-  } const cases[] = {
-      {true, "a b", {0, 0}},
-      {true, "\" a b \" c \"", {2, 0, 0, -2, 0, 0}},     // the odd quote has no partner
-      {true, "\" \"", {0, 0}},                           // an empty pair
-      {true, "( a ( b ) c )", {5, 0, 1, 0, -1, 0, -5}},  // nested
-      {true, "( a", {0, 0}},                             // alone
-      {true, "a )", {0, 0}},
-      {true, "a , b ; c", {0, -1, 0, -1, 0}},  // back to the word after a mark
-      {true, "a , ; b", {0, -1, 0, 0}},
-      {true, "a : b , c", {0, 0, 0, -1, 0}},  // a colon is a mark, without a code
-      {true, ". a b ? c ! d ...", {0, 0, 0, -3, 0, -5, 0, -7}},
-      {true, "“ a ”", {0, 0, 0}},  // not the marks of this language
-      {false, "“ a ‘ b ’ c ”", {5, 0, 1, 0, -1, 0, -5}},
-      {false, "“ a “ b ” c", {0, 0, 1, 0, -1, 0}},
-      {false, "a ， b （ c ） 。", {0, -1, 0, 1, 0, -1, -6}},
-      {false, "a ： b ； c …", {0, 0, 0, -1, 0, -5}},
-      {false, "a …… , \"", {0, 0, 0, 0}},
-  };
-  for (const auto& c : cases) {
+  for_cases("words.txt", "constraint codes", [](const Case& c) {
     decoder::Vocab vocab;
     for (const char* mark : {"\"", "(", ")",  ",",  ":",  ";",  "?",  ".",  "!",  "...", "“", "”",
                              "‘",  "’", "（", "）", "，", "：", "；", "？", "。", "！",  "…"}) {
       vocab.encode(mark);
     }
     std::vector<std::unique_ptr<decoder::Constraint>> kinds;
-    if (c.english) {
+    if (c[0] == "eng") {
       kinds.push_back(std::make_unique<EngConstraint>());
     } else {
       kinds.push_back(std::make_unique<ChsConstraint>());
@@ -63,40 +42,21 @@ TEST(Constraint, GivesEachMarkItsCode) {
     }
     for (const auto& constraint : kinds) {
       constraint->initialize(vocab);
-      EXPECT_THAT(codes(*constraint, vocab, c.text), ElementsAreArray(c.codes)) << c.text;
+      EXPECT_EQ(codes(*constraint, vocab, c[1]), c.numbers(2));
     }
-  }
+  });
 }
 
 TEST(Constraint, AllowsOnlyWhatKeepsTheOrder) {
-  struct {
-    const char* text;
-    std::uint64_t covered;
-    decoder::range_t range;
-    bool allowed;
-  } const cases[] = {
-      {"a b .", 0, {2, 2}, false},  // the mark waits for all before it
-      {"a b .", 1, {2, 2}, false},
-      {"a b .", 3, {2, 2}, true},
-      {"a b .", 1, {1, 2}, true},  // unless the phrase brings the rest along
-      {"a b .", 0, {1, 1}, true},
-      {"( a b ) c", 0, {1, 1}, false},  // nothing inside before the mark that opens
-      {"( a b ) c", 1, {2, 2}, true},
-      {"( a b ) c", 1, {3, 3}, false},  // what is inside comes before the one that closes
-      {"( a b ) c", 7, {3, 3}, true},
-      {"( a b ) c", 0, {4, 4}, true},  // what follows may be first
-      {"( a b ) c", 0, {0, 3}, true},
-      {"a ( b", 0, {2, 2}, true},  // a lone mark constrains nothing
-  };
   decoder::Vocab vocab;
   for (const char* mark : {"(", ")", "."}) vocab.encode(mark);
   EngConstraint constraint;
   constraint.initialize(vocab);
-  for (const auto& c : cases) {
-    codes(constraint, vocab, c.text);
-    EXPECT_EQ(constraint.check(c.covered, c.range), c.allowed)
-        << c.text << " with " << c.covered << ": " << c.range.start << ".." << c.range.end;
-  }
+  for_cases("words.txt", "constraint checks", [&](const Case& c) {
+    codes(constraint, vocab, c[0]);
+    const std::vector<int> range = c.numbers(2);
+    EXPECT_EQ(constraint.check(c.size(1), {range.at(0), range.at(1)}), c.yes(3));
+  });
 }
 
 TEST(Constraint, HandlesWordsItDoesNotKnowAndRefusesTooMany) {

@@ -2,14 +2,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <random>
 #include <set>
 #include <string>
 #include <vector>
 
+#include "support/cases.h"
+#include "support/temp_folder.h"
 #include "textProcess/fake_lexicut.h"
-#include "textProcess/model_folder.h"
 #include "textProcess/single_word_seg_str_processor.h"
 #include "textProcess/tmining_util.h"
 #include "textProcess/word_segment_str_processor.h"
@@ -18,6 +18,8 @@ namespace koralite::textProcess {
 namespace {
 
 using namespace std::string_literals;
+using kora_test::Case;
+using kora_test::for_cases;
 using ::testing::ElementsAre;
 using tests::FakeLibrary;
 using tests::whole_piece;
@@ -29,73 +31,27 @@ ProcessStr with_identity(const std::string& text) {
 }
 
 TEST(Utf8, LengthsAndCodePoints) {
-  struct Case {
-    std::string text;
-    unsigned pos;
-    int length;
-    unsigned code;  // 7 for untouched
-  };
-  const Case cases[] = {
-      {"a", 0, 1, 'a'},
-      {"\0"s, 0, 1, 0},
-      {"a", 1, 0, 7},
-      {"", 5, 0, 7},
-      {"é", 0, 2, 0xE9},
-      {"x中", 1, 3, 0x4E2D},
-      {"😀", 0, 4, 0x1F600},
-      {"\xF8\x88\x80\x80\x80", 0, 5, 0x200000},
-      {"\xFD\xBF\xBF\xBF\xBF\xBF", 0, 6, 0x7FFFFFFF},
-      {"\xC0\x80", 0, 2, 0},           // overlong
-      {"\xED\xA0\x80", 0, 3, 0xD800},  // surrogate
-      {"\xE4\xB8", 0, -1, 7},          // cut short
-      {"\xE4\xB8z", 0, -1, 7},         // no continuation byte
-      {"中", 1, -1, 7},                // inside a character
-      {"\xFE\xBF\xBF\xBF\xBF\xBF\xBF", 0, -1, 7},
-      {"\xFF", 0, -1, 7},
-  };
-  for (const Case& c : cases) {
+  for_cases("words.txt", "utf8", [](const Case& c) {
     unsigned code = 7;
-    EXPECT_EQ(TMiningUtil::get_utf8_encoding(c.text.data(), static_cast<unsigned>(c.text.size()),
-                                             c.pos, code),
-              c.length)
-        << testing::PrintToString(c.text);
-    EXPECT_EQ(code, c.code) << testing::PrintToString(c.text);
-  }
-
+    EXPECT_EQ(TMiningUtil::get_utf8_encoding(c[0].data(), static_cast<unsigned>(c[0].size()),
+                                             static_cast<unsigned>(c.number(1)), code),
+              c.number(2));
+    EXPECT_EQ(code, c.number(3) < 0 ? 7 : static_cast<unsigned>(c.number(3)));
+  });
   std::vector<std::string> characters = {"old"};
   TMiningUtil::split_utf8("a中\xE4\xB8😀\x80", characters);
   EXPECT_THAT(characters, ElementsAre("a", "中", "\xE4", "\xB8", "😀", "\x80"));
 }
 
 TEST(AlignString, FindsThePositionsOfTheSource) {
-  struct Case {
-    std::string source;
-    std::string target;
-    bool ok;
-    std::vector<int> positions;  // of the target, where source byte i has 10 i
-  };
-  const Case cases[] = {
-      {"ab", "a b", true, {0, 0, 10}},
-      {"ab", " a b  ", true, {0, 0, 0, 10, 10, 10}},
-      {"  ab", "a b", true, {20, 20, 30}},
-      {" ab", " ab", true, {0, 10, 20}},
-      {"a b  ", "ab", true, {0, 20}},
-      {"   ", "", true, {}},
-      {"   ", "  ", true, {0, 0}},
-      {"", "", false, {}},
-      {"", " ", false, {}},
-      {"ab", "a", false, {}},
-      {"a", "ab", false, {}},
-      {"ab", "ac", false, {}},
-  };
-  for (const Case& c : cases) {
-    ProcessStr source = with_identity(c.source);
+  for_cases("words.txt", "align_string", [](const Case& c) {
+    ProcessStr source = with_identity(c[0]);
     for (auto& position : source.positions()) position *= 10;
-    ProcessStr target(true, c.target);
-    EXPECT_EQ(SegmentStrProcessor::text_align_string(source, target), c.ok)
-        << c.source << " | " << c.target;
-    EXPECT_EQ(target.positions(), c.positions) << c.source << " | " << c.target;
-  }
+    ProcessStr target(true, c[1]);
+    const bool ok = c[2] != "none";
+    EXPECT_EQ(SegmentStrProcessor::text_align_string(source, target), ok);
+    EXPECT_EQ(target.positions(), ok ? c.numbers(2) : std::vector<int>());
+  });
 
   ProcessStr target(true, "a b");
   EXPECT_FALSE(SegmentStrProcessor::text_align_string(ProcessStr(false, "ab"), target));
@@ -105,35 +61,26 @@ TEST(AlignString, FindsThePositionsOfTheSource) {
 }
 
 TEST(SingleWordSplit, SetsMultiByteCharactersApart) {
-  const std::pair<std::string, std::string> cases[] = {
-      {"", ""},
-      {"   ", ""},
-      {"ab中文", "ab中 文"},
-      {"中文ab", "中 文 ab"},
-      {"  中 文  a  b ", "中 文 a b"},
-      {"\xE4\xB8中\xFF", "\xE4\xB8中 \xFF"},
-      {"日本語、です。", "日 本 語 、 で す 。"},
-  };
   SingleWordSegStrProcessor step(0, nullptr);
-  for (const auto& [text, expected] : cases) {
-    ProcessStr plain(false, text);
+  for_cases("words.txt", "single word split", [&](const Case& c) {
+    ProcessStr plain(false, c[0]);
     EXPECT_NE(step.Process(plain), 0);
-    EXPECT_EQ(plain.text(), expected);
-    ProcessStr placed = with_identity(text);
-    EXPECT_EQ(step.Process(placed) != 0, !text.empty());
-    EXPECT_EQ(placed.text(), expected);
+    EXPECT_EQ(plain.text(), c[1]);
+    ProcessStr placed = with_identity(c[0]);
+    EXPECT_EQ(step.Process(placed) != 0, !c[0].empty());
+    EXPECT_EQ(placed.text(), c[1]);
     EXPECT_TRUE(placed.consistent());
-  }
+  });
 }
 
-// Words as they are written in `cut`, separated by "|"; "*" behind one makes it a
+// Words as they are written in `cut`, separated by "/"; "*" behind one makes it a
 // name, "~" before one leaves it out of the record.
 FakeLibrary::Answer words_of(const std::string& cut) {
   return [cut](const std::string&, lexicut_out& out) {
     std::int32_t at = 0;
     out.count = 0;
     for (std::size_t begin = 0; begin <= cut.size();) {
-      const std::size_t end = std::min(cut.find('|', begin), cut.size());
+      const std::size_t end = std::min(cut.find('/', begin), cut.size());
       std::string word = cut.substr(begin, end - begin);
       begin = end + 1;
       const bool left_out = word.starts_with('~');
@@ -157,155 +104,97 @@ ChsSegmentStrProcessor make_segmenter(const std::string& anti_names = {}) {
 }
 
 TEST(WordSegment, PutsBlanksBetweenWords) {
-  struct Case {
-    std::string cut;
-    std::string expected;
-    std::set<std::string> names;
-    bool ok_with_positions = true;
-  };
-  const Case cases[] = {
-      {"我|爱|北京", "我 爱 北京", {}},
-      {"我|3|.|14|米", "我 3.14 米", {}},   // neighbouring ASCII is glued
-      {"ab| |cd", "ab cd", {}},             // a reported blank is a word
-      {"ab|~ |cd", "abcd", {}},             // an unreported one does not keep words apart
-      {"价| |3| |.| |14", "价  3.14", {}},  // a dot between digits and blanks
-      {"价| |3| |.| |x", "价  3 . x", {}},
-      {" |.| |5", " . 5", {}},
-      {"中|-| |-| |-", "中 ---", {}},  // hyphens apart by one blank
-      {"- -", "--", {}},
-      {"张三*|和|李四*|张三*", "张三 和 李四 张三", {"张三", "李四"}},
-      {"王五*|五*", "王五 五", {"五"}},   // 王五 is on the list, 五 is not
-      {"我|~爱|你", "我 你", {}, false},  // a dropped word
-      {"", "", {}, false},
-  };
-  tests::ModelFolder folder;
-  const std::string anti = folder.write_lines("anti", {"", "小五", "小五", "王五"});
+  const kora_test::TempFolder folder;
   FakeLibrary library(whole_piece);
-  ChsSegmentStrProcessor step = make_segmenter(anti);
+  ChsSegmentStrProcessor step =
+      make_segmenter(folder.write_lines("anti", {"", "小五", "小五", "王五"}));
   std::set<std::string> names;
-  for (const Case& c : cases) {
-    std::string text = c.cut;
-    std::erase_if(text, [](char b) { return b == '|' || b == '*' || b == '~'; });
-    library.answer = words_of(c.cut);
+  for_cases("words.txt", "word segment", [&](const Case& c) {
+    std::string text = c[0];
+    std::erase_if(text, [](char b) { return b == '/' || b == '*' || b == '~'; });
+    library.answer = words_of(c[0]);
 
     step.SetNameBuffer(nullptr);
     ProcessStr plain(false, text);
-    EXPECT_NE(step.Process(plain), 0) << c.cut;
-    EXPECT_EQ(plain.text(), c.expected) << c.cut;
+    EXPECT_NE(step.Process(plain), 0);
+    EXPECT_EQ(plain.text(), c[1]);
 
     names = {"from the text before"};
     step.SetNameBuffer(&names);
     ProcessStr placed = with_identity(text);
-    EXPECT_EQ(step.Process(placed) != 0, c.ok_with_positions) << c.cut;
-    EXPECT_EQ(placed.text(), c.ok_with_positions ? c.expected : text) << c.cut;
-    EXPECT_EQ(names, c.names) << c.cut;
-  }
+    const bool ok = c.cells.size() < 4;
+    EXPECT_EQ(step.Process(placed) != 0, ok);
+    EXPECT_EQ(placed.text(), ok ? c[1] : text);
+    const std::vector<std::string> found = c.words(2);
+    EXPECT_EQ(names, std::set<std::string>(found.begin(), found.end()));
+  });
 }
 
 TEST(WordSegment, SurvivesAHostileLibrary) {
-  struct Case {
-    const char* what;
-    std::vector<std::array<std::int32_t, 2>> words;  // offset, length
-    std::int32_t count = -2;                         // the number of words if -2
-    int missing = -1;                                // which array is null
-    int result = 1;
-  };
-  const Case cases[] = {
-      {"reports failure", {{0, 8}}, -2, -1, 0},
-      {"negative count", {}, -1},
-      {"count above the room", {}, 257},
-      {"largest count", {}, INT_MAX},
-      {"negative offset", {{-1, 2}}},
-      {"negative length", {{4, -1}}},
-      {"length past the end", {{0, 9}}},
-      {"offset past the end", {{9, 0}}},
-      {"sum out of range", {{INT_MAX, INT_MAX}}},
-      {"overlap", {{0, 4}, {3, 2}}},
-      {"descending", {{3, 3}, {0, 3}}},
-      {"last word outside", {{0, 3}, {3, 3}, {6, 3}}},
-      {"no offsets", {{0, 8}}, -2, 0},
-      {"no lengths", {{0, 8}}, -2, 1},
-      {"no properties", {{0, 8}}, -2, 2},
-  };
   FakeLibrary library(whole_piece);
   ChsSegmentStrProcessor step = make_segmenter();
   const std::string text = "中文ab";  // 8 bytes
-  for (const Case& c : cases) {
+  for_cases("words.txt", "hostile library", [&](const Case& c) {
     library.answer = [&c](const std::string&, lexicut_out& out) {
-      for (std::size_t i = 0; i < c.words.size(); ++i) {
-        out.offsets[i] = c.words[i][0];
-        out.lengths[i] = c.words[i][1];
+      const std::vector<int> words = c.numbers(1);
+      for (std::size_t i = 0; i < words.size(); ++i) {
+        (i % 2 == 0 ? out.offsets : out.lengths)[i / 2] = words[i];
       }
-      out.count = c.count == -2 ? static_cast<std::int32_t>(c.words.size()) : c.count;
-      if (c.missing == 0) out.offsets = nullptr;
-      if (c.missing == 1) out.lengths = nullptr;
-      if (c.missing == 2) out.properties = nullptr;
-      return c.result;
+      const bool counted = !c[2].empty() && c[2].find_first_not_of("-0123456789") == c[2].npos;
+      out.count = counted ? c.number(2) : static_cast<std::int32_t>(words.size() / 2);
+      if (c[2] == "no offsets") out.offsets = nullptr;
+      if (c[2] == "no lengths") out.lengths = nullptr;
+      if (c[2] == "no properties") out.properties = nullptr;
+      return c[2] == "failure" ? 0 : 1;
     };
     for (const bool placed : {false, true}) {
       ProcessStr str(placed, text);
       str.set_identity();
-      EXPECT_EQ(step.Process(str), 0) << c.what;
-      EXPECT_EQ(str.text(), text) << c.what;
-      EXPECT_TRUE(str.consistent()) << c.what;
+      EXPECT_EQ(step.Process(str), 0);
+      EXPECT_EQ(str.text(), text);
+      EXPECT_TRUE(str.consistent());
     }
-  }
-}
-
-TEST(WordSegment, KeepsTheNamesOfEarlierPiecesWhenALaterOneFails) {
-  FakeLibrary library(whole_piece);
-  ChsSegmentStrProcessor step = make_segmenter();
+  });
+  // A later piece that fails takes no names of earlier ones away.
   std::set<std::string> names;
   step.SetNameBuffer(&names);
+  library.pieces.clear();
   library.answer = [&](const std::string& piece, lexicut_out& out) {
     out.properties[0] = 0x10;
     return library.pieces.size() < 2 ? whole_piece(piece, out) : 0;
   };
-  std::string text;
-  for (int i = 0; i < 100; ++i) text += "中";
-  ProcessStr str(false, text);
+  ProcessStr str(false, std::string(300, 'x'));
   EXPECT_EQ(step.Process(str), 0);
-  EXPECT_EQ(str.text(), text);
+  EXPECT_EQ(str.text(), std::string(300, 'x'));
   EXPECT_EQ(names.size(), 1U);
 }
 
-std::string repeat(const std::string& text, int times) {
+// "中*85 w*30": each part so many times over.
+std::string repeated(const std::string& pattern) {
   std::string out;
-  for (int i = 0; i < times; ++i) out += text;
+  for (const std::string& part : Case{{}, {pattern}}.words(0)) {
+    const std::size_t star = part.rfind('*');
+    for (int n = std::stoi(part.substr(star + 1)); n > 0; --n) out += part.substr(0, star);
+  }
   return out;
 }
 
 TEST(WordSegment, CutsPiecesAtCharactersAndAsciiWords) {
-  struct Case {
-    std::string text;
-    std::vector<std::size_t> lengths;  // of the pieces
-  };
-  const Case cases[] = {
-      {repeat("中", 85), {255}},
-      {repeat("中", 86), {255, 3}},
-      {"a" + repeat("中", 86), {253, 6}},               // 255 is inside a character
-      {repeat("中", 80) + repeat("w", 30), {240, 30}},  // would cut the word
-      {repeat("中", 80) + "x1.5-z,_'" + repeat("w", 30), {240, 39}},
-      {repeat("中", 80) + repeat("w", 300), {240, 255, 45}},  // no room for the word anyway
-      {repeat("w", 300), {255, 45}},
-      {repeat("\x80", 300), {255, 45}},  // no character begins anywhere
-      {repeat(" ", 300), {255, 45}},
-  };
   FakeLibrary library(whole_piece);
   ChsSegmentStrProcessor step = make_segmenter();
-  for (const Case& c : cases) {
+  for_cases("words.txt", "pieces", [&](const Case& c) {
     library.pieces.clear();
-    ProcessStr str(false, c.text);
+    ProcessStr str(false, c.cells.size() > 2 ? std::string(300, ' ') : repeated(c[0]));
     EXPECT_NE(step.Process(str), 0);
-    std::vector<std::size_t> lengths;
+    std::vector<int> lengths;
     std::string joined;
     for (const std::string& piece : library.pieces) {
-      lengths.push_back(piece.size());
+      lengths.push_back(static_cast<int>(piece.size()));
       joined += (joined.empty() ? "" : " ") + piece;
     }
-    EXPECT_EQ(lengths, c.lengths) << c.text.substr(0, 20);
+    EXPECT_EQ(lengths, c.numbers(1));
     EXPECT_EQ(str.text(), joined);
-  }
+  });
 
   // Any bytes: the pieces are the text, within the limit, and not many.
   std::mt19937 random(5);
@@ -329,41 +218,46 @@ TEST(WordSegment, CutsPiecesAtCharactersAndAsciiWords) {
 
 TEST(WordSegment, LoadsAndReleasesInOrder) {
   FakeLibrary library(whole_piece);
-  { ChsSegmentStrProcessor step(0, nullptr, "d", "", "a", nullptr, 0, FakeLibrary::api()); }
-  EXPECT_THAT(library.calls, ElementsAre("load d  a 0", "create 256", "destroy_out", "destroy"));
-  library.calls.clear();
-  { GeneralSegmentStrProcessor step(0, nullptr, "d", "n", "a", "", 10, FakeLibrary::api()); }
-  EXPECT_THAT(library.calls, ElementsAre("load d n a 0", "create 11", "destroy_out", "destroy"));
-
-  const auto build_chs = [] { make_segmenter(); };
-  const auto build_general = [] {
-    GeneralSegmentStrProcessor step(0, nullptr, "d", "n", "a", "", 10, FakeLibrary::api());
+  const auto built = [&](bool chinese) {
+    library.calls.clear();
+    const std::string error = kora_test::message_of([&] {
+      if (chinese) {
+        ChsSegmentStrProcessor step(0, nullptr, "d", "", "a", nullptr, 0, FakeLibrary::api());
+      } else {
+        GeneralSegmentStrProcessor step(0, nullptr, "d", "n", "a", "", 10, FakeLibrary::api());
+      }
+    });
+    std::string calls;
+    for (const std::string& call : library.calls) calls += call + ", ";
+    return calls + error;
   };
+  EXPECT_EQ(built(true), "load d  a 0, create 256, destroy_out, destroy, ");
+  EXPECT_EQ(built(false), "load d n a 0, create 11, destroy_out, destroy, ");
   library.has_record = false;
-  library.calls.clear();
-  EXPECT_EQ(tests::error_of(build_chs),
+  EXPECT_EQ(built(true),
+            "load d  a 0, create 256, destroy, "
             "NULL word segment output buffer in ChsSegmenter::ChsSegmenter()");
-  EXPECT_THAT(library.calls, ElementsAre("load d n a 0", "create 256", "destroy"));
-  EXPECT_EQ(tests::error_of(build_general),
+  EXPECT_EQ(built(false),
+            "load d n a 0, create 11, destroy, "
             "create out failed. GeneralSegmentStrProcessor::GeneralSegmentStrProcessor");
   library.has_model = false;
-  library.calls.clear();
-  EXPECT_EQ(tests::error_of(build_chs),
-            "NULL word segment dictionary in ChsSegmenter::ChsSegmenter()");
-  EXPECT_EQ(tests::error_of(build_general),
-            "load model failed. GeneralSegmentStrProcessor::GeneralSegmentStrProcessor()");
-  EXPECT_THAT(library.calls, ElementsAre("load d n a 0", "load d n a 0"));
+  EXPECT_EQ(built(true),
+            "load d  a 0, NULL word segment dictionary in ChsSegmenter::ChsSegmenter()");
+  EXPECT_EQ(built(false),
+            "load d n a 0, load model failed. "
+            "GeneralSegmentStrProcessor::GeneralSegmentStrProcessor()");
 }
 
 TEST(WordSegment, RefusesUnsortedOrMissingAntiNames) {
-  tests::ModelFolder folder;
+  kora_test::TempFolder folder;
   FakeLibrary library(whole_piece);
-  EXPECT_EQ(tests::error_of([&] {
+  EXPECT_EQ(kora_test::message_of([&] {
               make_segmenter(folder.write_lines("anti", {"b", "c", "a"}));
             }),
             "Invalidate antiname!");
   EXPECT_THAT(library.calls, ElementsAre("load d n a 0", "create 256", "destroy_out", "destroy"));
-  EXPECT_EQ(tests::error_of([&] { make_segmenter(folder.file("none")); }), "Invalidate Input file");
+  EXPECT_EQ(kora_test::message_of([&] { make_segmenter(folder.path("none")); }),
+            "Invalidate Input file");
 }
 
 }  // namespace

@@ -10,9 +10,11 @@
 
 #include "numtrans/ce_num_translator.h"
 #include "numtrans/ec_num_translator.h"
+#include "support/cases.h"
+#include "support/temp_folder.h"
 #include "textProcess/convert_ne_tag_ws_processor.h"
-#include "textProcess/model_folder.h"
 #include "textProcess/name_converter.h"
+#include "textProcess/pinyin_bytes.h"
 #include "textProcess/rec_ascii_ws_processor.h"
 #include "textProcess/rec_name_ws_processor.h"
 #include "textProcess/str2word.h"
@@ -21,8 +23,11 @@ namespace koralite::textProcess {
 namespace {
 
 using namespace std::string_literals;
+using kora_test::Case;
+using kora_test::for_cases;
+using kora_test::le;
+using kora_test::message_of;
 using ::testing::ElementsAre;
-using tests::error_of;
 
 std::string shown(const common::word_node_t& node) {
   std::string text = node.word;
@@ -44,21 +49,12 @@ ProcessWordSeq sequence(const std::vector<std::string>& texts) {
 }
 
 TEST(RecAscii, MarksAsciiWordsWithALetterOrDigit) {
-  const std::pair<std::string, bool> cases[] = {
-      {"abc", true}, {"B2B", true}, {"3", true},     {"a-b", true},    {"$5", true},
-      {",", false},  {"--", false}, {"", false},     {"中文", false},  {"a中", false},
-      {"_", false},  {"é", false},  {"x\x7F", true}, {"x\x80", false}, {"@", false},
-  };
   RecAsciiWsProcessor step(0, nullptr);
-  for (const auto& [text, marked] : cases) {
-    ProcessWordSeq words = sequence({text});
+  for_cases("words.txt", "recog_ascii", [&](const Case& c) {
+    ProcessWordSeq words = sequence({c[0]});
     ASSERT_NE(step.Process(words), 0);
-    const auto& node = words.words()[0];
-    EXPECT_EQ(node.tag != nullptr, marked) << text;
-    if (!marked) continue;
-    EXPECT_STREQ(node.tag, "ASC");
-    EXPECT_EQ(node.translation, node.word);
-  }
+    EXPECT_EQ(shown(words.words()[0]), c[0] + (c.yes(1) ? "/" + c[0] + "/ASC" : ""));
+  });
   ProcessWordSeq tagged = sequence({"abc"});
   tagged.words()[0].tag = "PE";
   tagged.words()[0].translation = "x";
@@ -83,14 +79,14 @@ TEST(ConvertNeTag, BuildsTheVocabularysForm) {
   words = sequence({"a", "b"});
   words.words()[0].tag = "PE";
   words.words()[1].tag = too_long.c_str();
-  EXPECT_EQ(error_of([&] { step.Process(words); }),
+  EXPECT_EQ(message_of([&] { step.Process(words); }),
             "ne type name overflow in CeDecoder::translate()");
   EXPECT_STREQ(words.words()[0].tag, "<PE>#0");  // earlier words stay converted
 }
 
 class Pinyin : public ::testing::Test {
  protected:
-  tests::ModelFolder folder_;
+  kora_test::TempFolder folder_;
   std::string bytes_ = tests::pinyin_bytes({{"三", "san"},
                                             {"中", "zhong"},
                                             {"张", "zhang"},
@@ -103,38 +99,22 @@ class Pinyin : public ::testing::Test {
 };
 
 TEST_F(Pinyin, ConvertsCharacterByCharacter) {
-  struct Case {
-    std::string text;
-    std::string pinyin;
-    std::string translation;  // by the unknown-word translator
-    bool whole = true;
-  };
-  const Case cases[] = {
-      {"", "", ""},
-      {"张三", "zhangsan", "Zhangsan"},
-      {"a中b国", "azhongbguo", "Azhongbguo"},
-      {"9中", "9zhong", "9zhong"},
-      {"龘中é😀", "zhong", "Zhong"},  // what the file does not hold is left out
-      {"龘", "", ""},
-      {"中\x80国", "zhong", "Zhong", false},
-      {"\xE4\xB8", "", "", false},
-  };
   const PinyinTranslator translator(pinyin_);
   const PinyinTranslator disabled(pinyin_, false);
-  for (const Case& c : cases) {
+  for_cases("words.txt", "pinyin", [&](const Case& c) {
     std::string out = "old";
-    EXPECT_EQ(pinyin_.get_pinyin(c.text, out), c.whole) << c.text;
-    EXPECT_EQ(out, c.pinyin) << c.text;
-    translator.translate(c.text.c_str(), out);
-    EXPECT_EQ(out, c.translation) << c.text;
-    disabled.translate(c.text.c_str(), out);
-    EXPECT_EQ(out, "") << c.text;
-  }
+    EXPECT_EQ(pinyin_.get_pinyin(c[0], out), c.cells.size() < 4);
+    EXPECT_EQ(out, c[1]);
+    translator.translate(c[0].c_str(), out);
+    EXPECT_EQ(out, c[2]);
+    disabled.translate(c[0].c_str(), out);
+    EXPECT_EQ(out, "");
+  });
 }
 
 TEST_F(Pinyin, RefusesDamagedFiles) {
   const auto load = [&](const std::string& bytes) {
-    return error_of([&] { PinyinConverter(folder_.write("damaged", bytes)); });
+    return message_of([&] { PinyinConverter(folder_.write("damaged", bytes)); });
   };
   // Cut anywhere, a file is refused.
   for (std::size_t size = 0; size < bytes_.size(); ++size)
@@ -142,74 +122,37 @@ TEST_F(Pinyin, RefusesDamagedFiles) {
   EXPECT_EQ(load(bytes_ + "more"), "");
 
   const std::size_t counts = 4 + 8 * 5;  // where P and L stand
-  const auto with = [&](std::size_t at, std::uint32_t value) {
-    std::string bytes = bytes_;
-    std::string number;
-    tests::put_le(number, value, 4);
-    return bytes.replace(at, 4, number);
-  };
-  struct Case {
-    std::size_t at;
-    std::uint32_t value;
-    std::string message;
-  };
-  const Case cases[] = {
+  const char* const cut = "Invalid input file for PackFreeInput";
+  const std::tuple<std::size_t, std::uint32_t, const char*> cases[] = {
       {0, 0, "Invalidate wordSize in the Pinyin File"},
-      {0, 0xFFFFFFFF, "Invalid input file for PackFreeInput"},
+      {0, 0xFFFFFFFF, cut},
       {counts, 0, "Invalidate Pinyin Info in the Pinyin File"},
-      {counts, 0xFFFFFFFF, "Invalid input file for PackFreeInput"},
+      {counts, 0xFFFFFFFF, cut},
       {counts + 4, 0, "Invalidate Pinyin Info in the Pinyin File"},
-      {counts + 4, 0xFFFFFFFF, "Invalid input file for PackFreeInput"},
+      {counts + 4, 0xFFFFFFFF, cut},
   };
-  for (const Case& c : cases) EXPECT_EQ(load(with(c.at, c.value)), c.message) << c.at;
-  EXPECT_EQ(error_of([&] { PinyinConverter(folder_.file("none")); }),
+  for (const auto& [at, value, message] : cases)
+    EXPECT_EQ(load(std::string(bytes_).replace(at, 4, le(value, 4))), message) << at;
+  EXPECT_EQ(message_of([&] { PinyinConverter(folder_.path("none")); }),
             "Cannot open the input pinyin file!");
-  EXPECT_EQ(error_of([&] { PinyinConverter(folder_.path()); }),
+  EXPECT_EQ(message_of([&] { PinyinConverter(folder_.path()); }),
             "Cannot open the input pinyin file!");
 
   // One character whose index is past the slots, one whose slot has no zero byte.
-  std::string odd;
-  tests::put_le(odd, 2, 4);
-  odd += "三"s + "\x01\x00"s + "中" + "\x00\x00"s;
-  tests::put_le(odd, 1, 4);
-  tests::put_le(odd, 2, 4);
-  odd += "abcdef";
-  const PinyinConverter converter(folder_.write("odd", odd));
+  const std::string odd = le(2, 4) + "三"s + "\x01\x00"s + "中" + "\x00\x00"s + le(1, 4) + le(2, 4);
+  const PinyinConverter converter(folder_.write("odd", odd + "abcdef"));
   std::string out;
   EXPECT_TRUE(converter.get_pinyin("三中", out));
   EXPECT_EQ(out, "abc");
 }
 
 TEST_F(Pinyin, WritesNames) {
-  struct Case {
-    std::string name;
-    std::string out;
-    bool ok = true;
-  };
-  const Case cases[] = {
-      {"", ""},
-      {"张", "Zhang"},
-      {"张三", "Zhang San"},
-      {"张三国", "Zhang Sanguo"},
-      {"欧阳修", "Ouyang Xiu"},
-      {"欧阳", "Ouyang"},
-      {"欧三", "Ou San"},
-      {"吕中", "Lv Zhong"},
-      {"张龘", "Zhang"},
-      {"龘三", " San"},        // no pinyin for the surname
-      {"欧 三", "Ou  san"},    // the blank is the given name's first character
-      {"阳 三", "Yang  San"},  // a character and a blank are found in the list
-      {"\xE5三", "", false},
-      {"张\x80", "", false},
-      {"张三\x80国", "Zhang San"},  // further on, what came before is kept
-      {"ab", "A B"},
-  };
   const NameConverter converter(pinyin_);
-  for (const Case& c : cases) {
+  for_cases("words.txt", "names", [&](const Case& c) {
     std::string out = "old";
-    EXPECT_EQ(converter.convert(c.name, out), c.ok) << c.name;
-    EXPECT_EQ(out, c.out) << c.name;
-  }
+    EXPECT_EQ(converter.convert(c[0], out), c.cells.size() < 3);
+    EXPECT_EQ(out, c[1]);
+  });
 }
 
 TEST_F(Pinyin, TranslatesTheNamesOfTheSegmenter) {
@@ -239,7 +182,7 @@ class ToWords : public ::testing::Test {
  protected:
   // What DoProcess makes of a text, with the position of each word behind it; it
   // must be the same words without positions.
-  std::vector<std::string> run(const std::string& text, bool dictionary, bool rules, char join) {
+  std::string run(const std::string& text, bool dictionary, bool rules, char join) {
     Str2Word step(dictionary ? &dictionary_ : nullptr,
                   rules
                       ? (join == 0 ? static_cast<numtrans::RuleTranslator*>(&chinese_) : &english_)
@@ -257,13 +200,15 @@ class ToWords : public ::testing::Test {
     EXPECT_NE(step.DoProcess(str, placed), 0);
     EXPECT_EQ(shown(placed), shown(plain));
     EXPECT_TRUE(placed.consistent());
-    std::vector<std::string> out = shown(placed);
-    for (std::size_t i = 0; i < out.size(); ++i)
-      out[i] += "@" + std::to_string(placed.positions()[i]);
+    std::string out;
+    for (std::size_t i = 0; i < placed.words().size(); ++i) {
+      out += (i == 0 ? "" : " ") + shown(placed.words()[i]) + "@" +
+             std::to_string(placed.positions()[i]);
+    }
     return out;
   }
 
-  tests::ModelFolder folder_;
+  kora_test::TempFolder folder_;
   common::StringPool pool_{1000};
   NeDict dictionary_{
       folder_
@@ -282,42 +227,11 @@ class ToWords : public ::testing::Test {
 };
 
 TEST_F(ToWords, TakesTheLongestKnownSpan) {
-  struct Case {
-    std::string text;
-    bool dictionary;
-    bool rules;
-    char join;
-    std::vector<std::string> words;
-  };
-  const Case cases[] = {
-      {"", true, true, ' ', {}},
-      {"   ", true, true, ' ', {}},
-      {" a  b ", false, false, ' ', {"a@1", "b@4"}},
-      {"a b c d", true, false, ' ', {"a@0", "b_c_d/bcd/NE@2"}},
-      {"x x", true, false, ' ', {"x/X Y/NE@0", "x/X Y/NE@2"}},
-      {"b  c x", true, false, ' ', {"b_c/bc/NE@0", "x/X Y/NE@5"}},
-      {"a b c d e f g h", true, false, ' ', {"a_b_c_d_e_f_g_h/eight/NE@0"}},
-      {"z a b c d e f g h", true, false, ' ', {"z@0", "a_b_c_d_e_f_g_h/eight/NE@2"}},
-      {"five percent x", false, true, ' ', {"five_percent/百分之五/NUM@0", "x@13"}},
-      {"five percent x", true, true, ' ', {"five_percent/百分之五/NUM@0", "x/X Y/NE@13"}},
-      {"five percent", true, false, ' ', {"five_percent/by dictionary/NE@0"}},
-      {"big 20", true, true, ' ', {"big_20/by dictionary/NE@0"}},  // the rule's arithmetic fails
-      {"big 20", false, true, ' ', {"big@0", "20@4"}},
-      {"small 20", false, true, ' ', {"small_20/20/T@0"}},
-      {"第 三 名 x", false, true, 0, {"第_三_名/no. 3/ORD@0", "x@12"}},
-      {"在 中 国", true, false, 0, {"在@0", "中_国/China/LOC@4"}},
-      {"中 国", true, false, ' ', {"中@0", "国@4"}},
-      {"a b\0 x"s, true, false, ' ', {"a@0", "b@2"}},
-  };
-  for (const Case& c : cases)
-    EXPECT_EQ(run(c.text, c.dictionary, c.rules, c.join), c.words)
-        << c.text << " " << c.dictionary << c.rules;
-}
-
-TEST_F(ToWords, HoldsWordsOfAnyLength) {
+  for_cases("words.txt", "to words", [this](const Case& c) {
+    EXPECT_EQ(run(c[0], c.yes(1), c.yes(2), c[3] == "blank" ? ' ' : '\0'), c[4]);
+  });
   const std::string huge(300000, 'x');  // longer than a pool's blocks
-  EXPECT_EQ(run(huge + " x", true, true, ' '),
-            (std::vector<std::string>{huge + "@0", "x/X Y/NE@300001"}));
+  EXPECT_EQ(run(huge + " x", true, true, ' '), huge + "@0 x/X Y/NE@300001");
 }
 
 TEST_F(ToWords, RefusesPositionsThatDoNotFit) {
