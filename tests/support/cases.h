@@ -28,6 +28,25 @@ struct Case {
     for (std::string word; in >> word;) words.push_back(word);
     return words;
   }
+  std::vector<double> ratios(std::size_t i) const {  // "0.5 2/3"
+    std::vector<double> ratios;
+    for (const std::string& word : words(i)) {
+      const std::size_t slash = word.find('/');
+      ratios.push_back(std::stod(word));
+      if (slash != word.npos) ratios.back() /= std::stod(word.substr(slash + 1));
+    }
+    return ratios;
+  }
+  std::vector<std::string> parts(std::size_t i, const std::string& separator) const {
+    std::vector<std::string> parts(1);
+    for (std::string rest = cells.at(i);;) {
+      const std::size_t end = rest.find(separator);
+      parts.back() = rest.substr(0, end);
+      if (end == rest.npos) return parts;
+      rest.erase(0, end + separator.size());
+      parts.emplace_back();
+    }
+  }
   std::vector<int> numbers(std::size_t i) const {
     std::vector<int> numbers;
     for (const std::string& word : words(i)) numbers.push_back(std::stoi(word, nullptr, 0));

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "support/cases.h"
 #include "toolkit/progress.h"
 #include "toolkit/train/aligner.h"
 #include "toolkit/train/word_translation.h"
@@ -21,41 +22,16 @@ TEST(Corpus, TakesLinesApartAndRefusesUnequalSides) {
 }
 
 TEST(Symmetrization, Methods) {
-  struct Case {
-    const char* what;
-    std::vector<std::int16_t> forward;   // per target word
-    std::vector<std::int16_t> backward;  // per source word
-    const char* intersect;
-    const char* grow_diag;
-    const char* grow_diag_final_and;
-    const char* all;
-  };
-  const Case cases[] = {
-      {"agreement", {0, 1}, {0, 1}, "0-0 1-1", "0-0 1-1", "0-0 1-1", "0-0 1-1"},
-      {"a neighbour without a link", {0}, {0, 0}, "0-0", "0-0 1-0", "0-0 1-0", "0-0 1-0"},
-      {"a diagonal neighbour", {0, -1}, {0, 1}, "0-0", "0-0 1-1", "0-0 1-1", "0-0 1-1"},
-      {"far, both words free", {0, -1, -1}, {0, -1, 2}, "0-0", "0-0", "0-0 2-2", "0-0 2-2"},
-      {"far, one word taken", {0, -1, 0}, {0, -1}, "0-0", "0-0", "0-0", "0-0 0-2"},
-      {"a neighbour, both words taken",
-       {0, 0},
-       {0, 1},
-       "0-0",
-       "0-0 0-1 1-1",
-       "0-0 0-1 1-1",
-       "0-0 0-1 1-1"},
-      {"no agreement", {1, -1}, {1, -1}, "", "", "0-1 1-0", "0-1 1-0"},
-      {"nothing at all", {-1}, {-1, -1}, "", "", "", ""},
-      {"an empty side", {}, {-1}, "", "", "", ""},
-  };
-  for (const Case& c : cases) {
-    const auto links = [&](Symmetrization method) {
-      return to_text(symmetrize(c.forward, c.backward, method));
-    };
-    EXPECT_EQ(links(Symmetrization::kIntersect), c.intersect) << c.what;
-    EXPECT_EQ(links(Symmetrization::kGrowDiag), c.grow_diag) << c.what;
-    EXPECT_EQ(links(Symmetrization::kGrowDiagFinalAnd), c.grow_diag_final_and) << c.what;
-    EXPECT_EQ(links(Symmetrization::kUnion), c.all) << c.what;
-  }
+  kora_test::for_cases("cases.txt", "symmetrization", [](const kora_test::Case& c) {
+    const std::vector<int> forward = c.numbers(0);
+    const std::vector<int> backward = c.numbers(1);
+    for (std::size_t method = 0; method < 4; ++method) {
+      EXPECT_EQ(to_text(symmetrize(std::vector<std::int16_t>(forward.begin(), forward.end()),
+                                   std::vector<std::int16_t>(backward.begin(), backward.end()),
+                                   static_cast<Symmetrization>(method))),
+                c[2 + method]);
+    }
+  });
 }
 
 TEST(Links, TextThereAndBack) {
@@ -194,18 +170,14 @@ TEST(WordTranslation, ProbabilitiesAndLexicalWeights) {
 }
 
 TEST(Progress, LineOfTheBar) {
-  struct Case {
-    double done;
-    double seconds;
-    const char* text;
-  };
-  const Case cases[] = {
-      {0, 5, "stage                    [------------------------------] 0 %"},
-      {0.5, 75, "stage                    [###############---------------] 50 %  1:15 left"},
-      {1, 61, "stage                    [##############################] 100 %  1:01 taken"},
-      {7, 0, "stage                    [##############################] 100 %  0:00 taken"},
-  };
-  for (const Case& c : cases) EXPECT_EQ(ProgressBar::line("stage", c.done, c.seconds), c.text);
+  const std::string stage = "stage                    [";
+  EXPECT_EQ(ProgressBar::line("stage", 0, 5), stage + std::string(30, '-') + "] 0 %");
+  EXPECT_EQ(ProgressBar::line("stage", 0.5, 75),
+            stage + std::string(15, '#') + std::string(15, '-') + "] 50 %  1:15 left");
+  for (const double done : {1, 7}) {
+    EXPECT_EQ(ProgressBar::line("stage", done, 61),
+              stage + std::string(30, '#') + "] 100 %  1:01 taken");
+  }
 }
 
 }  // namespace

@@ -1,14 +1,12 @@
 #include <gtest/gtest.h>
-#include <unistd.h>
-#include <zlib.h>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 
+#include "support/cases.h"
+#include "support/temp_folder.h"
+#include "toolkit/pack/line_reader.h"
 #include "toolkit/train/ngram_estimator.h"
 #include "toolkit/train/phrase_table.h"
 #include "train/generated_text.h"
@@ -34,46 +32,11 @@ double entry(const NgramModel& model, const NgramText& text, const std::string& 
 
 TEST(NgramEstimator, ProbabilitiesWorkedByHand) {
   const NgramText text = text_of({"a b a", "a b c"});
-  // Too few counts of counts: discounts 0.5, 1, 1.5 in all orders.
-  //
-  // One word: different words before it: a 2 (<s>, b), b 1, c 1, </s> 2, together
-  // 6. The discounts free 1 + 0.5 + 0.5 + 1 = 3 of 6, spread over a, b, c, </s>
-  // and <unk>: 3/6/5 = 0.1 each.
-  const double a = 1.0 / 6 + 0.1;
-  const double b = 0.5 / 6 + 0.1;
-  struct Case {
-    std::size_t order;
-    const char* ngram;
-    double p;
-  };
-  const Case cases[] = {
-      {2, "<unk>", 0.1},
-      {2, "a", a},
-      {2, "b", b},
-      {2, "c", b},
-      {2, "</s>", a},
-      // Two words, the longest: plain counts. <s>: a 2. a: b 2, </s> 1. b: a 1, c 1.
-      {2, "<s> a", (2 - 1.0) / 2 + 1.0 / 2 * a},
-      {2, "a b", (2 - 1.0) / 3 + 1.5 / 3 * b},
-      {2, "a </s>", (1 - 0.5) / 3 + 1.5 / 3 * a},
-      {2, "b a", (1 - 0.5) / 2 + 1.0 / 2 * a},
-      {2, "b c", (1 - 0.5) / 2 + 1.0 / 2 * b},
-      {2, "c </s>", (1 - 0.5) / 1 + 0.5 / 1 * a},
-      // As the middle of a longer model: "a b" has one word before it (<s>), "a </s>"
-      // too (b), so each is half of what follows a; "<s> a" keeps its 2 occurrences.
-      {3, "a b", (1 - 0.5) / 2 + 1.0 / 2 * b},
-      {3, "<s> a", (2 - 1.0) / 2 + 1.0 / 2 * a},
-      {3, "<s> a b", (2 - 1.0) / 2 + 1.0 / 2 * ((1 - 0.5) / 2 + 1.0 / 2 * b)},
-      // Order 1: plain counts of a 3, b 2, c 1, </s> 2; freed 1.5 + 1 + 0.5 + 1 of 8.
-      {1, "a", (3 - 1.5) / 8 + 4.0 / 8 / 5},
-      {1, "<unk>", 4.0 / 8 / 5},
-  };
-  for (const Case& c : cases) {
+  kora_test::for_cases("cases.txt", "ngrams", [&](const kora_test::Case& c) {
     NgramOptions options;
-    options.order = c.order;
-    EXPECT_NEAR(entry(estimate_ngrams(text, options), text, c.ngram), c.p, 1e-6)
-        << c.order << ": " << c.ngram;
-  }
+    options.order = c.size(0);
+    EXPECT_NEAR(entry(estimate_ngrams(text, options), text, c[1]), c.ratios(2).at(0), 1e-6);
+  });
   NgramOptions options;
   options.order = 2;
   const NgramModel model = estimate_ngrams(text, options);
@@ -82,7 +45,7 @@ TEST(NgramEstimator, ProbabilitiesWorkedByHand) {
   EXPECT_EQ(model.level(1).log_probability[begin], -99);
   // Backing off from a (half of its counts were freed) to c.
   const std::vector<WordId> ac{text.words().find("a"), text.words().find("c")};
-  EXPECT_NEAR(model.log10_probability(ac), std::log10(0.5 * b), 1e-6);
+  EXPECT_NEAR(model.log10_probability(ac), std::log10(0.5 * (0.5 / 6 + 0.1)), 1e-6);
 }
 
 // The definitions with maps and sets, nothing shared with the estimator.
@@ -297,30 +260,25 @@ TEST(Arpa, PlainAndCompressedHoldTheSameText) {
   NgramOptions options;
   options.order = 2;
   const NgramModel model = estimate_ngrams(text, options);
-  const std::filesystem::path folder =
-      std::filesystem::path(testing::TempDir()) / ("kora_arpa_" + std::to_string(getpid()));
-  std::filesystem::create_directories(folder);
-  write_arpa(model, folder / "plain.arpa");
-  write_arpa(model, folder / "small.arpa.gz");
-  std::ifstream in(folder / "plain.arpa");
-  std::stringstream plain;
-  plain << in.rdbuf();
-  const gzFile zipped = gzopen((folder / "small.arpa.gz").c_str(), "rb");
-  ASSERT_NE(zipped, nullptr);
-  std::string unzipped(100000, '\0');
-  unzipped.resize(static_cast<std::size_t>(
-      std::max(0, gzread(zipped, unzipped.data(), static_cast<unsigned>(unzipped.size())))));
-  gzclose(zipped);
-  EXPECT_EQ(plain.str(), unzipped);
-  EXPECT_EQ(
-      plain.str().rfind("\\data\\\nngram 1=6\nngram 2=6\n\n\\1-grams:\n-1\t<unk>\n-99\t<s>\t", 0),
-      0U)
-      << plain.str();
-  EXPECT_NE(plain.str().find("\n\\2-grams:\n"), std::string::npos);
-  EXPECT_NE(plain.str().find("\tb c\n"), std::string::npos);
-  EXPECT_TRUE(plain.str().ends_with("\n\n\\end\\\n"));
-  EXPECT_THROW(write_arpa(model, folder / "no" / "folder.arpa"), std::runtime_error);
-  std::filesystem::remove_all(folder);
+  const kora_test::TempFolder folder;
+  const auto written = [&](const std::string& name) {
+    write_arpa(model, folder.path(name));
+    std::string text_of_file;
+    LineReader reader(folder.path(name));
+    for (std::string_view line; reader.next(line);) text_of_file.append(line).append("\n");
+    return text_of_file;
+  };
+  const std::string plain = written("plain.arpa");
+  EXPECT_EQ(plain, kora_test::read_file(folder.path("plain.arpa")));
+  EXPECT_EQ(written("small.arpa.gz"), plain);
+  EXPECT_EQ(kora_test::read_file(folder.path("small.arpa.gz")).substr(0, 2), "\x1F\x8B");
+  EXPECT_TRUE(
+      plain.starts_with("\\data\\\nngram 1=6\nngram 2=6\n\n\\1-grams:\n-1\t<unk>\n-99\t<s>\t"))
+      << plain;
+  EXPECT_NE(plain.find("\n\\2-grams:\n"), std::string::npos);
+  EXPECT_NE(plain.find("\tb c\n"), std::string::npos);
+  EXPECT_TRUE(plain.ends_with("\n\n\\end\\\n"));
+  EXPECT_THROW(write_arpa(model, folder.path("no/folder.arpa")), std::runtime_error);
 }
 
 }  // namespace

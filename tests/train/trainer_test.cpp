@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
+#include "support/cases.h"
 #include "support/temp_folder.h"
-#include "toolkit/atomic_file.h"
 #include "toolkit/model/manifest.h"
 #include "toolkit/train/engine_tuner.h"
 #include "toolkit/train/phrase_file.h"
@@ -24,6 +24,7 @@ namespace {
 
 using namespace koralite;
 using namespace koralite::toolkit;
+using kora_test::message_of;
 using ::testing::HasSubstr;
 
 struct word_pair_t {
@@ -57,15 +58,18 @@ std::pair<std::string, std::string> sentences(std::size_t count) {
 class TrainerTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto [english, chinese] = sentences(300);
-    write_file(m_folder.path("a.en"), english);
-    write_file(m_folder.path("a.zh"), chinese);
-    const auto [dev_english, dev_chinese] = sentences(40);
-    write_file(m_folder.path("dev.en"), dev_english);
-    write_file(m_folder.path("dev.zh"), dev_chinese);
-    write_file(m_folder.path("words"),
-               "我 9\n我们 9\n他们 9\n老师 9\n你 9\n看见 9\n出售 9\n需要 9\n想要 9\n红色 9\n书 9\n"
-               "桌子 9\n水 9\n面包 9\n用 9\n美元 9\n");
+    const auto write = [this](const std::string& name, std::size_t count) {
+      const auto [english, chinese] = sentences(count);
+      m_folder.write(name + ".en", english);
+      m_folder.write(name + ".zh", chinese);
+    };
+    write("a", 300);
+    write("dev", 40);
+    std::string words;
+    for (const char* word : {"我", "我们", "他们", "老师", "你", "看见", "出售", "需要", "想要",
+                             "红色", "书", "桌子", "水", "面包", "用", "美元"})
+      words += std::string(word) + " 9\n";
+    m_folder.write("words", words);
     m_options.direction = *find_direction("en-zh");
     m_options.source = m_folder.path("a.en");
     m_options.target = m_folder.path("a.zh");
@@ -109,6 +113,15 @@ TEST_F(TrainerTest, TrainsAFolderThatTranslates) {
   const train_result_t result = run();
   EXPECT_EQ(result.preparation.kept, 300U);
   EXPECT_GT(result.rounds.size(), 0U);
+  // Every span that a rule translates became a tag word on both sides where both agree.
+  std::uint64_t found = 0;
+  std::uint64_t matched = 0;
+  for (const auto& [tag, count] : result.preparation.tags) {
+    found += count.found;
+    matched += count.matched;
+  }
+  EXPECT_EQ(found, 100U);
+  EXPECT_EQ(matched, 100U);
 
   // A sentence that is not in the text, and an amount that nothing has seen.
   EXPECT_EQ(translate("You want bread."), "你想要面包。");
@@ -119,20 +132,6 @@ TEST_F(TrainerTest, TrainsAFolderThatTranslates) {
   const std::string report = kora_test::read_file(m_options.output + ".html");
   EXPECT_THAT(report, HasSubstr("<td>kept</td><td class=\"n\">300</td>"));
   EXPECT_THAT(report, HasSubstr("<polyline"));
-}
-
-// Every span that a rule translates became a tag word on both sides where both agree.
-TEST_F(TrainerTest, CountsTheSpansThatRulesTranslate) {
-  m_options.rules = std::string(KORA_SOURCE_DIR) + "/data/rules/en-zh.rules";
-  const train_result_t result = run();
-  std::uint64_t found = 0;
-  std::uint64_t matched = 0;
-  for (const auto& [tag, count] : result.preparation.tags) {
-    found += count.found;
-    matched += count.matched;
-  }
-  EXPECT_EQ(found, 100U);
-  EXPECT_EQ(matched, 100U);
 }
 
 TEST_F(TrainerTest, RunsOnlyWhatChanged) {
@@ -148,7 +147,7 @@ TEST_F(TrainerTest, RunsOnlyWhatChanged) {
   EXPECT_EQ(skipped(), 3U);
   std::filesystem::remove(m_options.output + ".work/align.done");  // as a killed run leaves it
   EXPECT_EQ(skipped(), 5U);
-  write_file(m_folder.path("words"), "我们 9\n老师 9\n");
+  m_folder.write("words", "我们 9\n老师 9\n");
   EXPECT_EQ(skipped(), 0U);
 }
 
@@ -181,7 +180,7 @@ TEST_F(TrainerTest, FolderTunerSeesWhatTheDecoderWeighs) {
 TEST_F(TrainerTest, ReversedDirectionLearnsCapitalsAndReadings) {
   std::swap(m_options.source, m_options.target);
   m_options.direction = *find_direction("zh-en");
-  write_file(m_folder.path("readings"), "U+6211\tkMandarin\twǒ\nU+9F98\tkMandarin\tdá\n");
+  m_folder.write("readings", "U+6211\tkMandarin\twǒ\nU+9F98\tkMandarin\tdá\n");
   m_options.readings = m_folder.path("readings");
   run();
   EXPECT_EQ(translate("你想要水。"), "You want water.");
@@ -189,78 +188,50 @@ TEST_F(TrainerTest, ReversedDirectionLearnsCapitalsAndReadings) {
 }
 
 TEST_F(TrainerTest, BadInputSaysWhatIsWrong) {
-  struct case_t {
-    const char* english;
-    const char* chinese;
-    const char* message;
-  };
-  const std::vector<case_t> cases = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"a\nb\n", "一\n", "the source has 2 lines, the target 1"},
       {"", "", "no sentence pair is left"},
       {"\n\n", "一\n二\n", "2 have an empty side"},
       {"same\n", "same\n", "1 are identical"},
       {"\xFF\n", "一\n", "1 are not UTF-8"},
   };
-  for (const case_t& c : cases) {
-    write_file(m_options.source, std::string_view(c.english));
-    write_file(m_options.target, std::string_view(c.chinese));
-    try {
-      run();
-      ADD_FAILURE() << c.message;
-    } catch (const std::runtime_error& error) {
-      EXPECT_THAT(error.what(), HasSubstr(c.message));
-    }
-    EXPECT_FALSE(std::filesystem::exists(m_options.output)) << c.message;
+  for (const auto& [english, chinese, message] : cases) {
+    m_folder.write("a.en", english);
+    m_folder.write("a.zh", chinese);
+    EXPECT_THAT(message_of([&] { run(); }), HasSubstr(message));
+    EXPECT_FALSE(std::filesystem::exists(m_options.output)) << message;
   }
 }
 
 // One pair, or one pair again and again, is little to learn from, but no reason to fail.
 TEST_F(TrainerTest, TinyTextsTrain) {
-  for (const std::size_t copies : {1U, 1000U}) {
+  for (const int copies : {1, 1000}) {
     std::string english;
     std::string chinese;
-    for (std::size_t i = 0; i < copies; ++i) {
+    for (int i = 0; i < copies; ++i) {
       english += "we need water\n";
       chinese += "我们需要水\n";
     }
-    write_file(m_options.source, english);
-    write_file(m_options.target, chinese);
+    m_folder.write("a.en", english);
+    m_folder.write("a.zh", chinese);
     EXPECT_LE(run().preparation.kept, 10U);
     EXPECT_EQ(translate("we need water"), "我们需要水");
   }
 }
 
 TEST(PhraseFile, NumbersTagsByTheirPartners) {
-  struct case_t {
-    const char* source;
-    const char* target;
-    const char* links;
-    const char* expected;  // empty: refused
-  };
-  const std::vector<case_t> cases = {
-      {"a b", "x", "0-0", "x"},
-      {"<n>#0 a <n>#0", "x <n>#0 <n>#0", "1-0 0-2 2-1", "x <n>#1 <n>#0"},
-      {"<n>#0", "<n>#0", "0-0", "<n>#0"},
-      {"<m>#0 <n>#0", "<n>#0 <m>#0", "0-1 1-0", "<n>#0 <m>#0"},
-      {"<n>#0", "<n>#0", "", ""},               // no partner
-      {"<n>#0 a", "<n>#0", "1-0", ""},          // a partner that is no tag word
-      {"<m>#0", "<n>#0", "0-0", ""},            // of another tag
-      {"<n>#0", "<n>#0 <n>#0", "0-0 0-1", ""},  // one partner for two
-      {"<n>#0 <n>#0", "<n>#0", "0-0", ""},      // one is left out
-      {"<n>#0", "x", "0-0", ""},
-  };
-  for (const case_t& c : cases) {
+  kora_test::for_cases("cases.txt", "number tags", [](const kora_test::Case& c) {
     phrase_line_t phrase;
-    phrase.source = split_blanks(c.source);
-    phrase.target = split_blanks(c.target);
-    phrase.links = parse_links(c.links);
+    phrase.source = split_blanks(c[0]);
+    phrase.target = split_blanks(c[1]);
+    phrase.links = parse_links(c[2]);
     std::vector<std::string> target;
     std::string text;
     if (number_tags(phrase, target)) {
       for (const std::string& word : target) text += (text.empty() ? "" : " ") + word;
     }
-    EXPECT_EQ(text, c.expected) << c.source << " ||| " << c.target;
-  }
+    EXPECT_EQ(text, c[3]);
+  });
 }
 
 TEST(PhraseFile, RefusesLinesOfAnotherForm) {
@@ -268,13 +239,11 @@ TEST(PhraseFile, RefusesLinesOfAnotherForm) {
   for (const char* line : {"a ||| b\n", "a ||| b ||| 1 1 1 x |||  ||| 1 1 1 ||| 0 0 0 0 0 0\n",
                            " ||| b ||| 1 1 1 1 ||| 0-0 ||| 1 1 1 ||| 0 0 0 0 0 0\n",
                            "a ||| b ||| 1 1 1 1 ||| 0-0 ||| 1 1 1 ||| 0 0 0 0 0\n"}) {
-    write_file(folder.path("phrases"),
-               "a ||| b ||| 1 1 1 1 ||| 0-0 ||| 1 1 1 ||| 0 0 0 0 0 0\n" + std::string(line));
-    try {
-      read_phrase_file(folder.path("phrases"), [](const phrase_line_t&) {});
-      ADD_FAILURE() << line;
-    } catch (const std::runtime_error& error) {
-      EXPECT_THAT(error.what(), HasSubstr("phrases:2: not a line of a trained phrase table"));
-    }
+    folder.write("phrases",
+                 "a ||| b ||| 1 1 1 1 ||| 0-0 ||| 1 1 1 ||| 0 0 0 0 0 0\n" + std::string(line));
+    EXPECT_THAT(
+        message_of([&] { read_phrase_file(folder.path("phrases"), [](const phrase_line_t&) {}); }),
+        HasSubstr("phrases:2: not a line of a trained phrase table"))
+        << line;
   }
 }

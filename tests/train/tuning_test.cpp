@@ -45,15 +45,16 @@ NbestLists random_lists(std::size_t sentences, std::size_t candidates, std::size
   return lists;
 }
 
+double dot(std::span<const double> weights, const TuneCandidate& c) {
+  return std::inner_product(weights.begin(), weights.end(), c.features.begin(), 0.0);
+}
+
 BleuStats chosen(const NbestLists& lists, const std::vector<double>& weights) {
   BleuStats sum;
   for (const auto& list : lists) {
     if (list.empty()) continue;
     sum += std::max_element(list.begin(), list.end(), [&](const auto& a, const auto& b) {
-             const auto dot = [&](const TuneCandidate& c) {
-               return std::inner_product(weights.begin(), weights.end(), c.features.begin(), 0.0);
-             };
-             return dot(a) < dot(b);
+             return dot(weights, a) < dot(weights, b);
            })->stats;
   }
   return sum;
@@ -147,10 +148,7 @@ class FixedWorld : public NbestProvider {
     for (std::size_t s = 0; s < all_.size(); ++s) {
       std::vector<TuneCandidate> list = all_[s];
       std::stable_sort(list.begin(), list.end(), [&](const auto& a, const auto& b) {
-        const auto dot = [&](const TuneCandidate& c) {
-          return std::inner_product(weights.begin(), weights.end(), c.features.begin(), 0.0);
-        };
-        return dot(a) > dot(b);
+        return dot(weights, a) > dot(weights, b);
       });
       list.resize(std::min(list.size(), best_));
       lists[s] = std::move(list);
