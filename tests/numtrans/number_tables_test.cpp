@@ -2,7 +2,6 @@
 // numbers out and reads them back.
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <random>
 #include <string>
 #include <vector>
@@ -13,35 +12,13 @@
 #include "numtrans/chs_num_generator.h"
 #include "numtrans/eng_num_acceptor.h"
 #include "numtrans/eng_num_generator.h"
+#include "support/cases.h"
 
 namespace koralite::numtrans {
 namespace {
 
-struct Row {
-  int line;
-  std::vector<std::string> cells;
-};
-
-std::vector<Row> read_table(const std::string& name) {
-  std::ifstream in(std::string(KORA_TEST_DATA "/") + name);
-  std::vector<Row> rows;
-  std::string line;
-  for (int number = 1; std::getline(in, line); ++number) {
-    if (line.empty() || line[0] == '#') continue;
-    Row row{number, {}};
-    line += " |";
-    for (std::size_t end; (end = line.find('|')) != std::string::npos; line.erase(0, end + 1)) {
-      std::string cell = line.substr(0, end);
-      cell.erase(0, cell.find_first_not_of(' '));
-      cell.erase(cell.find_last_not_of(' ') + 1);
-      for (std::size_t i = 0; i < cell.size() && cell[i] == '_'; ++i) cell[i] = ' ';
-      row.cells.push_back(cell);
-    }
-    row.cells.resize(5);
-    rows.push_back(row);
-  }
-  return rows;
-}
+using kora_test::Case;
+using kora_test::for_cases;
 
 Number parse_value(const std::string& text) {
   Number number;
@@ -73,52 +50,40 @@ struct Notations {
 
 TEST(NumberTables, AcceptorsReadWhatTheTableSays) {
   const Notations notations;
-  const std::vector<Row> rows = read_table("acceptors.txt");
-  ASSERT_GT(rows.size(), 100U);
-  for (const auto& [line, cells] : rows) {
-    SCOPED_TRACE("acceptors.txt:" + std::to_string(line));
-    const char* cursor = cells[1].c_str();
+  for_cases("acceptors.txt", "", [&](const Case& c) {
+    const char* cursor = c[1].c_str();
     Number number{99, 99, 99};  // to be cleared
-    const bool accepted = notations.in(cells[0][1]).accept(cursor, cells[0].c_str(), number);
-    EXPECT_EQ(accepted, cells[2] != "-");
-    if (!accepted) continue;
-    const Number expected = parse_value(cells[2]);
+    const bool accepted = notations.in(c[0][1]).accept(cursor, c[0].c_str(), number);
+    ASSERT_EQ(accepted, c[2] != "-");
+    if (!accepted) return;
+    const Number expected = parse_value(c[2]);
     EXPECT_EQ(number.numerator, expected.numerator);
     EXPECT_EQ(number.denominator, expected.denominator);
-    EXPECT_EQ(number.length, std::stoi(cells[3]));
-    EXPECT_STREQ(cursor, cells[4].c_str());
-  }
+    EXPECT_EQ(number.length, c.number(3));
+    EXPECT_EQ(cursor, c.cells.size() > 4 ? c[4] : "");
+  });
 }
 
 TEST(NumberTables, GeneratorsWriteWhatTheTableSays) {
   const Notations notations;
-  const std::vector<Row> rows = read_table("generators.txt");
-  ASSERT_GT(rows.size(), 50U);
-  for (const auto& [line, cells] : rows) {
-    SCOPED_TRACE("generators.txt:" + std::to_string(line));
-    Number number = parse_value(cells[1]);
-    number.length = std::stoi(cells[2]);
+  for_cases("generators.txt", "", [&](const Case& c) {
+    Number number = parse_value(c[1]);
+    number.length = c.number(2);
     std::string out;
-    const bool written = notations.out(cells[0][1]).generate(number, cells[0].c_str(), out);
-    ASSERT_EQ(written, cells[3] != "-");
-    EXPECT_EQ(out, written ? cells[3] : "");
-  }
+    const bool written = notations.out(c[0][1]).generate(number, c[0].c_str(), out);
+    EXPECT_EQ(written ? out : "-", c[3]);
+  });
 }
 
 TEST(NumberTables, WritersAppendButForZeroAndSmallOrdinals) {
   const Notations notations;
-  struct Case {
-    const char* category;
-    std::int64_t value;
-    const char* expected;
-  };
-  constexpr Case cases[] = {{"(ai)", 0, "x0"},       {"(ci)", 0, "零"},       {"(ci)", 11, "x十一"},
-                            {"(ei)", 0, "zero"},     {"(ei)", 11, "xeleven"}, {"(eo)", 3, "third"},
-                            {"(eo)", 103, "x103rd"}, {"(cds)", 0, "x零"}};
-  for (const Case& c : cases) {
+  const std::tuple<const char*, std::int64_t, const char*> cases[] = {
+      {"(ai)", 0, "x0"},    {"(ci)", 0, "零"},       {"(ci)", 11, "x十一"},   {"(ei)", 0, "zero"},
+      {"(eo)", 3, "third"}, {"(ei)", 11, "xeleven"}, {"(eo)", 103, "x103rd"}, {"(cds)", 0, "x零"}};
+  for (const auto& [category, value, expected] : cases) {
     std::string out = "x";
-    ASSERT_TRUE(notations.out(c.category[1]).generate({-1, c.value, 1}, c.category, out));
-    EXPECT_EQ(out, c.expected);
+    ASSERT_TRUE(notations.out(category[1]).generate({-1, value, 1}, category, out));
+    EXPECT_EQ(out, expected);
   }
   std::string out = "x";  // a zero before the point is a zero like any other
   ASSERT_TRUE(notations.chinese_out.generate({-1, 5, 10}, "(cf)", out));
@@ -136,19 +101,15 @@ TEST(NumberTables, ArabicWordsAreKnownByTheirBytes) {
 
 TEST(NumberTables, KeywordsAreTheWholeVocabularyInOrder) {
   std::vector<const char*> words = {"to be cleared"};
+  const auto at = [&](const std::vector<std::size_t>& places) {
+    std::string found = std::to_string(words.size());
+    for (const std::size_t place : places) found += std::string(" ") + words.at(place);
+    return found;
+  };
   ChsNumAcceptor().get_keywords(words);
-  ASSERT_EQ(words.size(), 18U);
-  EXPECT_STREQ(words[0], "点");
-  EXPECT_STREQ(words[1], "两");
-  EXPECT_STREQ(words[2], "十");
-  EXPECT_STREQ(words.back(), "九");
+  EXPECT_EQ(at({0, 1, 2, 17}), "18 点 两 十 九");
   EngNumAcceptor().get_keywords(words);
-  ASSERT_EQ(words.size(), 214U);
-  EXPECT_STREQ(words[5], "hundredth");
-  EXPECT_STREQ(words[6], "zero");
-  EXPECT_STREQ(words[106], "thousand");
-  EXPECT_STREQ(words[110], "zeroth");
-  EXPECT_STREQ(words.back(), "trillionth");
+  EXPECT_EQ(at({5, 6, 106, 110, 213}), "214 hundredth zero thousand zeroth trillionth");
 }
 
 // Reads a whole text back; false when anything is left over.
@@ -177,18 +138,15 @@ TEST(NumberTables, WhatIsWrittenIsReadBack) {
     const std::int64_t rest = value % trillion;
     const bool english = value < trillion || (rest == 0 && trillions < 1000);
     const bool chinese = trillions == 0 || trillions % 100000 != 0;
-    struct Way {
-      const char* category;
-      bool readable;
-    };
-    for (const Way way : {Way{"(ai)", true}, Way{"(ads)", true}, Way{"(ao)", true},
-                          Way{"(cds)", true}, Way{"(ci)", chinese}, Way{"(eds)", true},
-                          Way{"(ei)", english}, Way{"(eo)", value < 100}}) {
+    const std::pair<const char*, bool> ways[] = {
+        {"(ai)", true},    {"(ads)", true}, {"(ao)", true},    {"(cds)", true},
+        {"(ci)", chinese}, {"(eds)", true}, {"(ei)", english}, {"(eo)", value < 100}};
+    for (const auto& [category, readable] : ways) {
       std::string text;
-      ASSERT_TRUE(notations.out(way.category[1]).generate(number, way.category, text));
+      ASSERT_TRUE(notations.out(category[1]).generate(number, category, text));
       Number back;
-      const bool read = read_back(notations.in(way.category[1]), way.category, text, back);
-      ASSERT_EQ(read && back.numerator == value, way.readable) << way.category << ' ' << text;
+      const bool read = read_back(notations.in(category[1]), category, text, back);
+      ASSERT_EQ(read && back.numerator == value, readable) << category << ' ' << text;
     }
   }
 }
