@@ -11,6 +11,7 @@
 #include "common/string_hash_map.h"
 #include "common/string_index.h"
 #include "common/string_pool.h"
+#include "support/cases.h"
 #include "support/temp_folder.h"
 
 using kora_test::le;
@@ -142,59 +143,26 @@ TEST(StringIndex, StringsEndAtTheirFirstZeroByte) {
 
 TEST(StringIndex, FilesOfEveryShape) {
   const TempFolder folder;
-  const auto file = [](std::uint64_t entries, std::uint64_t key_bytes, std::vector<int> ids,
-                       const std::string& keys) {
-    std::string bytes = le(entries, 8) + le(key_bytes, 8);
-    for (const int id : ids) bytes += le(static_cast<std::uint32_t>(id), 4);
-    return bytes + keys;
+  const auto load = [&](StringIndex& index, const std::string& bytes) {
+    return message_of([&] { index.load(folder.write("index", bytes)); });
   };
-  const auto keys = [](const char* text) {  // '|' stands for a zero byte
-    std::string bytes(text);
-    for (char& c : bytes) c = c == '|' ? '\0' : c;
-    return bytes;
-  };
-  constexpr std::uint64_t kTwo63 = std::uint64_t{1} << 63;
-  struct case_t {
-    const char* name;
-    std::string bytes;
-    const char* listing;  // "text=id ..." in order, or null: damaged
-  };
-  const case_t cases[] = {
-      {"empty index", file(0, 0, {}, ""), ""},
-      {"sorted", file(3, 5, {7, -1, 7}, keys("|a|b|")), "=7 a=-1 b=7 "},
-      {"unsorted", file(3, 6, {1, 2, 3}, keys("b|a|c|")), "a=2 b=1 c=3 "},
-      {"bytes behind the keys", file(1, 2, {5}, keys("a|junk")), "a=5 "},
-      {"more strings than entries", file(1, 4, {5}, keys("a|b|")), "a=5 "},
-      {"empty file", "", nullptr},
-      {"half a head", std::string(15, '\0'), nullptr},
-      {"too few ids", file(2, 4, {1}, ""), nullptr},
-      {"too few key bytes", file(2, 5, {1, 2}, keys("a|b|")), nullptr},
-      {"fewer strings than entries", file(3, 4, {1, 2, 3}, keys("a|b|")), nullptr},
-      {"no last zero byte", file(2, 4, {1, 2}, keys("a|bb")), nullptr},
-      {"keys without entries and zero byte", file(0, 2, {}, keys("ab")), nullptr},
-      {"equal strings", file(2, 4, {1, 2}, keys("a|a|")), nullptr},
-      {"equal strings apart", file(3, 6, {1, 2, 3}, keys("b|a|b|")), nullptr},
-      {"entries times four wraps", file(kTwo63 / 2 + 1, 2, {1}, keys("a|")), nullptr},
-      {"entries beyond all", file(~std::uint64_t{0}, 2, {1}, keys("a|")), nullptr},
-      {"key bytes beyond all", file(1, ~std::uint64_t{0}, {1}, keys("a|")), nullptr},
-  };
-  for (const case_t& c : cases) {
+  kora_test::for_cases("cases.txt", "string index files", [&](const kora_test::Case& c) {
+    std::string bytes = le(c.size(1), 8) + le(c.size(2), 8);
+    for (const int id : c.numbers(3)) bytes += le(static_cast<std::uint32_t>(id), 4);
+    for (const char byte : c[4]) bytes += byte == '|' ? '\0' : byte;
     StringIndex index;
-    const std::string path = folder.write("index", c.bytes);
-    const std::string error = message_of([&] { index.load(path); });
-    EXPECT_EQ(error, c.listing ? "" : kDamaged) << c.name;
-    std::string listing;
-    for (const auto& node : index.nodes()) {
-      listing += std::string(node.text) + "=" + std::to_string(node.id) + " ";
-    }
-    EXPECT_EQ(listing, c.listing ? c.listing : "") << c.name;
-  }
+    EXPECT_EQ(load(index, bytes), c[5] == "damaged" ? kDamaged : "");
+    std::vector<std::string> listing;
+    for (const auto& node : index.nodes())
+      listing.push_back(std::string(node.text) + "=" + std::to_string(node.id));
+    EXPECT_EQ(listing, c[5] == "damaged" ? std::vector<std::string>() : c.words(5));
+  });
   // A file cut anywhere before its last key byte is damaged.
-  const std::string whole = file(3, 9, {1, 2, 3}, keys("ab|cd|ef|"));
-  for (std::size_t size = 0; size < whole.size(); ++size) {
+  const std::string whole =
+      le(3, 8) + le(9, 8) + le(1, 4) + le(2, 4) + le(3, 4) + std::string("ab\0cd\0ef\0", 9);
+  for (std::size_t size = 0; size <= whole.size(); ++size) {
     StringIndex index;
-    folder.write("index", whole.substr(0, size));
-    EXPECT_EQ(message_of([&] { index.load(folder.path("index")); }), kDamaged) << size;
+    EXPECT_EQ(load(index, whole.substr(0, size)), size < whole.size() ? kDamaged : "") << size;
   }
 }
 

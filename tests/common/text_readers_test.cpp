@@ -10,9 +10,12 @@
 #include "common/pack_free_input.h"
 #include "common/pick_conf.h"
 #include "common/text_io.h"
+#include "support/cases.h"
 #include "support/temp_folder.h"
 
 using namespace koralite::common;
+using kora_test::Case;
+using kora_test::for_cases;
 using kora_test::message_of;
 using kora_test::TempFolder;
 
@@ -27,90 +30,47 @@ struct Stream {
 
 TEST(KoraFgets, LinesAndOverflow) {
   const TempFolder folder;
-  const std::string overflow = "<overflow>";
-  struct case_t {
-    std::string file;
-    Lines lines;
-  };
-  const case_t cases[] = {
-      {"", {}},
-      {"ab\n\nabc", {"ab", "", "abc"}},
-      {"123456\n", {"123456"}},
-      {"123456", {"123456"}},
-      {"1234567\n", {overflow}},
-      {"1234567", {overflow}},
-      {"abcdefghij\n", {overflow}},
-      {"ab\r\n", {"ab\r"}},
-      {std::string("\0ab\n", 4), {overflow}},
-      {std::string("a\0b\nc\n", 6), {overflow}},
-      {std::string("a\0b", 3), {"a"}},
-  };
-  for (const case_t& c : cases) {
-    const Stream stream(folder.write("file", c.file));
-    Lines found;
+  for_cases("cases.txt", "kora_fgets", [&](const Case& c) {
+    const Stream stream(folder.write("file", c[0]));
+    Lines found = {c[0]};
     char buffer[8];
     const std::string error = message_of([&] {
       while (char* line = kora_fgets(buffer, 8, stream.file.get())) found.emplace_back(line);
     });
     if (!error.empty()) {
       EXPECT_EQ(error, "input line length overflow in kora_fgets()");
-      found.push_back(overflow);
+      found.push_back("<overflow>");
     }
-    EXPECT_EQ(found, c.lines) << c.file;
-  }
+    EXPECT_EQ(found, c.cells);
+  });
 }
 
 TEST(SplitString, ArrayForm) {
-  struct case_t {
-    std::string text;
-    int limit;
-    Lines fields;
-    std::string after;  // the text afterwards, '|' for a zero byte
-  };
-  const case_t cases[] = {
-      {",a,,b,", 9, {"a", "b"}, "|a||b|"},
-      {",a,,b,", 1, {"a"}, "|a|,b,"},
-      {"a,b", 2, {"a", "b"}, "a|b"},
-      {"a,b", 1, {"a"}, "a|b"},
-      {"a,b,c", 2, {"a", "b"}, "a|b|c"},
-      {"", 3, {}, ""},
-      {",,,", 3, {}, "|||"},
-      {"a,b", 0, {}, "a,b"},
-      {"a,b", -1, {}, "a,b"},
-      {"a", 1, {"a"}, "a"},
-  };
-  for (const case_t& c : cases) {
-    std::string text = c.text;
+  for_cases("cases.txt", "split array", [](const Case& c) {
+    std::string text = c[0];
     const char* fields[9];
-    const int count = split_string(text.data(), fields, c.limit, ',');
-    EXPECT_EQ(Lines(fields, fields + count), c.fields) << c.text;
-    for (char& byte : text) byte = byte == '\0' ? '|' : byte;
-    EXPECT_EQ(text, c.after) << c.text;
-  }
+    const int count = split_string(text.data(), fields, c.number(1), ',');
+    EXPECT_EQ(Lines(fields, fields + count), Lines(c.cells.begin() + 3, c.cells.end()));
+    for (char& byte : text) byte = byte == '\0' ? '~' : byte;
+    EXPECT_EQ(text, c[2]);
+  });
 }
 
 TEST(SplitString, ListForms) {
-  const std::tuple<const char*, const char*, Lines> cases[] = {
-      {",a,,b,", ",", {"a", "b"}},
-      {"", ",", {}},
-      {"a ||| b ||| c", " ||| ", {"a", "b", "c"}},
-      {"||||a|||", "|||", {"|a"}},
-      {"aaa", "aa", {"a"}},
-      {"abc", "", {}},
-      {"abc", nullptr, {}},
-      {"abc", "abcd", {"abc"}},
-  };
-  for (const auto& [given, separator, wanted] : cases) {
-    std::string text = given;
-    std::vector<char*> fields = {text.data()};
-    split_string(text.data(), fields, separator);
-    EXPECT_EQ(Lines(fields.begin(), fields.end()), wanted) << given;
-    if (separator && std::string(separator).size() == 1) {
-      text = given;
-      split_string(text.data(), fields, *separator);
-      EXPECT_EQ(Lines(fields.begin(), fields.end()), wanted) << given;
-    }
-  }
+  std::string text = "abc";
+  std::vector<char*> fields = {text.data()};
+  split_string(text.data(), fields, static_cast<const char*>(nullptr));
+  EXPECT_TRUE(fields.empty());
+  for_cases("cases.txt", "split list", [&](const Case& c) {
+    const Lines wanted(c.cells.begin() + 2, c.cells.end());
+    text = c[0];
+    split_string(text.data(), fields, c[1].c_str());
+    EXPECT_EQ(Lines(fields.begin(), fields.end()), wanted);
+    if (c[1].size() != 1) return;
+    text = c[0];
+    split_string(text.data(), fields, c[1][0]);
+    EXPECT_EQ(Lines(fields.begin(), fields.end()), wanted);
+  });
 }
 
 TEST(PackFreeInput, ReadsAcrossBufferBoundsAndStopsAtTheEnd) {
@@ -145,19 +105,11 @@ TEST(PackFreeInput, ReadsAcrossBufferBoundsAndStopsAtTheEnd) {
 
 TEST(PickConf, LinesOfAFile) {
   const TempFolder folder;
-  const std::pair<std::string, Lines> cases[] = {
-      {"", {}},
-      {"\n", {""}},
-      {"[a]", {"[a]"}},
-      {"[a]\n", {"[a]"}},
-      {"[a]\r\n \n\nx", {"[a]\r", " ", "", "x"}},
-      {std::string("a\0b\n", 4), {std::string("a\0b", 3)}},
-  };
-  for (const auto& [file, wanted] : cases) {
+  for_cases("cases.txt", "configuration lines", [&](const Case& c) {
     Lines lines = {"old"};
-    PickConf(folder.write("file", file), lines);
-    EXPECT_EQ(lines, wanted) << file;
-  }
+    PickConf(folder.write("file", c[0]), lines);
+    EXPECT_EQ(lines, Lines(c.cells.begin() + 1, c.cells.end()));
+  });
   for (const std::string& bad : {folder.path("missing"), folder.path()}) {
     Lines lines = {"old"};
     EXPECT_EQ(message_of([&] { PickConf(bad, lines); }),
@@ -167,32 +119,15 @@ TEST(PickConf, LinesOfAFile) {
 }
 
 TEST(FindConf, SingleAndListLookups) {
-  struct case_t {
-    Lines lines;
-    bool single;
-    std::string value;
-    Lines list;
-  };
-  const case_t cases[] = {
-      {{}, false, "", {}},
-      {{"[k]"}, false, "", {}},
-      {{"[k]", "v"}, true, "v", {"v"}},
-      {{"[k]", "", "v"}, true, "", {}},
-      {{"[k]", "v", "[k]", "w", "", "x"}, true, "v", {"v", "[k]", "w"}},
-      {{"[k]", "", "[k]", "w"}, true, "", {}},
-      {{"x", "[k]", "[other]", "v"}, true, "[other]", {"[other]", "v"}},
-      {{"[k]\r", "v"}, false, "", {}},
-      {{" [k]", "v"}, false, "", {}},
-  };
-  for (std::size_t i = 0; i < std::size(cases); ++i) {
-    const case_t& c = cases[i];
+  for_cases("cases.txt", "find_conf", [](const Case& c) {
+    const Lines lines(c.cells.begin() + 3, c.cells.end());
     std::string value;
     Lines list = {"old"};
-    EXPECT_EQ(find_conf(c.lines, "[k]", value), c.single) << i;
-    EXPECT_EQ(value, c.value) << i;
-    EXPECT_EQ(find_conf(c.lines, "[k]", list), !c.list.empty()) << i;
-    EXPECT_EQ(list, c.list) << i;
-  }
+    EXPECT_EQ(find_conf(lines, "[k]", value), c.yes(0));
+    EXPECT_EQ(value, c[1]);
+    EXPECT_EQ(find_conf(lines, "[k]", list), !c[2].empty());
+    EXPECT_EQ(list, c[2].empty() ? Lines() : c.parts(2, " // "));
+  });
 }
 
 TEST(LogWriter, OneInstanceWritesWholeLines) {

@@ -8,8 +8,11 @@
 #include <vector>
 
 #include "decoder/compact_lm_model.h"
+#include "support/cases.h"
 #include "support/temp_folder.h"
 
+using kora_test::Case;
+using kora_test::for_cases;
 using kora_test::le;
 using kora_test::message_of;
 using kora_test::TempFolder;
@@ -59,28 +62,9 @@ TEST(CompactLmModel, ScoresByHand) {
   const TempFolder folder;
   const std::string path = folder.write("lm", File().bytes());
   CompactLmModel model(path, 3);
-  const std::pair<std::vector<int>, float> cases[] = {
-      {{0}, -1.0F},
-      {{4}, -5.0F},
-      {{5}, -100.0F},
-      {{-1}, -100.0F},
-      {{65536}, -100.0F},
-      {{0, 1}, -0.5F},
-      {{2, 0, 1}, -0.25F},
-      {{1, 0, 1}, -0.5F},      // "1 0" is no entry, so nothing is added
-      {{1, 2}, -3.0F + 0.5F},  // the step counts for nothing
-      {{0, 1, 2}, -0.1F},
-      {{2, 0, 1, 2}, -0.1F + (0.0F / 1000 - 1.0F)},  // after "2 0 1"
-      {{3, 1, 2}, -3.0F + 0.5F},
-      {{0, 0, 2}, -3.0F + (0.5F - 1.0F)},
-      {{1, 3}, -0.7F},
-      {{1, 4}, -0.7F},
-      {{65536, 1}, -2.0F},
-      {{65536, 0, 1}, -0.5F},
-  };
-  for (const auto& [ids, score] : cases) {
-    EXPECT_EQ(model.compute_ngram_score(ids), score) << testing::PrintToString(ids);
-  }
+  for_cases("cases.txt", "language model scores", [&](const Case& c) {
+    EXPECT_FLOAT_EQ(model.compute_ngram_score(c.numbers(0)), static_cast<float>(c.ratios(1).at(0)));
+  });
   EXPECT_EQ(model.max_probability(2), -0.1F);
   EXPECT_EQ(model.max_probability(5), -100.0F);
   EXPECT_EQ(model.max_back_off(1), 1.0F);
@@ -122,42 +106,9 @@ TEST(CompactLmModel, PhraseAndJointScoresHaveTheirWindows) {
 
 TEST(CompactLmModel, RefusesDamageWhenOpening) {
   const TempFolder folder;
-  const char* const file = "damaged file in PackedLM";
-  const char* const tree = "damaged tree in PackedLM";
   const std::string good = File().bytes();
-  const std::size_t after = File().heads.size() + 4;  // the tree count
-  const std::size_t first = after + 4 + 4 * 4;        // the first tree
-  struct case_t {
-    const char* what;
-    std::size_t at;
-    std::string bytes;
-    const char* message;
-  };
-  const case_t cases[] = {
-      {"as it was", 0, "", ""},
-      {"no heads", 0, le(0, 2), "Invalidate head size in language model"},
-      {"heads beyond the file", 0, le(65535, 2), file},
-      {"negative tree count", after, le(0x80000000, 4), file},
-      {"tree count beyond the file", after, le(0x40000000, 4), file},
-      {"positions that descend", after + 8, le(3, 4), file},
-      {"a position past the end", after + 16, le(good.size() + 1, 4), file},
-      {"a tree past the end", after + 12, le(good.size() - 3, 4) + le(good.size() - 3, 4), file},
-      {"equal positions", after + 8, le(first, 4), ""},
-      {"node count beyond the file", first, le(0x7FFFFFFF, 4), file},
-      {"node count a little too large", first, le(9, 4), tree},
-      {"link beyond the tree", first + 6, le(3, 2), tree},
-      {"link 0", first + 6, le(0, 2), ""},
-      {"a link backwards, a cycle", first + 14, le(2, 2), ""},
-      {"header without children", first + 20 + 6, le(0, 2), tree},
-      {"more children than nodes", first + 20 + 6, le(4, 2), tree},
-      {"a header for the last node", first + 12, le(65535, 2), tree},
-      {"keys out of order", first + 20 + 12, le(4, 2), ""},
-      {"a tree index beyond the trees", 2 + 6, le(3, 2), ""},
-  };
-  for (const case_t& test : cases) {
-    std::string bytes = good;
-    bytes.replace(test.at, test.bytes.size(), test.bytes);
-    const std::string path = folder.write("lm", bytes);
+  for_cases("cases.txt", "damaged language models", [&](const Case& c) {
+    const std::string path = folder.write("lm", kora_test::damaged(good, c[1]));
     EXPECT_EQ(message_of([&] {
                 const CompactLmModel model(path, 8);
                 for (int a = -1; a < 7; ++a) {
@@ -169,16 +120,15 @@ TEST(CompactLmModel, RefusesDamageWhenOpening) {
                   }
                 }
               }),
-              test.message)
-        << test.what;
+              c[2]);
     // Without resident trees the same damage shows when a sentence asks for the tree.
-    if (test.message != tree) continue;
+    if (c[2] != "damaged tree in PackedLM") return;
     CompactLmModel model(path, 8, 0);
-    EXPECT_EQ(message_of([&] { model.add_to_cache(std::set<int>{0, 1, 2, 3}); }), test.message);
-    EXPECT_EQ(model.GetTree(3).count, 0U) << test.what;
+    EXPECT_EQ(message_of([&] { model.add_to_cache(std::set<int>{0, 1, 2, 3}); }), c[2]);
+    EXPECT_EQ(model.GetTree(3).count, 0U);
     model.add_to_cache(std::set<int>{3});
-    EXPECT_EQ(model.GetTree(3).count, 1U) << test.what;
-  }
+    EXPECT_EQ(model.GetTree(3).count, 1U);
+  });
   for (std::size_t size = 0; size < good.size(); ++size) {
     const std::string path = folder.write("cut", good.substr(0, size));
     EXPECT_NE(message_of([&] { CompactLmModel(path, 3); }), "") << size;

@@ -2,11 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdint>
-#include <limits>
 #include <sstream>
 #include <string>
 
+#include "support/cases.h"
 #include "support/temp_folder.h"
 
 using kora_test::message_of;
@@ -50,39 +49,10 @@ TEST(Parameter, DefaultsAndEveryKey) {
 
 TEST(Parameter, ValuesAndTheirChecks) {
   const TempFolder folder;
-  const std::string stack = "illegal stack limit in Parameter::initialize()";
-  const std::string option = "illegal translation limit in Parameter::initialize()";
-  const std::string ngram = "ngram order overflow in Parameter::initialize()";
-  const std::string beam = "illegal beam threshold in Parameter::initialize()";
-  const std::pair<const char*, std::string> cases[] = {
-      {"[stack]\n2147483647", ""},
-      {"[stack]\n2147483648", stack},  // cut to 32 bits it is negative
-      {"[stack]\n0", stack},
-      {"[stack]\nabc", stack},
-      {"[stack]\n", stack},
-      {"[stack]\n5\n[stack]\n0", ""},
-      {"[option]\n1", ""},
-      {"[option]\n-1", option},
-      {"[distort]\n-2147483648", ""},
-      {"[ngram]\n1", ""},
-      {"[ngram]\n8", ""},
-      {"[ngram]\n9", ngram},
-      {"[ngram]\n0", ngram},
-      {"[beam]\n1e-40", ""},
-      {"[beam]\n1e-60", beam},
-      {"[beam]\n0", beam},
-      {"[beam]\n-1", beam},
-      {"[beam]\nnan", beam},
-      {"[stack]\n0\n[ngram]\n9", stack},  // the order of the keys decides, not that of the lines
-      {"[ngram]\n9\n[stack]\n0", stack},
-      {"[compress]\n1", "can't find compressed vocablulary file in Parameter::initialize()"},
-      {"[compress]\n1\n[compress-vocab]\nq", ""},
-      {"[compress]\ntrue", ""},
-  };
-  for (const auto& [lines, message] : cases) {
-    const std::string path = folder.write("file", std::string(lines) + "\n" + kPaths);
-    EXPECT_EQ(message_of([&] { Parameter p(path.c_str()); }), message) << lines;
-  }
+  kora_test::for_cases("cases.txt", "parameters", [&](const kora_test::Case& c) {
+    const std::string path = folder.write("file", c[0] + "\n" + kPaths);
+    EXPECT_EQ(message_of([&] { Parameter p(path.c_str()); }), c[1]);
+  });
 }
 
 TEST(Parameter, NeededFilesAndTheFileItself) {

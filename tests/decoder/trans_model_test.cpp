@@ -14,22 +14,20 @@
 #include "decoder/compressor.h"
 #include "decoder/quantifier.h"
 #include "decoder/target_data.h"
+#include "support/cases.h"
 #include "support/temp_folder.h"
 
+using kora_test::Case;
+using kora_test::for_cases;
 using kora_test::le;
 using kora_test::message_of;
 using kora_test::TempFolder;
 using koralite::common::ByteReader;
-using koralite::decoder::CompactTransModel;
-using koralite::decoder::Compressor;
-using koralite::decoder::Quantifier;
-using koralite::decoder::target_entry_t;
-using koralite::decoder::TargetData;
+using namespace koralite::decoder;
 
 namespace {
 
 const char* const kLoad = "can't load target data in TargetData::load()";
-const char* const kNodes = "damaged nodes file in CompactTransModel";
 
 std::span<const unsigned char> bytes_of(const std::string& text) {
   return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
@@ -64,11 +62,7 @@ TEST(Compressor, ReorderingTable) {
 
 TEST(Compressor, ReducesCountsToAnIndex) {
   const std::int64_t huge = std::numeric_limits<std::int64_t>::max();
-  struct case_t {
-    std::int64_t a, b, c;
-    int index;
-  };
-  const case_t cases[] = {
+  const std::tuple<std::int64_t, std::int64_t, std::int64_t, int> cases[] = {
       {0, 0, 0, 0},      {5, 5, 5, 215},  {1, 2, 3, 36 + 12 + 3},     {6, 0, 0, 180},
       {6, 1, 5, 184},    {10, 4, 2, 193}, {100, 19, 20, 180 + 0 + 1}, {huge, huge, 0, 210},
       {0, 7, 7, 30 + 5}, {0, 0, huge, 5},
@@ -255,8 +249,8 @@ std::string open_and_search(const TempFolder& folder, const Files& files,
     for (std::size_t i = 0; i < sentence.size(); ++i) {
       for (std::size_t k = 0; k < 8; ++k) {
         if (table[i][k].empty()) continue;
-        found += std::to_string(i) + std::to_string(k) +
-                 std::string(table[i][k].bytes().begin(), table[i][k].bytes().end()) + " ";
+        found += (found.empty() ? "" : " ") + std::to_string(i) + std::to_string(k) +
+                 std::string(table[i][k].bytes().begin(), table[i][k].bytes().end());
       }
     }
   });
@@ -265,23 +259,9 @@ std::string open_and_search(const TempFolder& folder, const Files& files,
 
 TEST(CompactTransModel, WalksTheTrie) {
   const TempFolder folder;
-  const std::pair<std::vector<int>, const char*> cases[] = {
-      {{0, 1, 7, 2, 9}, "00a 12c 13b "},
-      {{1, 5}, "01b "},
-      {{1, 5, 5}, "01b "},
-      {{1, 7}, ""},
-      {{1, 6}, ""},
-      {{1, 7, 2, 9, 9}, "02c 03b "},
-      {{2, 3, -1, 70000}, ""},
-      {{1, 65535}, ""},
-      {{1, 65536 + 5}, ""},
-      {{1, -1}, ""},
-      {{}, ""},
-  };
-  for (const auto& [sentence, found] : cases) {
-    EXPECT_EQ(open_and_search(folder, Files(), sentence), found)
-        << testing::PrintToString(sentence);
-  }
+  for_cases("cases.txt", "phrases found", [&](const Case& c) {
+    EXPECT_EQ(open_and_search(folder, Files(), c.numbers(0)), c[1]);
+  });
   const CompactTransModel model(folder.path("t"));
   EXPECT_EQ(model.head_count(), 3U);
   EXPECT_EQ(model.trailing_count(), 77U);
@@ -298,12 +278,7 @@ TEST(CompactTransModel, WalksTheTrie) {
   EXPECT_EQ(message_of([&] { model.search_all(ids, all); }), refused);
   EXPECT_EQ(message_of([&] { model.TrieFind(ids); }), refused);
   EXPECT_EQ(message_of([&] { model.TrieSearch(ids); }), refused);
-}
-
-TEST(CompactTransModel, CellsKeepNothingOfTheSentenceBefore) {
-  const TempFolder folder;
-  open_and_search(folder, Files());
-  const CompactTransModel model(folder.path("t"));
+  // Cells keep nothing of the sentence before.
   CompactTransModel::target_table_t table;
   model.search_sentence(std::vector<int>{0, 1, 5}, table);
   EXPECT_FALSE(table[0][0].empty());
@@ -313,51 +288,12 @@ TEST(CompactTransModel, CellsKeepNothingOfTheSentenceBefore) {
 
 TEST(CompactTransModel, NeverFollowsDamage) {
   const TempFolder folder;
-  const char* const head = "failed to read file in CompactTransModel";
-  struct case_t {
-    const char* what;
-    void (*damage)(Files&);
-    const char* result;
-  };
-  const case_t cases[] = {
-      {"empty head", [](Files& f) { f.head.clear(); }, head},
-      {"head count cut", [](Files& f) { f.head.resize(7); }, head},
-      {"no trailing count", [](Files& f) { f.head.resize(f.head.size() - 8); }, head},
-      {"trailing count cut", [](Files& f) { f.head.pop_back(); }, head},
-      {"head count beyond the file", [](Files& f) { f.head.replace(0, 8, le(5, 8)); }, head},
-      {"head count that overflows", [](Files& f) { f.head.replace(0, 8, le(1ULL << 61U, 8)); },
-       head},
-      {"high half set", [](Files& f) { f.head[4] = 1; }, head},
-      {"no words", [](Files& f) { f.head = le(0, 8) + le(0, 8); }, ""},
-      {"group past the end", [](Files& f) { f.head.replace(20, 4, le(6, 4)); }, kNodes},
-      {"group far past the end", [](Files& f) { f.head.replace(20, 4, le(0xFFFFFFFE, 4)); },
-       kNodes},
-      {"no children", [](Files& f) { f.nodes.replace(12, 4, le(0, 4)); }, kNodes},
-      {"negative children", [](Files& f) { f.nodes.replace(12, 4, le(0x80000000, 4)); }, kNodes},
-      {"children past the end", [](Files& f) { f.nodes.replace(12, 4, le(5, 4)); }, kNodes},
-      {"65536 children", [](Files& f) { f.nodes.replace(12, 4, le(65536, 4)); }, kNodes},
-      {"nodes cut in a record", [](Files& f) { f.nodes.pop_back(); }, kNodes},
-      {"no nodes", [](Files& f) { f.nodes.clear(); }, kNodes},
-      {"link 0", [](Files& f) { f.nodes.replace(32, 4, le(0, 4)); }, kNodes},
-      {"link past the end", [](Files& f) { f.nodes.replace(32, 4, le(6, 4)); }, kNodes},
-      {"the smallest link", [](Files& f) { f.nodes.replace(32, 4, le(0x80000000, 4)); }, kNodes},
-      {"a cycle", [](Files& f) { f.nodes.replace(42, 4, le(0xFFFFFFFC, 4)); }, "00a 12c "},
-      {"a link to its own group", [](Files& f) { f.nodes.replace(32, 4, le(1, 4)); }, "00a "},
-      {"keys out of order", [](Files& f) { std::swap(f.nodes[20], f.nodes[30]); }, "00a 11b "},
-      {"offset past the data", [](Files& f) { f.nodes.replace(46, 4, le(16, 4)); }, kLoad},
-      {"offset far past the data", [](Files& f) { f.nodes.replace(46, 4, le(0xFFFFFFF0, 4)); },
-       kLoad},
-      {"length cut", [](Files& f) { f.data.resize(13); }, kLoad},
-      {"block cut", [](Files& f) { f.data.pop_back(); }, kLoad},
-      {"length past the data", [](Files& f) { f.data.replace(10, 4, le(0xFFFFFFFF, 4)); }, kLoad},
-      {"an empty block", [](Files& f) { f.data.replace(0, 4, le(0, 4)); }, "12c 13b "},
-      {"no data", [](Files& f) { f.data.clear(); }, kLoad},
-  };
-  for (const case_t& test : cases) {
+  for_cases("cases.txt", "damaged phrase tables", [&](const Case& c) {
     Files files;
-    test.damage(files);
-    EXPECT_EQ(open_and_search(folder, files), test.result) << test.what;
-  }
+    std::string& file = c[1] == "head" ? files.head : c[1] == "nodes" ? files.nodes : files.data;
+    file = kora_test::damaged(file, c[2]);
+    EXPECT_EQ(open_and_search(folder, files), c[3]);
+  });
   const std::pair<const char*, const char*> missing[] = {
       {"t.data", "failed to open data file in CompactTransModel"},
       {"t.nodes", "failed to open nodes file in CompactTransModel"},

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "common/string_index.h"
+#include "support/cases.h"
 #include "support/temp_folder.h"
 
 using kora_test::message_of;
@@ -17,15 +18,8 @@ using koralite::decoder::Vocab;
 namespace {
 
 TEST(Vocab, TagWords) {
-  const std::pair<std::string, bool> cases[] = {
-      {"<per>#5", true},   {"<per>#0", true},   {"<per>#7", true},
-      {"<per>#8", false},  {"<per>#", false},   {"<>#1", false},
-      {"per>#1", false},   {"<per>#12", false}, {"<per#1", false},
-      {"<a b>#3", true},   {"<a>b>#3", false},  {"<<>#3", true},
-      {"<>>#3", false},    {"<", false},        {"", false},
-      {"<per> #1", false}, {"<per>#/", false},  {"<\xE5\x90\x8D>#1", true},
-  };
-  for (const auto& [word, wanted] : cases) EXPECT_EQ(Vocab::is_ne(word), wanted) << word;
+  kora_test::for_cases("cases.txt", "tag words",
+                       [](const kora_test::Case& c) { EXPECT_EQ(Vocab::is_ne(c[0]), c.yes(1)); });
 }
 
 TEST(Vocab, EncodesWordsFrom256AndTagsInGroups) {
@@ -52,15 +46,11 @@ TEST(Vocab, EncodesWordsFrom256AndTagsInGroups) {
 }
 
 TEST(Vocab, EntityInformation) {
-  const std::tuple<int, int, int, bool> cases[] = {
-      {0, 0, 0, true},      {13, 8, 5, true},     {255, 248, 7, true},
-      {256, 256, 0, false}, {999, 999, 0, false},
-  };
-  for (const auto& [id, base, index, result] : cases) {
-    int b = -1, i = -1;
-    EXPECT_EQ(Vocab::get_ne_info(id, b, i), result);
-    EXPECT_EQ(b, base);
-    EXPECT_EQ(i, index);
+  for (const int id : {0, 13, 255, 256, 999}) {
+    int base = -1, index = -1;
+    EXPECT_EQ(Vocab::get_ne_info(id, base, index), id < 256);
+    EXPECT_EQ(base, id < 256 ? id / 8 * 8 : id);
+    EXPECT_EQ(index, id < 256 ? id % 8 : 0);
   }
 }
 

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <charconv>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -21,19 +23,25 @@ struct Case {
   const std::string& operator[](std::size_t i) const { return cells.at(i); }
   bool yes(std::size_t i) const { return cells.at(i) == "yes"; }
   int number(std::size_t i) const { return std::stoi(cells.at(i), nullptr, 0); }
-  std::size_t size(std::size_t i) const { return std::stoul(cells.at(i)); }
+  std::size_t size(std::size_t i) const { return std::stoull(cells.at(i), nullptr, 0); }
   std::vector<std::string> words(std::size_t i) const {
     std::istringstream in(cells.at(i));
     std::vector<std::string> words;
     for (std::string word; in >> word;) words.push_back(word);
     return words;
   }
+  static double real(const std::string& text) {
+    double value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || *end != '\0') throw std::runtime_error("no number: " + text);
+    return value;
+  }
   std::vector<double> ratios(std::size_t i) const {  // "0.5 2/3"
     std::vector<double> ratios;
     for (const std::string& word : words(i)) {
-      const std::size_t slash = word.find('/');
-      ratios.push_back(std::stod(word));
-      if (slash != word.npos) ratios.back() /= std::stod(word.substr(slash + 1));
+      const std::size_t slash = std::min(word.find('/'), word.size());
+      ratios.push_back(real(word.substr(0, slash)));
+      if (slash < word.size()) ratios.back() /= real(word.substr(slash + 1));
     }
     return ratios;
   }

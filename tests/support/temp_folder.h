@@ -27,6 +27,25 @@ inline std::string le(std::uint64_t value, int width) {
   return bytes;
 }
 
+// Damage to a file, step by step: "8:4:0xFF" puts 4 bytes at 8, "=7" keeps 7 bytes,
+// "-1" cuts one off.
+inline std::string damaged(std::string bytes, const std::string& steps) {
+  std::istringstream in(steps);
+  for (std::string step; in >> step;) {
+    const std::size_t colon = step.find(':');
+    if (step[0] == '=') {
+      bytes.resize(std::stoul(step.substr(1)));
+    } else if (step[0] == '-') {
+      bytes.resize(bytes.size() - std::stoul(step.substr(1)));
+    } else {
+      const std::string value = le(std::stoull(step.substr(colon + 3), nullptr, 0), 8);
+      bytes.replace(std::stoul(step), std::stoul(step.substr(colon + 1)), value, 0,
+                    std::stoul(step.substr(colon + 1)));
+    }
+  }
+  return bytes;
+}
+
 // A resource file with a record per line, all of the longest line's size.
 inline std::string resource_bytes(const std::vector<std::string>& lines) {
   std::size_t size = 1;
