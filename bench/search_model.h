@@ -257,10 +257,12 @@ class SearchModelMaker {
   std::unordered_map<words_t, int, hash_t> targets_;
 };
 
-// The model; makes it first if it is not there, which takes about half a minute.
-inline search_model_t search_model() {
+// The model of so many sentence pairs; makes it first if it is not there, which takes about half a
+// minute for 30,000.
+inline search_model_t search_model(int sentences = 30000) {
   search_model_t model;
-  model.folder = std::filesystem::temp_directory_path() / "kora-bench-search-1";
+  model.folder =
+      std::filesystem::temp_directory_path() / ("kora-bench-search-1-" + std::to_string(sentences));
   model.parameter.ngram_order = 5;
   model.parameter.compress = true;
   model.parameter.source_vocab = "source.vocab";
@@ -271,7 +273,7 @@ inline search_model_t search_model() {
   const std::filesystem::path finished = model.folder / "finished";
   if (!std::filesystem::exists(finished)) {
     std::filesystem::create_directories(model.folder);
-    SearchModelMaker(model).make(30000);
+    SearchModelMaker(model).make(sentences);
     std::ofstream(finished) << "1\n";
   }
   return model;
