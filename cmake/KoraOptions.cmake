@@ -5,6 +5,7 @@ option(KORA_TESTS "Build the tests (needs GoogleTest)" ON)
 option(KORA_BENCH "Build the benchmarks (needs Google Benchmark)" OFF)
 option(KORA_FUZZ "Build the fuzz targets (replay drivers unless the compiler is clang)" OFF)
 option(KORA_JAVA "Build kora.jar when there is a Java compiler" ON)
+option(KORA_COVERAGE "Count which lines run, for script/coverage (g++)" OFF)
 set(KORA_SANITIZE "" CACHE STRING "Value for -fsanitize=, empty for none")
 
 set(CMAKE_CXX_STANDARD 20)
@@ -31,6 +32,27 @@ if(KORA_SANITIZE)
 endif()
 
 find_package(Threads REQUIRED)
+
+# kora_count_lines(TARGET): the lines of this library are counted in every program that links it.
+function(kora_count_lines target)
+  if(KORA_COVERAGE)
+    target_compile_options(${target} PRIVATE --coverage -fprofile-update=atomic)
+    target_link_options(${target} PUBLIC --coverage)
+  endif()
+endfunction()
+
+# kora_prefer_counted(PROGRAM): inline functions of the engine's headers are compiled into tests too,
+# without counting. Of equal functions the first one is linked, so the engine's objects go first.
+function(kora_prefer_counted program)
+  if(KORA_COVERAGE)
+    foreach(room common decoder numtrans textProcess translator)
+      list(APPEND archives $<TARGET_FILE:kora_${room}>)
+    endforeach()
+    target_link_options(${program} PRIVATE LINKER:--whole-archive ${archives}
+                        LINKER:--no-whole-archive)
+    target_link_libraries(${program} PRIVATE kora_translator)
+  endif()
+endfunction()
 
 # A program or library run from the build or install tree finds liblexicut.so
 # beside itself or in the lib folder next door.
