@@ -4,9 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <set>
 
+#include "support/temp_folder.h"
 #include "toolkit/model/direction.h"
 #include "toolkit/model/manifest.h"
 
@@ -18,24 +18,12 @@ using ::testing::HasSubstr;
 
 class ModelFolder : public ::testing::Test {
  protected:
-  void SetUp() override {
-    m_path = std::filesystem::path(::testing::TempDir()) /
-             ::testing::UnitTest::GetInstance()->current_test_info()->name();
-    std::filesystem::remove_all(m_path);
-    std::filesystem::create_directories(m_path);
-  }
-  void write(const std::string& name, const std::string& text) const {
-    std::ofstream(m_path / name, std::ios::binary) << text;
-  }
+  void write(const std::string& name, const std::string& text) const { m_folder.write(name, text); }
   std::string error(const std::string& direction = "") const {
-    try {
-      open_model_folder(m_path.string(), direction);
-    } catch (const std::runtime_error& e) {
-      return e.what();
-    }
-    return "";
+    return kora_test::message_of([&] { open_model_folder(m_path, direction); });
   }
-  std::filesystem::path m_path;
+  kora_test::TempFolder m_folder;
+  std::string m_path = m_folder.path();
 };
 
 }  // namespace
@@ -47,8 +35,8 @@ TEST(Direction, TableHoldsEveryCodeOnce) {
     EXPECT_EQ(direction.code, static_cast<int>(code));
     names.insert(direction.name());
     EXPECT_EQ(find_direction(direction.name())->code, direction.code);
-    EXPECT_NE(language_type(direction.source), 0);
-    EXPECT_NE(language_type(direction.target), 0);
+    EXPECT_NE(language_type(direction.source), textProcess::LangType::kNone);
+    EXPECT_NE(language_type(direction.target), textProcess::LangType::kNone);
   }
   EXPECT_EQ(names.size(), 34U);
   EXPECT_EQ(find_direction("en-zh")->code, 1);
@@ -84,7 +72,7 @@ TEST_F(ModelFolder, ConfigurationsComeBackAsWritten) {
   write("engine.conf", format_engine_config(engine));
   write("decoder.conf", format_decoder_config(parameter));
 
-  const model_folder_t folder = open_model_folder(m_path.string());
+  const model_folder_t folder = open_model_folder(m_path);
   EXPECT_EQ(folder.engine.direction.code, 0);
   EXPECT_TRUE(folder.engine.debug);
   EXPECT_EQ(folder.engine.recase, "recase");
@@ -115,10 +103,10 @@ TEST_F(ModelFolder, ManifestFindsEveryChange) {
   write("engine.conf", "[direction]\nen-zh\n\n[decoder]\nd\n\n[rule]\nrules\n");
   write("d", "[source-vocab]\ns\n\n[target-vocab]\nt\n\n[lang-model]\nl\n\n[trans-model]\np\n\n");
   for (const char* name : {"s", "t", "l", "p", "p.nodes", "p.data", "rules"}) write(name, name);
-  const model_folder_t folder = open_model_folder(m_path.string());
+  const model_folder_t folder = open_model_folder(m_path);
   write(manifest_name, format_manifest(make_manifest(folder, {{"pairs", "12"}, {"note", ""}})));
 
-  manifest_t manifest = read_manifest(m_path.string());
+  manifest_t manifest = read_manifest(m_path);
   EXPECT_EQ(manifest.files.size(), 9U);
   ASSERT_EQ(manifest.built_from.size(), 2U);
   EXPECT_EQ(manifest.built_from[0].second, "12");
@@ -126,7 +114,7 @@ TEST_F(ModelFolder, ManifestFindsEveryChange) {
 
   write("l", "m");
   write("p.nodes", "changed");
-  std::filesystem::remove(m_path / "rules");
+  std::filesystem::remove(m_folder.path("rules"));
   manifest.files.erase(manifest.files.begin());
   EXPECT_THAT(verify_manifest(folder, manifest),
               ::testing::UnorderedElementsAre(HasSubstr("/l: contents differ"),
@@ -139,6 +127,6 @@ TEST_F(ModelFolder, ManifestFindsEveryChange) {
   for (const char* broken : {"", "[manifest]\n2\n\n", "[manifest]\n1\n\n[files]\nabc 1 l\n",
                              "[manifest]\n1\n\n[built-from]\nno tab\n"}) {
     write(manifest_name, broken);
-    EXPECT_THROW(read_manifest(m_path.string()), std::runtime_error) << broken;
+    EXPECT_THROW(read_manifest(m_path), std::runtime_error) << broken;
   }
 }

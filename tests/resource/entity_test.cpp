@@ -1,15 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include "support/cases.h"
+#include "support/temp_folder.h"
 #include "textProcess/blank_str_processors.h"
 #include "textProcess/char_str_processors.h"
 #include "textProcess/ne_dict.h"
@@ -21,12 +19,13 @@
 namespace koralite::toolkit {
 namespace {
 
+using kora_test::Case;
+using kora_test::for_cases;
+using kora_test::message_of;
 using textProcess::NeDict;
 
 class EntityFile : public testing::Test {
  protected:
-  ~EntityFile() override { std::filesystem::remove(path_); }
-
   // "type target" of a phrase, "-" when it is not there.
   static std::string find(const NeDict& dictionary, const char* phrase) {
     const char* type = nullptr;
@@ -38,40 +37,17 @@ class EntityFile : public testing::Test {
   // The message of loading these lines, "" when that goes well.
   std::string load(const std::vector<std::string>& lines) {
     write_resource_file(path_, lines);
-    try {
-      const NeDict dictionary(path_.c_str());
-    } catch (const std::runtime_error& error) {
-      return error.what();
-    }
-    return "";
+    return message_of([&] { const NeDict dictionary(path_.c_str()); });
   }
 
-  std::string path_ =
-      (std::filesystem::temp_directory_path() / ("kora_entities_" + std::to_string(::getpid())))
-          .string();
+  kora_test::TempFolder folder_;
+  std::string path_ = folder_.path("entities");
 };
 
 TEST_F(EntityFile, LoadsOnlyWhatIsSortedAndWhole) {
-  const std::string format = "unknown format in named entity dictionary file [";
-  const std::string twice = "duplicated source words in named entity dictionary file [";
-  struct Case {
-    std::vector<std::string> lines;
-    std::string message;
-  };
-  const Case cases[] = {
-      {{"a\tLOC\tx", "a b\tLOC\ty", "b\tPER\tz"}, ""},
-      {{"", "a\tLOC\tx", "", "b\tLOC\ty"}, ""},
-      {{"\tLOC\tnothing"}, ""},
-      {{"a\t\t"}, ""},
-      {{"b\tLOC\tx", "a\tLOC\ty"}, "Invalidate NE Input"},
-      {{"b\tLOC\tx", "a"}, "Invalidate NE Input"},  // order is looked at first
-      {{"a\tLOC"}, format + "a\tLOC]"},
-      {{"a"}, format + "a]"},
-      {{"a\tLOC\tx", "a\tLOC\ty"}, twice + "a\tLOC\ty]"},
-      {{"a\tLOC\tx", "a\tLOC\tx"}, twice + "a\tLOC\tx]"},
-      {{"\xE4\xB8\xAD\tLOC\tx", "a\tLOC\tx"}, "Invalidate NE Input"},  // bytes are unsigned
-  };
-  for (const Case& c : cases) EXPECT_EQ(load(c.lines), c.message) << c.lines[0];
+  for_cases("cases.txt", "entity files", [this](const Case& c) {
+    EXPECT_EQ(load(std::vector<std::string>(c.cells.begin() + 1, c.cells.end())), c[0]);
+  });
   EXPECT_THROW(NeDict("/no/such/file"), std::runtime_error);
 }
 
@@ -105,10 +81,7 @@ std::vector<std::string> english_words(const std::string& phrase) {
   auto lowercase = std::make_unique<LowercaseEngStrProcessor>(1U, std::move(tokenize));
   ReplaceSpecCharStrProcessor escape(2U, std::move(lowercase));
   if (escape.Process(str) == 0) return {};
-  std::vector<std::string> words;
-  std::istringstream in(str.text());
-  for (std::string word; in >> word;) words.push_back(word);
-  return words;
+  return Case{{}, {str.text()}}.words(0);
 }
 
 TEST_F(EntityFile, IsBuiltFromPhrasesAsPeopleWriteThem) {
@@ -152,25 +125,8 @@ TEST_F(EntityFile, JoinsWordsAsTheLanguageIsLookedUp) {
 }
 
 TEST(Entities, BadListsAreRefusedByLine) {
-  struct Case {
-    const char* text;
-    const char* message;
-  };
-  constexpr Case cases[] = {
-      {"a\tb\tc\nno tabs\n", "x:2: an entry is SOURCE, TAB, TYPE, TAB, TARGET"},
-      {"a\tb\n", "x:1: an entry is SOURCE, TAB, TYPE, TAB, TARGET"},
-      {"\ta\tb", "x:1: an entry has an empty field"},
-      {"a\t\tb", "x:1: an entry has an empty field"},
-      {"a\tb\tc\td", "x:1: an entry has more than three fields"},
-  };
-  for (const Case& c : cases) {
-    try {
-      parse_entities(c.text, "x");
-      ADD_FAILURE() << c.text;
-    } catch (const std::runtime_error& error) {
-      EXPECT_STREQ(error.what(), c.message);
-    }
-  }
+  for_cases("cases.txt", "entity lists",
+            [](const Case& c) { EXPECT_EQ(message_of([&] { parse_entities(c[0], "x"); }), c[1]); });
   EXPECT_THROW(read_entities("/no/such/list"), std::runtime_error);
 }
 

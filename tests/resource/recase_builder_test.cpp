@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "support/cases.h"
 #include "support/temp_folder.h"
 #include "textProcess/eng_recase_str_processor.h"
 #include "toolkit/resource/resource_file.h"
@@ -15,44 +16,15 @@ namespace {
 
 using testing::ElementsAre;
 
-struct Case {
-  const char* what;
-  std::vector<std::string> lines;
-  std::vector<std::string> entries;
-  recase_options_t options = {.min_count = 1};
-};
-
 TEST(RecaseBuilder, LearnsWhatRunningTextSays) {
-  for (const Case& c : std::vector<Case>{
-           {"lower case needs no entry", {"the sun is hot", "a sun"}, {}},
-           {"names", {"the sun of Rome", "in Rome"}, {"Rome"}},
-           {"the usual form wins",
-            {"we may go", "it may go", "in May"},
-            {},
-            {.max_words = 1, .min_count = 1}},
-           {"a tie is no majority", {"we may", "in May"}, {}, {.max_words = 1, .min_count = 1}},
-           {"a group that its words do not make",
-            {"by New York", "at New York", "a new one", "my new one"},
-            {"New York", "York"},
-            {}},
-           {"a group may undo its words",
-            {"in May", "of May", "by May", "it may be so"},
-            {"it may", "May", "may be"}},
-           {"sentence starts say nothing", {"The cat . Some dog ? \" Any cow", "( Few"}, {}},
-           {"but odd capitals do", {"eBay is old", "NASA flies ; then"}, {"eBay", "NASA"}},
-           {"nor headings", {"Save As", "NO SMOKING", "The Long Way to Tipperary"}, {}},
-           {"rare forms are left out", {"by Ann", "by Bob", "by Bob"}, {"Bob"}, {.max_words = 1}},
-           {"no group across sentences", {"to Ann . Then to"}, {"Ann"}},
-           {"long groups are left out",
-            {"by Abcdefghi Jkl"},
-            {"Abcdefghi", "Jkl"},
-            {.max_bytes = 12, .min_count = 1}},
-       }) {
-    RecaseBuilder builder(c.options);
-    for (const std::string& line : c.lines) builder.add_line(line);
-    std::vector<std::string> entries = builder.entries();
-    EXPECT_EQ(entries, c.entries) << c.what;
-  }
+  kora_test::for_cases("cases.txt", "recasing", [](const kora_test::Case& c) {
+    const std::vector<int> options = c.numbers(0);
+    RecaseBuilder builder({.max_words = static_cast<unsigned>(options.at(0)),
+                           .max_bytes = static_cast<std::size_t>(options.at(1)),
+                           .min_count = static_cast<std::uint64_t>(options.at(2))});
+    for (const std::string& line : c.parts(2, " // ")) builder.add_line(line);
+    EXPECT_EQ(builder.entries(), c[1].empty() ? std::vector<std::string>() : c.parts(1, " // "));
+  });
 }
 
 TEST(RecaseBuilder, BoundedMemoryForgetsTheRarest) {

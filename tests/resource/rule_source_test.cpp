@@ -2,18 +2,17 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <random>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "common/string_pool.h"
+#include "support/cases.h"
+#include "support/temp_folder.h"
 #include "textProcess/char_str_processors.h"
 #include "textProcess/process_str.h"
 #include "textProcess/process_word_seq.h"
@@ -23,20 +22,16 @@
 namespace koralite::toolkit {
 namespace {
 
-// A resource file of rules that is removed again.
-class RuleFile {
- public:
-  explicit RuleFile(const rule_source_t& source)
-      : path_(std::filesystem::temp_directory_path() /
-              ("kora_rules_" + std::to_string(::getpid()) + source.direction)) {
-    write_rule_file(source, path_);
-  }
-  ~RuleFile() { std::filesystem::remove(path_); }
-  std::string path() const { return path_.string(); }
+using kora_test::Case;
+using kora_test::for_cases;
+using kora_test::message_of;
 
- private:
-  std::filesystem::path path_;
-};
+// The translator of a source, by way of its resource file.
+auto translator_of(const rule_source_t& source) {
+  const kora_test::TempFolder folder;
+  write_rule_file(source, folder.path("rules"));
+  return open_rules(source.direction, folder.path("rules"));
+}
 
 class RuleData : public testing::TestWithParam<const char*> {};
 
@@ -46,15 +41,12 @@ TEST_P(RuleData, EveryExampleIsTranslatedByItsRule) {
   const rule_source_t source =
       read_rule_source(std::string(KORA_SOURCE_DIR "/data/rules/") + GetParam() + ".rules");
   ASSERT_EQ(source.direction, GetParam());
-  const RuleFile file(source);
-  const auto translator = open_rules(source.direction, file.path());
+  const auto translator = translator_of(source);
   ASSERT_EQ(translator->rules().size(), source.compiled().size());
   EXPECT_THAT(check_rule_examples(source, *translator), testing::ElementsAre());
   std::size_t examples = 0;
   for (const source_rule_t& rule : source.rules) examples += rule.examples.size();
-  RecordProperty("examples", static_cast<int>(examples));
-  std::printf("%s: %zu rules, %zu lines, %zu examples, %zu refusals\n", GetParam(),
-              source.rules.size(), source.compiled().size(), examples, source.refused.size());
+  EXPECT_GE(examples, source.rules.size());
 }
 
 // translate() looks only at rules that fit the first and last byte; trying them all
@@ -62,8 +54,7 @@ TEST_P(RuleData, EveryExampleIsTranslatedByItsRule) {
 TEST_P(RuleData, TranslatesAsIfEveryRuleWereTried) {
   const rule_source_t source =
       read_rule_source(std::string(KORA_SOURCE_DIR "/data/rules/") + GetParam() + ".rules");
-  const RuleFile file(source);
-  const auto translator = open_rules(source.direction, file.path());
+  const auto translator = translator_of(source);
   std::vector<std::string> pieces = {" ", "", "\xE5", "99999999999999999999", "0", "."};
   for (const source_rule_t& rule : source.rules) {
     for (const rule_example_t& example : rule.examples) {
@@ -121,50 +112,14 @@ TEST(RuleSource, TablesRepeatTheirRules) {
   EXPECT_EQ(source.rules[0].section, "Measures");
   EXPECT_EQ(source.rule_of_line(1).line, 10U);
   EXPECT_THROW(source.rule_of_line(2), std::out_of_range);
-  const RuleFile file(source);
-  EXPECT_THAT(check_rule_examples(source, *open_rules("en-zh", file.path())),
-              testing::ElementsAre());
+  EXPECT_THAT(check_rule_examples(source, *translator_of(source)), testing::ElementsAre());
 }
 
 TEST(RuleSource, MistakesAreNamedWithTheirLine) {
-  struct Case {
-    const char* text;  // behind a %direction line
-    const char* message;
-  };
-  constexpr Case cases[] = {
-      {"(ai) ||| (ai)\n", "x:2: a rule has 3 fields, or 5"},
-      {"(ai) ||| a ||| b ||| c\n", "x:2: a rule has 3 fields, or 5"},
-      {"(ai) |||  ||| t0 = 1 ||| c ||| T\n#: 1 => c\n", "x:2: a field is empty"},
-      {"(ci) ||| (ci) ||| T\n", "x:2: (ci) can't be read in en-zh"},
-      {"(xx) ||| (ci) ||| T\n", "x:2: (xx) can't be read in en-zh"},
-      {"(ai) ||| (ei) ||| T\n", "x:2: (ei) can't be written in en-zh"},
-      {"(ed) ||| (ad) ||| T\n", "x:2: (ad) can't be written in en-zh"},
-      {"(ai ||| x ||| T\n", "x:2: a ( without its )"},
-      {"(ai) ||| (ai)(ai) ||| T\n", "x:2: the target writes more numbers"},
-      {"a ||| b ||| T\n\nc ||| d ||| T\n#: c => d\n", "x:2: the rule has no example"},
-      {"a ||| b ||| T\n", "x:2: the rule has no example"},
-      {"a {t} ||| b ||| T\n", "x:2: there is no table t"},
-      {"%table t\na = b\n%end\na {t ||| b ||| T\n", "x:5: a { without its }"},
-      {"%table t\na = b\n%end\na {t} ||| b{t.2} ||| T\n", "x:5: table t has no value 2"},
-      {"%table t\na = b\n%end\na ||| b{t} ||| T\n", "x:5: {t} must occur in the source pattern"},
-      {"%table t\na = b\nc = d | e\n%end\n", "x:4: the entry has another number of values"},
-      {"%table t\na\n%end\n", "x:3: an entry is KEY = VALUE"},
-      {"%table t\n%end\n", "x:3: the table is empty"},
-      {"%table t\na = b\n", "x:4: the table has no %end"},
-      {"%table t\na = b\n%end\n%table t\n", "x:5: there is a table t already"},
-      {"%tabel t\n", "x:2: unknown directive %tabel t"},
-      {"%direction de-fr\n", "x:2: the direction must be"},
-      {"#: a => b\n", "x:2: the example stands under no rule"},
-      {"a ||| b ||| T\n#: a b\n", "x:3: an example is SOURCE => TARGET"},
-  };
-  for (const Case& c : cases) {
-    try {
-      parse_rule_source(std::string("%direction en-zh\n") + c.text, "x");
-      ADD_FAILURE() << c.text;
-    } catch (const std::runtime_error& error) {
-      EXPECT_THAT(error.what(), testing::StartsWith(c.message)) << c.text;
-    }
-  }
+  for_cases("cases.txt", "rule mistakes", [](const Case& c) {
+    EXPECT_THAT(message_of([&] { parse_rule_source("%direction en-zh\n" + c[0], "x"); }),
+                testing::StartsWith(c[1]));
+  });
   EXPECT_THROW(parse_rule_source("a ||| b ||| T\n#: a => b\n", "x"), std::runtime_error);
   EXPECT_THROW(parse_rule_source("", "x"), std::runtime_error);
   EXPECT_THROW(read_rule_source("/no/such/file"), std::runtime_error);
@@ -183,8 +138,7 @@ TEST(RuleSource, WrongExamplesAreFound) {
       "#: 3 km => a\n"
       "#! 6\n",
       "x");
-  const RuleFile file(source);
-  EXPECT_THAT(check_rule_examples(source, *open_rules("en-zh", file.path())),
+  EXPECT_THAT(check_rule_examples(source, *translator_of(source)),
               testing::ElementsAre("x:3: 5: becomes 第五", "x:5: 7: is taken by the rule in line 2",
                                    "x:6: x: no rule translates it",
                                    testing::StartsWith("x:8: 3 km: number calculation error"),
@@ -196,26 +150,11 @@ TEST(RuleSource, WrongExamplesAreFound) {
 // the word step that asks the rules.
 TEST(RulesAsShipped, OrdinaryEnglishReachesTheRules) {
   const rule_source_t source = read_rule_source(KORA_SOURCE_DIR "/data/rules/en-zh.rules");
-  const RuleFile file(source);
-  const auto rules = open_rules(source.direction, file.path());
-  struct Case {
-    const char* text;
-    const char* expected;  // fixed translations in brackets, other words as they are
-  };
-  constexpr Case cases[] = {
-      {"Born on May 3, 2024 in Rome.", "born on [2024年5月3日] in rome ."},
-      {"It cost US$3.5 million, 20% more.", "it cost [350万美元] , [20%] more ."},
-      {"At -5°C, 10 km away", "at [零下5摄氏度] , [10公里] away"},
-      {"Issue #5 of the 21st century", "issue [5号] of [21世纪]"},
-      {"The 1990s: 1,234,567 copies", "[20世纪90年代] : [1234567] copies"},
-      {"Call me at 10:30 or at 9 a.m.", "call me at 10:30 or at [上午9点]"},
-      {"Two-thirds of version 2.0.1 in two weeks", "[三分之二] of [2.0.1版] in [两周]"},
-      {"I may have a point.", "i may have a point ."},
-  };
+  const auto rules = translator_of(source);
   common::StringPool pool(102400);
   textProcess::Str2Word words_of(nullptr, rules.get(), pool, ' ');
-  for (const Case& c : cases) {
-    textProcess::ProcessStr str(false, c.text);
+  for_cases("cases.txt", "English to the rules", [&](const Case& c) {
+    textProcess::ProcessStr str(false, c[0]);
     auto norm = std::make_unique<textProcess::EraseCommaStrProcessor>(0U, nullptr);
     auto token = std::make_unique<textProcess::TokenizeEngStrProcessor>(1U, std::move(norm));
     auto lower = std::make_unique<textProcess::LowercaseEngStrProcessor>(2U, std::move(token));
@@ -228,8 +167,8 @@ TEST(RulesAsShipped, OrdinaryEnglishReachesTheRules) {
       if (!shown.empty()) shown += ' ';
       shown += word.translation ? "[" + std::string(word.translation) + "]" : word.word;
     }
-    EXPECT_EQ(shown, c.expected) << c.text;
-  }
+    EXPECT_EQ(shown, c[1]);
+  });
 }
 
 TEST(RulesAsShipped, TheTableInTheDocumentsIsUpToDate) {

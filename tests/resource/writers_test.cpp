@@ -8,6 +8,7 @@
 
 #include "common/byte_reader.h"
 #include "decoder/vocab.h"
+#include "support/cases.h"
 #include "support/temp_folder.h"
 #include "toolkit/atomic_file.h"
 #include "toolkit/byte_writer.h"
@@ -15,6 +16,8 @@
 #include "toolkit/resource/vocab_file.h"
 
 using namespace koralite::toolkit;
+using kora_test::Case;
+using kora_test::for_cases;
 using kora_test::le;
 using kora_test::message_of;
 using kora_test::read_file;
@@ -72,40 +75,21 @@ TEST(ByteWriter, WhatItWritesTheReaderReads) {
 
 TEST(ResourceFile, LinesThatWouldNotReadBackAreRefused) {
   const TempFolder folder;
-  struct case_t {
-    std::string line;
-    std::uint32_t record_size;
-    const char* refusal;  // part of the message, or null
-  };
-  const case_t cases[] = {
-      {"", 0, nullptr},
-      {"abc", 4, nullptr},
-      {"abc", 3, "it has 3 bytes, a record of 3 holds at most 2"},
-      {"", 1, nullptr},
-      {std::string("a\0b", 3), 0, "zero byte"},
-      {"a\nb", 0, "line feed"},
-      {"A(", 0, "last two characters \"A(\""},
-      {"A(x", 0, nullptr},
-      {"xA(", 0, nullptr},
-      {"xyA(", 0, "scramble to a zero byte"},
-      {"\xE4\xB8\xAD\xE6\x96\x87", 0, nullptr},
-  };
-  for (const case_t& c : cases) {
+  for_cases("cases.txt", "resource lines", [&](const Case& c) {
     const std::string path = folder.path("file");
     std::filesystem::remove(path);
-    const Lines lines = {"first", c.line};
-    const Lines alone = {c.line};
-    const std::string error = message_of(
-        [&] { write_resource_file(path, c.record_size ? alone : lines, c.record_size); });
-    if (c.refusal) {
-      EXPECT_THAT(error, HasSubstr(c.refusal));
-      EXPECT_THAT(error, HasSubstr(c.record_size ? "line 1 " : "line 2 "));
-      EXPECT_EQ(file_count(folder), 0U) << "no half-written file";
-    } else {
+    const auto size = static_cast<std::uint32_t>(c.number(1));
+    const Lines lines = size == 0 ? Lines{"first", c[0]} : Lines{c[0]};
+    const std::string error = message_of([&] { write_resource_file(path, lines, size); });
+    if (c[2].empty()) {
       EXPECT_EQ(error, "");
-      EXPECT_EQ(read_resource_file(path), c.record_size ? alone : lines);
+      EXPECT_EQ(read_resource_file(path), lines);
+    } else {
+      EXPECT_THAT(error, HasSubstr(c[2]));
+      EXPECT_THAT(error, HasSubstr(size == 0 ? "line 2 " : "line 1 "));
+      EXPECT_EQ(file_count(folder), 0U) << "no half-written file";
     }
-  }
+  });
   // Of all printable pairs exactly these scramble into a trailing zero byte.
   for (char a = ' '; a <= '~'; ++a) {
     for (char b = ' '; b <= '~'; ++b) {
@@ -164,35 +148,20 @@ TEST(VocabFile, BuilderAndClassWriteTheSameBytes) {
 TEST(VocabFile, WordListsAndIndexes) {
   const TempFolder folder;
   const std::string path = folder.path("vocab");
-  struct case_t {
-    Lines words, tags;
-    const char* refusal;
-  };
-  const case_t cases[] = {
-      {{"<unk>", "b", "a"}, {"per", "org"}, nullptr},
-      {{"<unk>"}, {}, nullptr},
-      {{}, {}, "the first word must be"},
-      {{"a", "<unk>"}, {}, "the first word must be"},
-      {{"<unk>", "a", "a"}, {}, "word 3 (\"a\") comes twice"},
-      {{"<unk>", "<per>#1"}, {"per"}, "is a tag word"},
-      {{"<unk>", std::string("a\0b", 3)}, {}, "zero byte"},
-      {{"<unk>"}, {"a>b"}, "is no tag name"},
-      {{"<unk>"}, {"per", "per"}, "comes twice"},
-  };
-  for (const case_t& c : cases) {
-    const std::string error = message_of([&] { write_vocab_file(path, c.words, c.tags); });
-    if (c.refusal) {
-      EXPECT_THAT(error, HasSubstr(c.refusal));
-      continue;
-    }
-    EXPECT_EQ(error, "");
+  for_cases("cases.txt", "vocabularies", [&](const Case& c) {
+    const Lines words = c.words(0);
+    const Lines tags = c.words(1);
+    const std::string error = message_of([&] { write_vocab_file(path, words, tags); });
+    EXPECT_THAT(error, HasSubstr(c[2]));
+    EXPECT_EQ(error.empty(), c[2].empty());
+    if (!error.empty()) return;
     koralite::decoder::Vocab vocab;
     vocab.load(path.c_str());
-    for (std::size_t i = 0; i < c.words.size(); ++i) {
-      EXPECT_EQ(vocab.decode(256 + static_cast<int>(i)), c.words[i]);
+    for (std::size_t i = 0; i < words.size(); ++i) {
+      EXPECT_EQ(vocab.decode(256 + static_cast<int>(i)), words[i]);
     }
-    EXPECT_EQ(vocab.ne_count(), 8 * c.tags.size());
-  }
+    EXPECT_EQ(vocab.ne_count(), 8 * tags.size());
+  });
   const std::pair<std::string, std::int32_t> entries[] = {{"b", 2}, {"a", -1}, {"b", 3}};
   write_string_index(path, entries);
   EXPECT_EQ(read_file(path),

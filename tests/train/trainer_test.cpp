@@ -88,12 +88,9 @@ class TrainerTest : public ::testing::Test {
 
   std::string translate(const std::string& text) const {
     const model_folder_t folder = open_model_folder(m_options.output);
-    const auto type = [](std::string_view language) {
-      return static_cast<textProcess::LangType>(language_type(language));
-    };
-    translator::TransImpl handle(type(folder.engine.direction.source),
-                                 type(folder.engine.direction.target), folder.engine_path(),
-                                 folder.path, folder.engine.decoder);
+    translator::TransImpl handle(language_type(folder.engine.direction.source),
+                                 language_type(folder.engine.direction.target),
+                                 folder.engine_path(), folder.path, folder.engine.decoder);
     std::string output;
     translator::translate_text(handle, handle.source_type(), text, output);
     return output;
