@@ -18,6 +18,7 @@
 #include "support/temp_folder.h"
 
 using kora_test::Case;
+using kora_test::f32;
 using kora_test::for_cases;
 using kora_test::le;
 using kora_test::message_of;
@@ -31,10 +32,6 @@ const char* const kLoad = "can't load target data in TargetData::load()";
 
 std::span<const unsigned char> bytes_of(const std::string& text) {
   return {reinterpret_cast<const unsigned char*>(text.data()), text.size()};
-}
-
-std::string f32(float value) {
-  return le(std::bit_cast<std::uint32_t>(value), 4);
 }
 
 TEST(Compressor, ReorderingTable) {

@@ -9,21 +9,18 @@
 
 #include "decoder/compact_lm_model.h"
 #include "decoder/compact_trans_model.h"
+#include "support/cases.h"
 #include "support/temp_folder.h"
 #include "toolkit/pack/arpa.h"
 #include "toolkit/pack/line_reader.h"
 #include "toolkit/pack/phrase_text.h"
 
+using kora_test::Case;
+using kora_test::for_cases;
 using kora_test::message_of;
 using kora_test::TempFolder;
-using koralite::decoder::CompactLmModel;
-using koralite::decoder::CompactTransModel;
-using koralite::decoder::TargetData;
-using koralite::toolkit::arpa_report_t;
-using koralite::toolkit::LangModelBuilder;
-using koralite::toolkit::LineReader;
-using koralite::toolkit::phrase_text_report_t;
-using koralite::toolkit::PhraseTableBuilder;
+using namespace koralite::decoder;
+using namespace koralite::toolkit;
 
 namespace {
 
@@ -52,11 +49,7 @@ std::int32_t id_of(std::string_view word) {
 TEST(LineReader, CutsLinesOfAnyLengthPlainOrCompressed) {
   const TempFolder folder;
   const std::string long_line(300000, 'x');
-  struct case_t {
-    std::string text;
-    std::vector<std::string> lines;
-  };
-  const case_t cases[] = {
+  const std::pair<std::string, std::vector<std::string>> cases[] = {
       {"", {}},
       {"\n", {""}},
       {"a", {"a"}},
@@ -66,31 +59,24 @@ TEST(LineReader, CutsLinesOfAnyLengthPlainOrCompressed) {
       {long_line + "\n\n" + long_line, {long_line, "", long_line}},
       {std::string("a\0b\n", 4), {std::string("a\0b", 3)}},
   };
-  for (const case_t& test : cases) {
-    for (const std::string& path :
-         {folder.write("plain", test.text), write_gz(folder, "packed", test.text)}) {
-      LineReader reader(path);
-      std::vector<std::string> lines;
-      for (std::string_view line; reader.next(line);) lines.emplace_back(line);
-      EXPECT_EQ(lines, test.lines);
-      EXPECT_EQ(reader.number(), test.lines.size());
-    }
+  const auto lines_of = [](const std::string& path) {
+    LineReader reader(path);
+    std::vector<std::string> lines;
+    for (std::string_view line; reader.next(line);) lines.emplace_back(line);
+    EXPECT_EQ(reader.number(), lines.size());
+    return lines;
+  };
+  for (const auto& [text, lines] : cases) {
+    EXPECT_EQ(lines_of(folder.write("plain", text)), lines);
+    EXPECT_EQ(lines_of(write_gz(folder, "packed", text)), lines);
   }
   std::string packed = kora_test::read_file(write_gz(folder, "packed", "a\n" + long_line));
   const std::string cut = folder.write("cut", packed.substr(0, packed.size() / 2));
-  EXPECT_THAT(message_of([&] {
-                LineReader reader(cut);
-                for (std::string_view line; reader.next(line);) {
-                }
-              }),
-              testing::HasSubstr("damaged or cut short"));
+  EXPECT_THAT(message_of([&] { lines_of(cut); }), testing::HasSubstr("damaged or cut short"));
   EXPECT_NE(message_of([&] { LineReader reader(folder.path("none")); }), "");
   EXPECT_NE(message_of([&] { LineReader reader(folder.path()); }), "");
-  EXPECT_THAT(message_of([&] {
-                LineReader reader(folder.write("huge", "\n" + std::string(3U << 20U, 'x')));
-                for (std::string_view line; reader.next(line);) {
-                }
-              }),
+  const std::string huge = folder.write("huge", "\n" + std::string(3U << 20U, 'x'));
+  EXPECT_THAT(message_of([&] { lines_of(huge); }),
               testing::HasSubstr("huge:2: a line of more than"));
 }
 
@@ -138,52 +124,21 @@ TEST(Arpa, ReadsEverySpelling) {
     EXPECT_EQ(report.unknown_words, 2U);
     EXPECT_EQ(builder.write(folder.path("lm")).written, 8U);
     const CompactLmModel model(folder.path("lm"), 3);
-    const double ln10 = std::log(10.0);
-    const std::pair<std::vector<int>, double> cases[] = {
-        {{257}, -0.75},
-        {{256}, -1.0},
-        {{261}, -1.5},
-        {{260, 257}, -0.5},
-        {{257, 258}, -0.25},
-        {{260, 257, 258}, -0.125},
-        {{258, 257}, 0.125 - 0.75},
-        {{260, 257, 261}, -0.25 - 0.25 - 1.5},
-    };
-    for (const auto& [ids, score] : cases) {
-      EXPECT_NEAR(model.compute_ngram_score(ids), score * ln10, 0.006) << path;
-    }
+    for_cases("cases.txt", "scores", [&](const Case& c) {
+      EXPECT_NEAR(model.compute_ngram_score(c.numbers(0)), c.ratios(1).at(0) * std::log(10.0),
+                  0.006)
+          << path;
+    });
   }
 }
 
 TEST(Arpa, NamesTheLineOfWhatIsWrong) {
   const TempFolder folder;
-  struct case_t {
-    const char* from;
-    const char* to;
-    const char* message;
-  };
-  const case_t cases[] = {
-      {"\\data\\", "\\dat\\", ":25: no \\data\\ line: not an ARPA file"},
-      {"ngram 1=6", "ngram 1=x", ":4: a line \"ngram ORDER=COUNT\" expected"},
-      {"ngram 1=6", "ngram 2=6", ":4: order 1 expected here"},
-      {"ngram 2=3", "ngram 2=4", ":21: 3 n-grams of order 2, but \\data\\ announced 4"},
-      {"ngram 3=1", "ngram 3=1\nngram 4=0\nngram 5=0\nngram 6=0\nngram 7=0\nngram 8=0\nngram 9=0",
-       ":12: n-grams of more than 8 words can't be packed"},
-      {"\\1-grams:", "\\2-grams:", ":8: \\1-grams: expected"},
-      {"-1.5\t</s>", "x\t</s>", ":11: \"x\" is no log probability"},
-      {"a\t-0.25", "a\t-0.25x", ":12: \"-0.25x\" is no back-off weight"},
-      {"-0.25\ta b", "-0.25\ta",
-       ":18: a probability, 2 words and perhaps a back-off weight "
-       "expected, but 2 fields found"},
-      {"\\end\\\nafter the end anything may stand\n", "",
-       ":23: the file ends here, but \\end\\ is missing"},
-      {"\\end\\", "\\4-grams:", ":24: \\end\\ expected after the section of order 3"},
-  };
-  for (const case_t& test : cases) {
-    const std::string path = folder.write("arpa", replaced(kArpa, test.from, test.to));
+  for_cases("cases.txt", "ARPA mistakes", [&](const Case& c) {
+    const std::string path = folder.write("arpa", replaced(kArpa, c[0], c[1]));
     LangModelBuilder builder;
-    EXPECT_EQ(message_of([&] { read_arpa(path, id_of, builder); }), path + test.message);
-  }
+    EXPECT_EQ(message_of([&] { read_arpa(path, id_of, builder); }), path + c[2]);
+  });
 }
 
 TEST(PhraseText, ReadsTablesAndReordering) {
@@ -237,22 +192,11 @@ TEST(PhraseText, ReadsTablesAndReordering) {
 
 TEST(PhraseText, NamesTheLineOfWhatIsWrong) {
   const TempFolder folder;
-  const std::pair<const char*, const char*> cases[] = {
-      {"a ||| b ||| 1 1 1 1\na b 1 1 1 1\n", ":2: \"source ||| target ||| scores\" expected"},
-      {"a ||| b\n", ":1: \"source ||| target ||| scores\" expected"},
-      {"a ||| b ||| 1 1 1\n", ":1: 4 scores expected, but 3 found"},
-      {"a ||| b ||| ||| 1 1 1 1\n", ":1: 4 scores expected, but 0 found"},
-      {"a ||| b ||| 1 x 1 1\n", ":1: \"x\" is no probability"},
-      {"a ||| b ||| 1 1 1 -0.5\n", ":1: \"-0.5\" is no probability"},
-      {"a ||| b ||| 1 nan 1 1\n", ":1: \"nan\" is no probability"},
-      {"a ||| b ||| 1 1 1 inf\n", ":1: \"inf\" is no probability"},
-      {"a ||| b ||| 1 1 1 1,5\n", ":1: \"1,5\" is no probability"},
-  };
-  for (const auto& [text, message] : cases) {
-    const std::string path = folder.write("table", text);
+  for_cases("cases.txt", "phrase mistakes", [&](const Case& c) {
+    const std::string path = folder.write("table", c[0]);
     PhraseTableBuilder builder({.score_size = 7});
-    EXPECT_EQ(message_of([&] { read_phrase_table(path, id_of, id_of, builder); }), path + message);
-  }
+    EXPECT_EQ(message_of([&] { read_phrase_table(path, id_of, id_of, builder); }), path + c[1]);
+  });
 }
 
 }  // namespace

@@ -16,24 +16,12 @@
 #include "toolkit/pack/phrase_table_builder.h"
 #include "toolkit/pack/score_samples.h"
 
+using namespace koralite::decoder;
+using namespace koralite::toolkit;
 using kora_test::message_of;
 using kora_test::RandomModel;
 using kora_test::read_file;
 using kora_test::TempFolder;
-using koralite::decoder::CompactLmModel;
-using koralite::decoder::CompactTransModel;
-using koralite::decoder::Compressor;
-using koralite::decoder::Parameter;
-using koralite::decoder::Quantifier;
-using koralite::decoder::SharedMember;
-using koralite::decoder::target_entry_t;
-using koralite::decoder::TargetData;
-using koralite::toolkit::phrase_entry_t;
-using koralite::toolkit::phrase_t;
-using koralite::toolkit::phrase_table_options_t;
-using koralite::toolkit::phrase_table_report_t;
-using koralite::toolkit::PhraseTableBuilder;
-using koralite::toolkit::reordering_t;
 
 namespace {
 
@@ -70,6 +58,35 @@ std::map<ids_t, wanted_t> wanted_of(const RandomModel& model, bool prune) {
   return wanted;
 }
 
+// The entries of a cell, read in both ways, best first: all that are wanted.
+void compare(const TargetData& cell, const Compressor* compressor, const wanted_t& wanted,
+             bool prune) {
+  TargetData first = cell;
+  TargetData second = cell;
+  first.begin();
+  second.begin();
+  ids_t ids;
+  std::vector<float> scores;
+  target_entry_t entry;
+  std::size_t count = 0;
+  for (float last = 0; first.next(compressor, ids, scores); ++count) {
+    const auto target = wanted.find(ids);
+    ASSERT_NE(target, wanted.end());
+    ASSERT_EQ(scores, target->second);
+    const float rank = scores[prune ? 0 : 2] * 0.2F + static_cast<float>(ids.size()) +
+                       (prune ? 0.0F : scores[0] * 0.5F);
+    ASSERT_TRUE(count == 0 || rank <= last);
+    last = rank;
+    ASSERT_TRUE(second.next(compressor, entry));
+    ASSERT_TRUE(entry.fits());
+    ASSERT_EQ(ids_t(entry.words().begin(), entry.words().end()), ids);
+    ASSERT_EQ(std::vector<float>(entry.scores.begin(), entry.scores.begin() + entry.score_count),
+              scores);
+  }
+  ASSERT_FALSE(second.next(compressor, entry));
+  ASSERT_EQ(count, wanted.size());
+}
+
 TEST(PhraseTable, GivesBackEveryPairOfRandomModels) {
   const TempFolder folder;
   std::size_t entries = 0;
@@ -99,43 +116,18 @@ TEST(PhraseTable, GivesBackEveryPairOfRandomModels) {
       model.search_sentence(sentence, table);
       for (std::size_t i = 0; i < sentence.size(); ++i) {
         for (std::size_t k = 0; k < 8; ++k) {
-          TargetData& cell = table[i][k];
-          const ids_t source =
-              i + k < sentence.size()
-                  ? ids_t(sentence.begin() + static_cast<std::ptrdiff_t>(i),
-                          sentence.begin() + static_cast<std::ptrdiff_t>(i + k + 1))
-                  : ids_t{-7};
-          const auto at = wanted.find(source);
-          ASSERT_EQ(cell.empty(), at == wanted.end()) << "seed " << seed;
-          if (cell.empty()) continue;
-          seen.insert(source);
-          ids_t ids;
-          std::vector<float> scores;
-          std::size_t count = 0;
-          float last = 0;
-          TargetData second = cell;  // read in the other way beside it
-          second.begin();
-          target_entry_t entry;
-          while (cell.next(shared.compressor.get(), ids, scores)) {
-            const auto target = at->second.find(ids);
-            ASSERT_NE(target, at->second.end());
-            ASSERT_EQ(scores, target->second) << "seed " << seed;
-            const float rank = scores[options.prune ? 0 : 2] * 0.2F +
-                               static_cast<float>(ids.size()) +
-                               (options.prune ? 0.0F : scores[0] * 0.5F);
-            ASSERT_TRUE(count == 0 || rank <= last) << "seed " << seed;
-            last = rank;
-            ++count;
-            ASSERT_TRUE(second.next(shared.compressor.get(), entry));
-            ASSERT_TRUE(entry.fits());
-            ASSERT_EQ(ids_t(entry.words().begin(), entry.words().end()), ids);
-            ASSERT_EQ(
-                std::vector<float>(entry.scores.begin(), entry.scores.begin() + entry.score_count),
-                scores);
-          }
-          ASSERT_FALSE(second.next(shared.compressor.get(), entry));
-          ASSERT_EQ(count, at->second.size()) << "seed " << seed;
-          entries += count;
+          const ids_t rest(sentence.begin() + static_cast<std::ptrdiff_t>(i), sentence.end());
+          const auto at =
+              k < rest.size()
+                  ? wanted.find({rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(k + 1)})
+                  : wanted.end();
+          ASSERT_EQ(table[i][k].empty(), at == wanted.end()) << "seed " << seed;
+          if (table[i][k].empty()) continue;
+          seen.insert(at->first);
+          ASSERT_NO_FATAL_FAILURE(
+              compare(table[i][k], shared.compressor.get(), at->second, options.prune))
+              << "seed " << seed;
+          entries += at->second.size();
         }
       }
     }
@@ -153,32 +145,35 @@ phrase_entry_t pair(const ids_t& source, const ids_t& target, float translation 
   return entry;
 }
 
+std::string text(const phrase_entry_t& entry) {
+  return testing::PrintToString(ids_of(entry.source)) +
+         testing::PrintToString(ids_of(entry.target));
+}
+
 TEST(PhraseTableBuilder, CountsWhatItDrops) {
   const TempFolder folder;
   const ids_t nine(9, 1);
   const float nan = std::numeric_limits<float>::quiet_NaN();
-  struct case_t {
-    phrase_entry_t entry;
-    std::uint64_t phrase_table_report_t::*plain;
-    std::uint64_t phrase_table_report_t::*compact;
-  };
   using report_t = phrase_table_report_t;
-  const case_t cases[] = {
+  using counter_t = std::uint64_t report_t::*;
+  const counter_t written = &report_t::written;
+  const std::tuple<phrase_entry_t, counter_t, counter_t> cases[] = {
+      // counted plain, compact
       {pair({}, {1}), &report_t::bad_source_length, &report_t::bad_source_length},
       {pair(nine, {1}), &report_t::bad_source_length, &report_t::bad_source_length},
       {pair({1}, nine), &report_t::long_targets, &report_t::long_targets},
       {pair({-1}, {1}), &report_t::bad_source_words, &report_t::bad_source_words},
-      {pair({65535}, {1}), &report_t::written, &report_t::written},
-      {pair({1, 65534}, {1}), &report_t::written, &report_t::written},
+      {pair({65535}, {1}), written, written},
+      {pair({1, 65534}, {1}), written, written},
       {pair({1, 65535}, {1}), &report_t::bad_source_words, &report_t::bad_source_words},
       {pair({1}, {-1}), &report_t::bad_target_words, &report_t::bad_target_words},
-      {pair({1}, {65536}), &report_t::written, &report_t::bad_target_words},
-      {pair({1}, {}), &report_t::written, &report_t::written},
+      {pair({1}, {65536}), written, &report_t::bad_target_words},
+      {pair({1}, {}), written, written},
       {pair({1}, {1}, nan), &report_t::bad_scores, &report_t::bad_scores},
       {pair({7}, {7}), &report_t::repeated, &report_t::repeated},
       {pair({7}, {9}, -3), &report_t::over_limit, &report_t::over_limit},
   };
-  for (const case_t& test : cases) {
+  for (const auto& [entry, plain_counter, compact_counter] : cases) {
     for (const bool compact : {false, true}) {
       PhraseTableBuilder builder({.compact = compact,
                                   .score_size = 7,
@@ -186,13 +181,13 @@ TEST(PhraseTableBuilder, CountsWhatItDrops) {
                                   .quantifier_path = folder.path("quantifier")});
       builder.add(pair({7}, {7}));
       builder.add(pair({7}, {8}));
-      builder.add(test.entry);
+      builder.add(entry);
       const phrase_table_report_t report = builder.write(folder.path("table"));
-      const auto counter = compact ? test.compact : test.plain;
-      const bool kept = counter == &report_t::written;
-      EXPECT_EQ(report.*counter, kept ? 3U : 1U) << &test - cases;
-      EXPECT_EQ(report.written, kept ? 3U : 2U) << &test - cases;
-      EXPECT_EQ(report.warnings().empty(), kept) << &test - cases;
+      const counter_t counter = compact ? compact_counter : plain_counter;
+      const bool kept = counter == written;
+      EXPECT_EQ(report.*counter, kept ? 3U : 1U) << text(entry);
+      EXPECT_EQ(report.written, kept ? 3U : 2U) << text(entry);
+      EXPECT_EQ(report.warnings().empty(), kept) << text(entry);
     }
   }
   const std::pair<phrase_table_options_t, const char*> refused[] = {
@@ -267,8 +262,7 @@ TEST(PhraseTableBuilder, FindsTheNearestReorderingIndex) {
     std::array<float, 3> scores{};
     Compressor::compute_reordering_score(index, scores.data());
     std::array<float, 3> found{};
-    Compressor::compute_reordering_score(koralite::toolkit::nearest_reordering(scores),
-                                         found.data());
+    Compressor::compute_reordering_score(nearest_reordering(scores), found.data());
     for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(found[i], scores[i], 1e-6) << index;
   }
 }
@@ -279,19 +273,18 @@ TEST(ScoreSamples, KMeansBeatsQuantilesAndKeepsFewValuesExact) {
   std::vector<float> values(20000);
   for (float& value : values) value = -long_tail(random);
   for (const int count : {1, 2, 16, 256}) {
-    const Quantifier kmeans(koralite::toolkit::kmeans_samples(values, count));
-    const Quantifier quantiles(koralite::toolkit::quantile_samples(values, count));
+    const Quantifier kmeans(kmeans_samples(values, count));
+    const Quantifier quantiles(quantile_samples(values, count));
     for (const Quantifier& quantifier : {kmeans, quantiles}) {
       EXPECT_LE(quantifier.samples().size(), static_cast<std::size_t>(count));
       EXPECT_TRUE(std::is_sorted(quantifier.samples().begin(), quantifier.samples().end()));
     }
     EXPECT_EQ(kmeans.samples().size(), static_cast<std::size_t>(count));
-    using koralite::toolkit::quantize_error;
     EXPECT_LE(quantize_error(values, kmeans), quantize_error(values, quantiles) + 1e-9) << count;
   }
   const std::vector<float> few = {-2, -1, -2, -2, 0, -1, -7};
-  EXPECT_EQ(koralite::toolkit::kmeans_samples(few, 4), (std::vector<float>{-7, -2, -1, 0}));
-  EXPECT_TRUE(koralite::toolkit::kmeans_samples({}, 4).empty());
+  EXPECT_EQ(kmeans_samples(few, 4), (std::vector<float>{-7, -2, -1, 0}));
+  EXPECT_TRUE(kmeans_samples({}, 4).empty());
 }
 
 }  // namespace

@@ -4,16 +4,15 @@
 #pragma once
 
 #include <array>
-#include <filesystem>
 #include <map>
 #include <memory>
 #include <optional>
-#include <random>
 #include <string>
 #include <vector>
 
 #include "common/word_node.h"
 #include "decoder/shared_member.h"
+#include "support/temp_folder.h"
 
 namespace koralite::test {
 
@@ -32,9 +31,6 @@ struct TestGram {
 class TestModel {
  public:
   TestModel();
-  ~TestModel();
-  TestModel(const TestModel&) = delete;
-  TestModel& operator=(const TestModel&) = delete;
 
   decoder::Parameter parameter;
   decoder::Vocab source;
@@ -56,7 +52,7 @@ class TestModel {
   static std::vector<int> encode(decoder::Vocab& vocab, const std::string& text);
   void write_phrase_table() const;
 
-  std::filesystem::path folder_;
+  kora_test::TempFolder folder_;
 };
 
 // Source words with nothing fixed, as the text steps would hand them over.

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
@@ -25,6 +26,10 @@ inline std::string le(std::uint64_t value, int width) {
   std::string bytes;
   for (int i = 0; i < width; ++i) bytes.push_back(static_cast<char>(value >> (8 * i)));
   return bytes;
+}
+
+inline std::string f32(float value) {
+  return le(std::bit_cast<std::uint32_t>(value), 4);
 }
 
 // Damage to a file, step by step: "8:4:0xFF" puts 4 bytes at 8, "=7" keeps 7 bytes,
