@@ -38,9 +38,10 @@ void BeamSearch::start(OptionTable& options) {
   ++counts_.sentences;
   const auto stack_count = static_cast<std::size_t>(size_) + 1;
   if (stacks_.size() < stack_count) stacks_.resize(stack_count);
+  const std::size_t limit =
+      std::min(static_cast<std::size_t>(parameter_.stack_limit), kMostHypotheses / stack_count);
   for (std::size_t k = 0; k < stack_count; ++k) {
-    stacks_[k].reset(static_cast<std::size_t>(parameter_.stack_limit), parameter_.beam_threshold,
-                     parameter_.combine);
+    stacks_[k].reset(limit, parameter_.beam_threshold, parameter_.combine);
   }
   scorer_.start_sentence(options.all());
   Hypothesis empty;

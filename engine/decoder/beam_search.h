@@ -30,6 +30,10 @@ namespace koralite::decoder {
 
 class BeamSearch {
  public:
+  // Kept at a time for one piece of a sentence, whatever "[stack]" asks for: the stacks
+  // share them evenly, about 30,000 each for a piece of 32 words.
+  static constexpr std::size_t kMostHypotheses = std::size_t{1} << 20U;
+
   BeamSearch(const Parameter& parameter, const CompactLmModel& lang_model, std::int32_t bos,
              std::int32_t eos);
 
