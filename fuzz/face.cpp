@@ -8,7 +8,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace kora_fuzz;
   static const Folder folder;
   static const std::string path = [] {
-    kora_test::make_small_folder(folder.file("m"), "en-zh");
+    kora_test::make_small_folder(folder.file("m"), "en-zh", true, true);
     return folder.file("m");
   }();
   const std::string config = path + "/engine.conf";

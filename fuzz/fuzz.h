@@ -90,20 +90,32 @@ class Bytes {
   std::string_view rest_;
 };
 
-// Processor seconds that one input may take: a fixed share and one per 20 KB.
+// What C++ code holds now, and the most it held since the last call; memory.cpp.
+std::size_t live_memory();
+std::size_t take_peak_memory();
+
+// Bounds what one input may take, sanitizers included: processor seconds, a fixed share
+// and one per 20 KB; memory, 64 MB and 4 KB per byte.
 class Budget {
  public:
-  explicit Budget(std::size_t bytes) : limit_(10.0 + static_cast<double>(bytes) / 20000.0) {}
+  explicit Budget(std::size_t bytes)
+      : seconds_(10.0 + static_cast<double>(bytes) / 20000.0),
+        memory_((std::size_t{64} << 20U) + 4096 * bytes) {
+    take_peak_memory();
+  }
   Budget(const Budget&) = delete;
   Budget& operator=(const Budget&) = delete;
   ~Budget() {
     const double used = static_cast<double>(std::clock() - start_) / CLOCKS_PER_SEC;
-    require(used < limit_, "an input takes a bounded time");
+    require(used < seconds_, "an input takes a bounded time");
+    require(take_peak_memory() - before_ < memory_, "an input takes bounded memory");
   }
 
  private:
   std::clock_t start_ = std::clock();
-  double limit_;
+  std::size_t before_ = live_memory();
+  double seconds_;
+  std::size_t memory_;
 };
 
 // Runs what may refuse its input by a std::runtime_error (or another standard exception).

@@ -1,19 +1,29 @@
 // Runs a target on files instead of under a fuzzer: every file of the folders and
 // paths given, in order of their names. With --mutate N each file is also run in N
-// random variants, the same ones every time.
+// random variants, the same ones every time; a target's own mutator makes them if it
+// has one.
 #include <cstring>
 #include <random>
 #include <vector>
 
 #include "fuzz/fuzz.h"
 
+extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t limit);
+extern "C" __attribute__((weak)) std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data,
+                                                                     std::size_t size,
+                                                                     std::size_t limit,
+                                                                     unsigned seed);
+
 namespace {
+
+std::mt19937 random_bits(1);
 
 void run(const std::string& bytes) {
   LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
 }
 
-std::string mutate(std::string bytes, std::mt19937& random) {
+std::string mutate(std::string bytes) {
+  auto& random = random_bits;
   for (unsigned count = 1 + random() % 4; count > 0; --count) {
     const std::size_t at = bytes.empty() ? 0 : random() % bytes.size();
     switch (random() % 5) {
@@ -36,7 +46,25 @@ std::string mutate(std::string bytes, std::mt19937& random) {
   return bytes;
 }
 
+// A variant by the target's mutator, or by ours.
+std::string variant(const std::string& bytes) {
+  if (LLVMFuzzerCustomMutator == nullptr) return mutate(bytes);
+  std::string room = bytes;
+  room.resize(std::max<std::size_t>(2 * bytes.size(), 1U << 16U));
+  room.resize(LLVMFuzzerCustomMutator(reinterpret_cast<std::uint8_t*>(room.data()), bytes.size(),
+                                      room.size(), static_cast<unsigned>(random_bits())));
+  return room;
+}
+
 }  // namespace
+
+// What a target's mutator calls for changes of any bytes.
+std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t limit) {
+  std::string changed = mutate({reinterpret_cast<const char*>(data), size});
+  changed.resize(std::min(changed.size(), limit));
+  std::memcpy(data, changed.data(), changed.size());
+  return changed.size();
+}
 
 int main(int argc, char** argv) {
   std::vector<std::string> files;
@@ -53,12 +81,11 @@ int main(int argc, char** argv) {
     }
   }
   std::sort(files.begin(), files.end());
-  std::mt19937 random(1);
   for (const std::string& file : files) {
     const std::string bytes = kora_fuzz::read(file);
     std::fprintf(stderr, "%s (%zu bytes)\n", file.c_str(), bytes.size());
     run(bytes);
-    for (unsigned long k = 0; k < variants; ++k) run(mutate(bytes, random));
+    for (unsigned long k = 0; k < variants; ++k) run(variant(bytes));
   }
   std::printf("replayed %zu inputs and %lu variants of each\n", files.size(), variants);
   return files.empty() ? 1 : 0;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "common/align.h"
+#include "decoder/parameter.h"
 #include "fuzz/fuzz.h"
 #include "kora/kora.h"
 #include "translator/text_translation.h"
@@ -19,7 +20,15 @@
 namespace kora_fuzz {
 
 inline constexpr int directions[] = {0, 1, 8, 23};  // zh-en, en-zh, ja-en, ko-zh
-inline constexpr const char* direction_names[] = {"zh-en", "en-zh", "ja-en", "ko-zh"};
+
+// Whether a folder's own settings ask for long searches, which is their cost and no fault.
+inline bool asks_much(const std::string& folder) {
+  bool much = false;
+  accepts([&] {
+    much = koralite::decoder::Parameter((folder + "/decoder.conf").c_str()).stack_limit > 100;
+  });
+  return much;
+}
 
 // One initialised direction with one handle. Null handle: the folder was refused.
 class Session {
@@ -69,6 +78,24 @@ inline void check_translation(koralite::translator::TransImpl& handle, const std
     handle.Translate(5, text, best);
     require(best.size() <= 5, "no more translations than asked for");
   });
+}
+
+// The text steps before and after the decoder keep a place inside the text for each
+// word and byte that they give.
+inline void check_positions(koralite::translator::TransImpl& handle, const std::string& text) {
+  using koralite::textProcess::ProcessStr;
+  koralite::textProcess::ProcessWordSeq words(true);
+  ProcessStr before(true, text);
+  before.set_identity();
+  ProcessStr after = before;
+  const auto check = [&](const auto& result, const char* promise) {
+    require(result.consistent(), promise);
+    for (const std::int32_t position : result.positions()) {
+      require(position >= 0 && position < static_cast<std::int64_t>(text.size()), promise);
+    }
+  };
+  if (accepts([&] { handle.DoPreprocess(before, words); })) check(words, "a word has a place");
+  if (accepts([&] { handle.DoPostprocess(after); })) check(after, "a byte has a place");
 }
 
 }  // namespace kora_fuzz

@@ -100,9 +100,10 @@ inline void make_small_models(const std::string& path, std::string_view source,
   pairs.write(path + "/phrases");
 }
 
-// `direction` is a name like "zh-en" whose source is zh, en, ja or ko. The folder is made.
+// `direction` is a name like "zh-en" whose source is zh, en, ja or ko. The folder is made. A narrow
+// one keeps few hypotheses, for those who translate very often.
 inline void make_small_folder(const std::string& path, std::string_view direction,
-                              bool compact = true) {
+                              bool compact = true, bool narrow = false) {
   namespace toolkit = koralite::toolkit;
   using lines_t = std::vector<std::string>;
   std::filesystem::create_directories(path);
@@ -155,6 +156,10 @@ inline void make_small_folder(const std::string& path, std::string_view directio
   if (source == "ko") folder.engine.single_word_split = "1";
   folder.decoder.compress = compact;
   folder.decoder.ngram_order = 3;
+  if (narrow) {
+    folder.decoder.stack_limit = 8;
+    folder.decoder.translation_limit = 4;
+  }
   folder.decoder.source_vocab = "source.vocab";
   folder.decoder.target_vocab = "target.vocab";
   folder.decoder.compress_vocab = compact ? "phrases.quant" : "";
