@@ -51,9 +51,17 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
+std::FILE* open_stream(const char* path) {
+  std::FILE* file = nullptr;
+  do {
+    file = std::fopen(path, "rb");
+  } while (file == nullptr && errno == EINTR);
+  return file;
+}
+
 // Plain reading: no more is allocated than the bytes that are really there need.
 bool read_whole(const std::string& path, std::vector<unsigned char>& bytes, std::string& reason) {
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path.c_str(), "rb"));
+  const std::unique_ptr<std::FILE, CloseFile> file(open_stream(path.c_str()));
   if (!file) {
     reason = error_text(errno);
     return false;
@@ -63,12 +71,16 @@ bool read_whole(const std::string& path, std::vector<unsigned char>& bytes, std:
   for (;;) {
     const std::size_t got = std::fread(bytes.data() + used, 1, bytes.size() - used, file.get());
     used += got;
-    if (used < bytes.size()) break;
-    bytes.resize(bytes.size() * 2);
-  }
-  if (std::ferror(file.get())) {
-    reason = error_text(errno);
-    return false;
+    if (used == bytes.size()) {
+      bytes.resize(bytes.size() * 2);
+    } else if (!std::ferror(file.get())) {
+      break;
+    } else if (errno == EINTR) {  // a signal came in between
+      std::clearerr(file.get());
+    } else {
+      reason = error_text(errno);
+      return false;
+    }
   }
   bytes.resize(used);
   bytes.shrink_to_fit();

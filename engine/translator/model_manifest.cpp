@@ -4,6 +4,7 @@
 #include <charconv>
 #include <set>
 #include <stdexcept>
+#include <string_view>
 
 #include "common/mapped_file.h"
 #include "common/pick_conf.h"
@@ -18,6 +19,12 @@ namespace {
 constexpr const char* resource_sections[] = {"[recase]",    "[ne]",           "[rule]",
                                              "[segment]",   "[segment_name]", "[ambiguous_path]",
                                              "[anti-name]", "[pinyin]"};
+
+constexpr std::string_view digest_header = "[digest]\n";
+
+std::string digest_of(std::string_view text) {
+  return common::Sha256::hex_of({reinterpret_cast<const unsigned char*>(text.data()), text.size()});
+}
 
 // A line "<64 digits> <size> <name>".
 bool parse_file_line(const std::string& line, manifest_file_t& file) {
@@ -53,12 +60,33 @@ std::set<std::string> named_files(const std::vector<std::string>& configuration,
 
 }  // namespace
 
+std::string with_manifest_digest(std::string text) {
+  const std::string digest = digest_of(text);
+  return text.append(digest_header).append(digest).append(1, '\n');
+}
+
+std::vector<std::string> manifest_lines(const std::string& path) {
+  std::vector<std::string> lines;
+  common::PickConf(path, lines);
+  std::string version;
+  if (!common::find_conf(lines, "[manifest]", version) || (version != "1" && version != "2")) {
+    throw std::runtime_error(path + ": no [manifest] of version 1 or 2; pack the folder again");
+  }
+  const common::MappedFile file(path);
+  const std::string_view text(reinterpret_cast<const char*>(file.data().data()), file.size());
+  const std::size_t header = text.rfind(digest_header);
+  // The first version had no digest; a damaged number must not make one of the second of it.
+  if (version == "1" && header == std::string_view::npos) return lines;
+  if (header == std::string_view::npos ||
+      text != with_manifest_digest(std::string(text.substr(0, header)))) {
+    throw std::runtime_error(path + ": contents differ from their own digest; copy the folder " +
+                             "again, or run 'kora pack' again");
+  }
+  return lines;
+}
+
 std::vector<manifest_file_t> manifest_files(const std::vector<std::string>& lines,
                                             const std::string& path) {
-  std::string version;
-  if (!common::find_conf(lines, "[manifest]", version) || version != "1") {
-    throw std::runtime_error(path + ": no [manifest] of version 1; pack the folder again");
-  }
   std::vector<std::string> values;
   common::find_conf(lines, "[files]", values);
   std::vector<manifest_file_t> files;
@@ -91,9 +119,12 @@ std::string compare_with_manifest(const std::string& folder, const manifest_file
 
 void verify_model_folder(const std::string& configuration, const std::string& folder) {
   const std::string path = folder + '/' + manifest_name;
-  std::vector<std::string> lines;
-  common::PickConf(path, lines);
-  const std::vector<manifest_file_t> files = manifest_files(lines, path);
+  std::vector<std::string> lines = manifest_lines(path);
+  std::vector<manifest_file_t> files = manifest_files(lines, path);
+  // From small to large, so that most damage is found before much is read.
+  std::stable_sort(
+      files.begin(), files.end(),
+      [](const manifest_file_t& a, const manifest_file_t& b) { return a.size < b.size; });
   for (const manifest_file_t& file : files) {
     const std::string problem = compare_with_manifest(folder, file);
     if (!problem.empty()) throw std::runtime_error(problem);

@@ -17,9 +17,16 @@ struct manifest_file_t {
   std::string sha256;      // 64 lower-case hexadecimal digits
 };
 
+// The text with the section that ends a manifest: the digest of all that stands
+// before it.
+std::string with_manifest_digest(std::string text);
+
+// The lines of a manifest. Throws std::runtime_error when it cannot be read, differs
+// from its own digest, or has none although its version asks for one.
+std::vector<std::string> manifest_lines(const std::string& path);
+
 // The lines "digest size name" under "[files]" of a manifest whose lines are given.
-// `path` is for messages. Throws std::runtime_error naming the line that is broken,
-// or when the manifest's version is not 1.
+// `path` is for messages. Throws std::runtime_error naming the line that is broken.
 std::vector<manifest_file_t> manifest_files(const std::vector<std::string>& lines,
                                             const std::string& path);
 

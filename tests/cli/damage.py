@@ -208,7 +208,9 @@ def refresh_manifest(folder, name):
     new = f"{hashlib.sha256(content).hexdigest()} {len(content)} {name}"
     lines = [new if line.endswith(" " + name) else line
              for line in manifest.read_text("utf-8").split("\n")]
-    manifest.write_text("\n".join(lines), "utf-8")
+    text = "\n".join(lines).partition("[digest]\n")[0]
+    digest = hashlib.sha256(text.encode()).hexdigest()
+    manifest.write_text(f"{text}[digest]\n{digest}\n", "utf-8")
 
 
 def kinds(model):

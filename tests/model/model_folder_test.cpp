@@ -112,6 +112,19 @@ TEST_F(ModelFolder, ManifestFindsEveryChange) {
   EXPECT_EQ(manifest.built_from[0].second, "12");
   EXPECT_THAT(verify_manifest(folder, manifest), ::testing::IsEmpty());
 
+  const std::string whole = format_manifest(manifest);
+  for (std::size_t i = 0; i < whole.size(); ++i) {
+    std::string flipped = whole;
+    flipped[i] = static_cast<char>(flipped[i] ^ 1);
+    for (const std::string& damaged :
+         {flipped, whole.substr(0, i), whole + whole.substr(0, i + 1)}) {
+      write(manifest_name, damaged);
+      EXPECT_THROW(read_manifest(m_path.string()), std::runtime_error) << damaged;
+    }
+  }
+  write(manifest_name, "[manifest]\n1\n\n[files]\n");  // the first version, without a digest
+  EXPECT_THAT(read_manifest(m_path.string()).files, ::testing::IsEmpty());
+
   write("l", "m");
   write("p.nodes", "changed");
   std::filesystem::remove(m_folder.path("rules"));

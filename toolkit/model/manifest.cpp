@@ -29,19 +29,18 @@ manifest_t make_manifest(const model_folder_t& folder,
 }
 
 std::string format_manifest(const manifest_t& manifest) {
-  std::string text = "[manifest]\n1\n\n[built-from]\n";
+  std::string text = "[manifest]\n2\n\n[built-from]\n";
   for (const auto& [name, value] : manifest.built_from) text += name + '\t' + value + '\n';
   text += "\n[files]\n";
   for (const manifest_file_t& file : manifest.files) {
     text += file.sha256 + ' ' + std::to_string(file.size) + ' ' + file.name + '\n';
   }
-  return text;
+  return translator::with_manifest_digest(text + '\n');
 }
 
 manifest_t read_manifest(const std::string& folder) {
   const std::string path = folder + '/' + manifest_name;
-  std::vector<std::string> lines;
-  common::PickConf(path, lines);
+  const std::vector<std::string> lines = translator::manifest_lines(path);
   manifest_t manifest;
   manifest.files = translator::manifest_files(lines, path);
   std::vector<std::string> values;

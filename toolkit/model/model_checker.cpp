@@ -216,7 +216,8 @@ struct phrase_check_t {
   bool compact = false;
   std::uint64_t sources = 0;
   std::uint64_t targets = 0;
-  std::vector<bool> seen;  // records of the trie
+  std::uint64_t block_bytes = 0;  // of all blocks read; more than the file when they overlap
+  std::vector<bool> seen;         // records of the trie
 };
 
 void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset) {
@@ -227,6 +228,9 @@ void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset
   if (!reader.seek(offset) || !reader.read_u32(length) || !reader.read_bytes(length, block)) {
     return report.wrong(place, "leaves the file");
   }
+  // Every block is its own, so all are read once; damaged offsets must not cost more than that.
+  check.block_bytes += 4 + std::uint64_t{length};
+  if (check.block_bytes > check.data.size()) return report.wrong(place, "overlaps another block");
   ++check.sources;
   if (check.compact && check.compressor == nullptr) return;
   decoder::TargetData entries;
