@@ -117,6 +117,7 @@ FILE* fopen(const char* path, const char* mode) {
     fail(EMFILE);
     return nullptr;
   }
+  stream_failed = false;
   return real<FILE* (*)(const char*, const char*)>("fopen")(path, mode);
 }
 
@@ -204,7 +205,6 @@ class Faults : public ::testing::TestWithParam<int> {
     for (long n = 0;; ++n) {
       const long files_before = open_files();
       const long before = live_blocks;
-      stream_failed = false;
       outcome_t outcome = run(direct_, folder, &fuse, n);
       const bool burnt = fuse.load() < 0;
       fuse = -1;
