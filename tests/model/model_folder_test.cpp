@@ -119,11 +119,11 @@ TEST_F(ModelFolder, ManifestFindsEveryChange) {
     for (const std::string& damaged :
          {flipped, whole.substr(0, i), whole + whole.substr(0, i + 1)}) {
       write(manifest_name, damaged);
-      EXPECT_THROW(read_manifest(m_path.string()), std::runtime_error) << damaged;
+      EXPECT_THROW(read_manifest(m_path), std::runtime_error) << damaged;
     }
   }
   write(manifest_name, "[manifest]\n1\n\n[files]\n");  // the first version, without a digest
-  EXPECT_THAT(read_manifest(m_path.string()).files, ::testing::IsEmpty());
+  EXPECT_THAT(read_manifest(m_path).files, ::testing::IsEmpty());
 
   write("l", "m");
   write("p.nodes", "changed");
