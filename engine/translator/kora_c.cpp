@@ -16,6 +16,7 @@
 
 #include "common/parse_number.h"
 #include "common/pick_conf.h"
+#include "decoder/parameter.h"
 #include "kora/kora.h"
 #include "translator/direction_table.h"
 #include "translator/model_manifest.h"
@@ -37,6 +38,10 @@ struct kora_c_translator {
 namespace {
 
 constexpr std::size_t max_text = std::size_t{1} << 30U;  // keeps every offset within 32 bits
+// The widest search that a folder may ask for: ten times the usual stack, fifty times the
+// usual options.
+constexpr int max_stack = 1000;
+constexpr int max_options = 1000;
 
 // Language codes in order of LangType, from 1.
 constexpr std::array<std::string_view, 13> language_codes = {
@@ -152,6 +157,14 @@ void check_manifest(const std::string& configuration, const std::string& folder)
   }
 }
 
+// A folder says how long a sentence takes; this bounds what it can say.
+void check_search_width(const std::string& path) {
+  const koralite::decoder::Parameter parameter(path.c_str());
+  if (parameter.stack_limit > max_stack || parameter.translation_limit > max_options) {
+    throw Failure(KORA_C_BAD_CONFIGURATION, path + ": [stack] or [option] above 1000");
+  }
+}
+
 }  // namespace
 
 const char* kora_c_version(void) {
@@ -201,6 +214,7 @@ std::int32_t kora_c_open(std::int32_t direction, const char* configuration,
     if (configuration_path.empty()) configuration_path = folder_path + "/engine.conf";
     const std::string parameters = parameter_file(configuration_path);
     if ((flags & KORA_C_CHECK_MANIFEST) != 0) check_manifest(configuration_path, folder_path);
+    check_search_width(folder_path + '/' + parameters);
     auto made = std::make_unique<kora_c_translator>();
     made->source = languages.source;
     made->engine = std::make_unique<TransImpl>(languages.source, languages.target,

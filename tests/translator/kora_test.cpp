@@ -4,8 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <filesystem>
 #include <thread>
+#include <tuple>
 
 #include "kora/kora_c.h"
 #include "support/small_model.h"
@@ -283,6 +285,17 @@ TEST_F(Kora, RefusesBadArguments) {
   EXPECT_EQ(kora_c_open(1, nullptr, 0, nullptr, 3, 0, &translator, nullptr), KORA_C_BAD_ARGUMENT);
   EXPECT_EQ(kora_c_open(1, nullptr, 0, path.data(), path.size(), 0, nullptr, nullptr),
             KORA_C_BAD_ARGUMENT);
+  for (const auto& [from, to, code] : {std::tuple{"[stack]\n100\n", "[stack]\n1001\n", 3},
+                                       {"[option]\n20\n", "[option]\n1001\n", 3},
+                                       {"[stack]\n100\n", "[stack]\n1000\n", 0}}) {
+    const TempFolder wide;
+    fs::copy(path, wide.path());
+    std::string text_of = read_file(wide.path("decoder.conf"));
+    ASSERT_NE(text_of.find(from), std::string::npos) << text_of;
+    wide.write("decoder.conf", text_of.replace(text_of.find(from), std::strlen(from), to));
+    EXPECT_EQ(open(1, "", wide.path(), 0), code) << to;
+    kora_c_close(translator);
+  }
   translator = opened(path);
   char* output = nullptr;
   std::size_t length = 0;

@@ -52,7 +52,7 @@ enum {
   KORA_C_OK = 0,
   KORA_C_BAD_ARGUMENT = 1,       /* a null pointer, a text too long, an unknown flag */
   KORA_C_BAD_DIRECTION = 2,      /* no such direction, or its source cannot be translated */
-  KORA_C_BAD_CONFIGURATION = 3,  /* configuration unreadable or of another version */
+  KORA_C_BAD_CONFIGURATION = 3,  /* unreadable, of another version, or too wide a search */
   KORA_C_BAD_MODEL = 4,          /* a model file is missing, damaged or does not fit */
   KORA_C_BAD_MANIFEST = 5,       /* the folder differs from its manifest, or has none */
   KORA_C_TRANSLATION_FAILED = 6, /* damage that was first met while translating */
@@ -79,8 +79,10 @@ KORA_API int32_t kora_c_find_direction(const char* name, size_t length);
 /* Loads a translator. `direction` is a code 0 to 33; directions from Thai, Arabic,
  * Spanish, French, Russian, German, Portuguese, classical Chinese and Cantonese are
  * refused. `configuration` is the path of the engine configuration, null or empty
- * for "engine.conf" in the folder. `message`, unless null, receives on failure a
- * text that says what is wrong, to be freed. */
+ * for "engine.conf" in the folder. A decoder parameter file whose [stack] or [option]
+ * is above 1000 is refused: it bounds what a folder can make a sentence cost.
+ * `message`, unless null, receives on failure a text that says what is wrong, to be
+ * freed. */
 KORA_API int32_t kora_c_open(int32_t direction, const char* configuration,
                              size_t configuration_length, const char* folder, size_t folder_length,
                              uint32_t flags, kora_c_translator** translator, char** message);
