@@ -7,9 +7,7 @@
 
 #include "support/temp_folder.h"
 
-using kora_test::le;
-using kora_test::message_of;
-using kora_test::TempFolder;
+using namespace kora_test;
 using koralite::common::DesFileReader;
 
 namespace {

@@ -14,9 +14,7 @@
 #include "support/cases.h"
 #include "support/temp_folder.h"
 
-using kora_test::le;
-using kora_test::message_of;
-using kora_test::TempFolder;
+using namespace kora_test;
 using koralite::common::StringHashMap;
 using koralite::common::StringIndex;
 using koralite::common::StringPool;
@@ -146,7 +144,7 @@ TEST(StringIndex, FilesOfEveryShape) {
   const auto load = [&](StringIndex& index, const std::string& bytes) {
     return message_of([&] { index.load(folder.write("index", bytes)); });
   };
-  kora_test::for_cases("cases.txt", "string index files", [&](const kora_test::Case& c) {
+  for_cases("cases.txt", "string index files", [&](const Case& c) {
     std::string bytes = le(c.size(1), 8) + le(c.size(2), 8);
     for (const int id : c.numbers(3)) bytes += le(static_cast<std::uint32_t>(id), 4);
     for (const char byte : c[4]) bytes += byte == '|' ? '\0' : byte;
@@ -170,7 +168,7 @@ TEST(StringIndex, LoadingAndSavingKeepsWhatIsThere) {
   const TempFolder folder;
   const std::string path = folder.path("index");
   StringIndex().save(path);
-  EXPECT_EQ(kora_test::read_file(path), std::string(16, '\0'));
+  EXPECT_EQ(read_file(path), std::string(16, '\0'));
 
   StringIndex index;
   index.insert("b", 1);

@@ -14,10 +14,7 @@
 #include "support/temp_folder.h"
 
 using namespace koralite::common;
-using kora_test::Case;
-using kora_test::for_cases;
-using kora_test::message_of;
-using kora_test::TempFolder;
+using namespace kora_test;
 
 namespace {
 
@@ -76,8 +73,7 @@ TEST(SplitString, ListForms) {
 TEST(PackFreeInput, ReadsAcrossBufferBoundsAndStopsAtTheEnd) {
   const TempFolder folder;
   std::string bytes;  // 7-byte groups, so that values straddle the end of every buffer
-  for (unsigned i = 0; i < 5000; ++i)
-    bytes += kora_test::le(i * 2654435761U, 4) + kora_test::le(i, 3);
+  for (unsigned i = 0; i < 5000; ++i) bytes += le(i * 2654435761U, 4) + le(i, 3);
   const Stream stream(folder.write("file", bytes + "ab"));
   PackFreeInput input(stream.file.get());
   for (unsigned i = 0; i < 5000; ++i) {

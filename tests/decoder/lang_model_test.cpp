@@ -11,11 +11,7 @@
 #include "support/cases.h"
 #include "support/temp_folder.h"
 
-using kora_test::Case;
-using kora_test::for_cases;
-using kora_test::le;
-using kora_test::message_of;
-using kora_test::TempFolder;
+using namespace kora_test;
 using koralite::decoder::CompactLmModel;
 using koralite::decoder::LangModel;
 
@@ -108,7 +104,7 @@ TEST(CompactLmModel, RefusesDamageWhenOpening) {
   const TempFolder folder;
   const std::string good = File().bytes();
   for_cases("cases.txt", "damaged language models", [&](const Case& c) {
-    const std::string path = folder.write("lm", kora_test::damaged(good, c[1]));
+    const std::string path = folder.write("lm", damaged(good, c[1]));
     EXPECT_EQ(message_of([&] {
                 const CompactLmModel model(path, 8);
                 for (int a = -1; a < 7; ++a) {

@@ -17,12 +17,7 @@
 #include "support/cases.h"
 #include "support/temp_folder.h"
 
-using kora_test::Case;
-using kora_test::f32;
-using kora_test::for_cases;
-using kora_test::le;
-using kora_test::message_of;
-using kora_test::TempFolder;
+using namespace kora_test;
 using koralite::common::ByteReader;
 using namespace koralite::decoder;
 
@@ -288,7 +283,7 @@ TEST(CompactTransModel, NeverFollowsDamage) {
   for_cases("cases.txt", "damaged phrase tables", [&](const Case& c) {
     Files files;
     std::string& file = c[1] == "head" ? files.head : c[1] == "nodes" ? files.nodes : files.data;
-    file = kora_test::damaged(file, c[2]);
+    file = damaged(file, c[2]);
     EXPECT_EQ(open_and_search(folder, files), c[3]);
   });
   const std::pair<const char*, const char*> missing[] = {

@@ -102,22 +102,9 @@ TEST(Vocab, SavesAndLoads) {
 TEST(Vocab, RefusesIdsThatAreNotDense) {
   const TempFolder folder;
   const std::string path = folder.path("vocab");
-  const std::pair<std::vector<int>, bool> cases[] = {
-      {{}, true},
-      {{256}, true},
-      {{257, 256}, true},
-      {{0, 256, 1}, true},
-      {{257}, false},
-      {{256, 256}, false},
-      {{256, 258}, false},
-      {{-1}, false},
-      {{1}, false},
-      {{0, 0}, false},
-      {{255, 256}, false},
-      {{INT32_MAX}, false},
-      {{INT32_MIN, 256}, false},
-  };
-  for (const auto& [ids, good] : cases) {
+  kora_test::for_cases("cases.txt", "vocabulary ids", [&](const kora_test::Case& c) {
+    const std::vector<int> ids = c.numbers(0);
+    const bool good = c.yes(1);
     StringIndex index;
     for (std::size_t i = 0; i < ids.size(); ++i) index.insert("w" + std::to_string(i), ids[i]);
     index.save(path);
@@ -128,7 +115,7 @@ TEST(Vocab, RefusesIdsThatAreNotDense) {
     int id = 0;
     EXPECT_EQ(vocab.find("<unk>", id), !good) << "a failed load changes nothing";
     EXPECT_EQ(id, 256);
-  }
+  });
   folder.write("vocab", "short");
   Vocab vocab;
   EXPECT_EQ(message_of([&] { vocab.load(path.c_str()); }),

@@ -15,10 +15,7 @@
 #include "toolkit/pack/line_reader.h"
 #include "toolkit/pack/phrase_text.h"
 
-using kora_test::Case;
-using kora_test::for_cases;
-using kora_test::message_of;
-using kora_test::TempFolder;
+using namespace kora_test;
 using namespace koralite::decoder;
 using namespace koralite::toolkit;
 
@@ -70,7 +67,7 @@ TEST(LineReader, CutsLinesOfAnyLengthPlainOrCompressed) {
     EXPECT_EQ(lines_of(folder.write("plain", text)), lines);
     EXPECT_EQ(lines_of(write_gz(folder, "packed", text)), lines);
   }
-  std::string packed = kora_test::read_file(write_gz(folder, "packed", "a\n" + long_line));
+  std::string packed = read_file(write_gz(folder, "packed", "a\n" + long_line));
   const std::string cut = folder.write("cut", packed.substr(0, packed.size() / 2));
   EXPECT_THAT(message_of([&] { lines_of(cut); }), testing::HasSubstr("damaged or cut short"));
   EXPECT_NE(message_of([&] { LineReader reader(folder.path("none")); }), "");

@@ -18,12 +18,7 @@
 
 using namespace koralite::decoder;
 using namespace koralite::toolkit;
-using kora_test::lm_file_t;
-using kora_test::message_of;
-using kora_test::RandomModel;
-using kora_test::read_file;
-using kora_test::ReferenceScorer;
-using kora_test::TempFolder;
+using namespace kora_test;
 
 namespace {
 
@@ -93,7 +88,7 @@ TEST(LangModel, AgreesWithTheReferenceOnRandomModels) {
   const TempFolder folder;
   int compared = 0;
   for (std::uint32_t seed = 1; seed <= 2400; ++seed) {
-    kora_test::random_model_options_t options{.seed = seed, .ngrams = 60, .pairs = 0};
+    random_model_options_t options{.seed = seed, .ngrams = 60, .pairs = 0};
     options.order = static_cast<int>(1 + seed % 8);
     options.target_words = static_cast<int>(3 + seed % 20);
     if (seed % 100 == 0) {  // the tree of "</s>" then has a large root group
@@ -293,7 +288,7 @@ TEST(LangModelBuilder, WritesTheDocumentedExample) {
          {{0, 2}, -0.75F, -0.5F},
          {{0, 2, 1}, -0.25F, 0}},
         {.end_id = 1});
-  EXPECT_EQ(kora_test::dumps_of(KORA_SOURCE_DIR "/docs/format-language-model.md"),
+  EXPECT_EQ(dumps_of(KORA_SOURCE_DIR "/docs/format-language-model.md"),
             std::vector<std::string>{read_file(folder.path("lm"))});
 }
 

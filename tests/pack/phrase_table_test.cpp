@@ -18,10 +18,7 @@
 
 using namespace koralite::decoder;
 using namespace koralite::toolkit;
-using kora_test::message_of;
-using kora_test::RandomModel;
-using kora_test::read_file;
-using kora_test::TempFolder;
+using namespace kora_test;
 
 namespace {
 
@@ -91,7 +88,7 @@ TEST(PhraseTable, GivesBackEveryPairOfRandomModels) {
   const TempFolder folder;
   std::size_t entries = 0;
   for (std::uint32_t seed = 1; seed <= 120; ++seed) {
-    kora_test::random_model_options_t options{.seed = seed};
+    random_model_options_t options{.seed = seed};
     options.compact = seed % 2 == 1;
     options.prune = seed % 4 >= 2;
     options.pairs = static_cast<int>(1 + seed * 3);
@@ -220,7 +217,7 @@ TEST(PhraseTableBuilder, WritesTheDocumentedExample) {
   add({1, 4}, {260}, -0.5F, {1, 0, 0, 1, 0, 0});
   add({1, 4, 3}, {261}, -1, {5, 5, 5, 0, 5, 0});
   builder.write(folder.path("t"));
-  EXPECT_EQ(kora_test::dumps_of(KORA_SOURCE_DIR "/docs/format-phrase-table.md"),
+  EXPECT_EQ(dumps_of(KORA_SOURCE_DIR "/docs/format-phrase-table.md"),
             (std::vector<std::string>{
                 read_file(folder.path("t")), read_file(folder.path("t.nodes")),
                 read_file(folder.path("t.data")), read_file(folder.path("quantifier"))}));

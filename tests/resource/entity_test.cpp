@@ -19,9 +19,7 @@
 namespace koralite::toolkit {
 namespace {
 
-using kora_test::Case;
-using kora_test::for_cases;
-using kora_test::message_of;
+using namespace kora_test;
 using textProcess::NeDict;
 
 class EntityFile : public testing::Test {
@@ -40,7 +38,7 @@ class EntityFile : public testing::Test {
     return message_of([&] { const NeDict dictionary(path_.c_str()); });
   }
 
-  kora_test::TempFolder folder_;
+  TempFolder folder_;
   std::string path_ = folder_.path("entities");
 };
 

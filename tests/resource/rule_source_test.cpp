@@ -22,13 +22,11 @@
 namespace koralite::toolkit {
 namespace {
 
-using kora_test::Case;
-using kora_test::for_cases;
-using kora_test::message_of;
+using namespace kora_test;
 
 // The translator of a source, by way of its resource file.
 auto translator_of(const rule_source_t& source) {
-  const kora_test::TempFolder folder;
+  const TempFolder folder;
   write_rule_file(source, folder.path("rules"));
   return open_rules(source.direction, folder.path("rules"));
 }

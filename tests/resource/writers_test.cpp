@@ -16,12 +16,7 @@
 #include "toolkit/resource/vocab_file.h"
 
 using namespace koralite::toolkit;
-using kora_test::Case;
-using kora_test::for_cases;
-using kora_test::le;
-using kora_test::message_of;
-using kora_test::read_file;
-using kora_test::TempFolder;
+using namespace kora_test;
 using testing::HasSubstr;
 
 namespace {

@@ -11,7 +11,7 @@
 // coarse grids, so that ties happen; about a fifth of the n-grams have contexts that
 // are no entries themselves, as pruned models have. Words are "s1", "s2", ... and
 // "t1", "t2", ...; both sides also know the tag words of "<name>", and the target
-// "<s>" and "</s>". `random_sentence` mixes known, rare and unknown words.
+// "<s>" and "</s>".
 //
 // Needs kora_toolkit. With `pairs` 0 only the language model is written.
 #pragma once
@@ -43,9 +43,7 @@ struct random_model_options_t {
   int pairs = 120;     // phrase pairs
   int max_phrase = 3;  // words of either side
   bool compact = false;
-  bool prune = false;           // seven scores
-  bool tags = true;             // tag words in some phrase pairs and n-grams
-  std::string parameters = {};  // more lines for the decoder parameter file, "[stack]\n5\n..."
+  bool prune = false;  // seven scores
 };
 
 class RandomModel {
@@ -67,19 +65,17 @@ class RandomModel {
     std::string text = "[source-vocab]\nsource.vocab\n\n[target-vocab]\ntarget.vocab\n\n";
     text += "[lang-model]\nlm.bin\n\n[trans-model]\nphrases\n\n[compress-vocab]\nquantifier\n\n";
     text += std::string("[compress]\n") + (options.compact ? "1" : "0") + "\n\n";
-    text += std::string("[prune]\n") + (options.prune ? "1" : "0") + "\n\n" + options.parameters;
+    text += std::string("[prune]\n") + (options.prune ? "1" : "0") + "\n\n";
     toolkit::write_file(parameter_path(), std::string_view(text));
   }
 
   const std::string& folder() const { return folder_; }
   std::string parameter_path() const { return folder_ + "/decoder.conf"; }
   std::string lm_path() const { return folder_ + "/lm.bin"; }
-  std::string phrase_path() const { return folder_ + "/phrases"; }
   std::string quantifier_path() const { return folder_ + "/quantifier"; }
 
   const std::vector<ngram_t>& ngrams() const { return ngrams_; }
   const std::vector<toolkit::phrase_entry_t>& pairs() const { return pairs_; }
-  const std::vector<std::string>& source_words() const { return source_words_; }
 
   int random(int limit) { return static_cast<int>(random_() % static_cast<unsigned>(limit)); }
 
@@ -90,17 +86,6 @@ class RandomModel {
   int end_id() const { return end_; }
   const std::vector<int>& target_ids() const { return target_ids_; }
 
-  // Words of the source vocabulary and, one in ten, words that no vocabulary knows.
-  std::vector<std::string> random_sentence(int length) {
-    std::vector<std::string> words;
-    for (int i = 0; i < length; ++i) {
-      words.push_back(random(10) == 0
-                          ? "new" + std::to_string(random(3))
-                          : source_words_[static_cast<std::size_t>(skewed(options_.source_words))]);
-    }
-    return words;
-  }
-
  private:
   // Small numbers more often than large ones.
   int skewed(int limit) { return std::min(random(limit), random(limit)); }
@@ -109,8 +94,7 @@ class RandomModel {
     source_vocab_.encode("<name>#0");
     target_vocab_.encode("<name>#0");
     for (int i = 1; i <= options_.source_words; ++i) {
-      source_words_.push_back("s" + std::to_string(i));
-      source_ids_.push_back(source_vocab_.encode(source_words_.back()));
+      source_ids_.push_back(source_vocab_.encode("s" + std::to_string(i)));
     }
     begin_ = target_vocab_.encode("<s>");
     end_ = target_vocab_.encode("</s>");
@@ -120,13 +104,13 @@ class RandomModel {
   }
 
   int source_word() {
-    if (options_.tags && random(12) == 0) return random(3);
+    if (random(12) == 0) return random(3);
     if (random(40) == 0) return 256;  // "<unk>"
     return source_ids_[static_cast<std::size_t>(skewed(options_.source_words))];
   }
 
   int target_word() {
-    if (options_.tags && random(12) == 0) return random(3);
+    if (random(12) == 0) return random(3);
     if (random(40) == 0) return 256;
     return target_ids_[static_cast<std::size_t>(skewed(options_.target_words))];
   }
@@ -195,7 +179,7 @@ class RandomModel {
       pairs_.push_back(pair);
       builder.add(pair);
     }
-    builder.write(phrase_path());
+    builder.write(folder_ + "/phrases");
   }
 
   std::string folder_;
@@ -203,7 +187,6 @@ class RandomModel {
   std::mt19937 random_;
   toolkit::VocabBuilder source_vocab_;
   toolkit::VocabBuilder target_vocab_;
-  std::vector<std::string> source_words_;
   std::vector<int> source_ids_;
   std::vector<int> target_ids_;
   int begin_ = 0;

@@ -26,9 +26,7 @@ namespace koralite::textProcess {
 namespace {
 
 using namespace std::string_literals;
-using kora_test::Case;
-using kora_test::for_cases;
-using kora_test::message_of;
+using namespace kora_test;
 
 constexpr LangType kSources[] = {LangType::kChinese, LangType::kEnglish, LangType::kJapanese,
                                  LangType::kKorean,  LangType::kThai,    LangType::kArabic,
@@ -38,7 +36,7 @@ class Chains : public ::testing::Test {
  protected:
   Chains() {
     folder_.write("dict", "unread");
-    folder_.write("pinyin", tests::pinyin_bytes({{"三", "san"}, {"张", "zhang"}, {"龘", "da"}}));
+    folder_.write("pinyin", tests::pinyin_bytes("三 san 张 zhang 龘 da"));
     folder_.write_lines("ne", {"new york\tLOC\t纽约", "上海\tLOC\tShanghai", "东京\tLOC\tTokyo"});
     folder_.write_lines("rules.ec", {"(ei) percent ||| 百分之(ci) ||| NUM"});
     folder_.write_lines("rules.ce", {"第(ci)名 ||| no. (ai) ||| ORD"});
@@ -71,7 +69,7 @@ class Chains : public ::testing::Test {
     return make(source, target, full(source));
   }
 
-  kora_test::TempFolder folder_;
+  TempFolder folder_;
   tests::FakeLibrary library_{tests::by_character};
 };
 
@@ -250,8 +248,7 @@ TEST_F(Chains, ServeTheDecoder) {
 
 // Texts of pieces that matter to some step, valid UTF-8 or not.
 std::string random_text(std::mt19937& random) {
-  static const std::vector<std::string> kBits =
-      kora_test::read_cases("words.txt", "bits").at(0).cells;
+  static const std::vector<std::string> kBits = read_cases("words.txt", "bits").at(0).cells;
   std::string text;
   const std::size_t kinds = 1 + random() % kBits.size();
   const std::size_t shift = random() % kBits.size();
@@ -315,7 +312,7 @@ TEST_F(Chains, GiveTheSameTextWithAndWithoutPositions) {
 
 // A quadratic step would need minutes for such a line, linear ones need milliseconds.
 TEST_F(Chains, TakeLongHostileLinesInTheirStride) {
-  const auto units = kora_test::read_cases("words.txt", "hostile units").at(0).cells;
+  const auto units = read_cases("words.txt", "hostile units").at(0).cells;
   for (const LangType language : {LangType::kChinese, LangType::kEnglish, LangType::kThai}) {
     const auto processor = make(language, language);
     for (const std::string& unit : units) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -12,7 +13,11 @@
 
 namespace koralite::tests {
 
-inline std::string pinyin_bytes(const std::map<std::string, std::string>& readings) {
+// Characters and their readings: "三 san 中 zhong".
+inline std::string pinyin_bytes(const std::string& text) {
+  std::map<std::string, std::string> readings;
+  std::istringstream in(text);
+  for (std::string character; in >> character;) in >> readings[character];
   std::vector<std::string> slots;
   std::size_t longest = 1;
   for (const auto& [character, pinyin] : readings) {

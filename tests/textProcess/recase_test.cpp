@@ -8,10 +8,7 @@
 namespace koralite::textProcess {
 namespace {
 
-using kora_test::Case;
-using kora_test::for_cases;
-using kora_test::message_of;
-using kora_test::TempFolder;
+using namespace kora_test;
 
 TEST(EngRecase, LongestGroupOfTheModelWins) {
   const TempFolder folder;

@@ -23,10 +23,7 @@ namespace koralite::textProcess {
 namespace {
 
 using namespace std::string_literals;
-using kora_test::Case;
-using kora_test::for_cases;
-using kora_test::le;
-using kora_test::message_of;
+using namespace kora_test;
 using ::testing::ElementsAre;
 
 std::string shown(const common::word_node_t& node) {
@@ -86,15 +83,9 @@ TEST(ConvertNeTag, BuildsTheVocabularysForm) {
 
 class Pinyin : public ::testing::Test {
  protected:
-  kora_test::TempFolder folder_;
-  std::string bytes_ = tests::pinyin_bytes({{"三", "san"},
-                                            {"中", "zhong"},
-                                            {"张", "zhang"},
-                                            {"欧", "ou"},
-                                            {"阳", "yang"},
-                                            {"修", "xiu"},
-                                            {"国", "guo"},
-                                            {"吕", "lv"}});
+  TempFolder folder_;
+  std::string bytes_ =
+      tests::pinyin_bytes("三 san 中 zhong 张 zhang 欧 ou 阳 yang 修 xiu 国 guo 吕 lv");
   PinyinConverter pinyin_{folder_.write("pinyin", bytes_)};
 };
 
@@ -208,7 +199,7 @@ class ToWords : public ::testing::Test {
     return out;
   }
 
-  kora_test::TempFolder folder_;
+  TempFolder folder_;
   common::StringPool pool_{1000};
   NeDict dictionary_{
       folder_

@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <filesystem>
 #include <limits>
 #include <string>
@@ -27,30 +26,25 @@ using namespace koralite::toolkit;
 using kora_test::message_of;
 using ::testing::HasSubstr;
 
-struct word_pair_t {
-  std::string_view english;
-  std::string_view chinese;
-};
-constexpr std::array<word_pair_t, 5> people = {
-    {{"I", "我"}, {"we", "我们"}, {"they", "他们"}, {"the teacher", "老师"}, {"you", "你"}}};
-constexpr std::array<word_pair_t, 4> verbs = {
-    {{"see", "看见"}, {"sell", "出售"}, {"need", "需要"}, {"want", "想要"}}};
-constexpr std::array<word_pair_t, 5> things = {
-    {{"red", "红色"}, {"books", "书"}, {"tables", "桌子"}, {"water", "水"}, {"bread", "面包"}}};
+using pairs_t = std::vector<std::pair<std::string, std::string>>;
+const pairs_t people = {
+    {"I", "我"}, {"we", "我们"}, {"they", "他们"}, {"the teacher", "老师"}, {"you", "你"}};
+const pairs_t verbs = {{"see", "看见"}, {"sell", "出售"}, {"need", "需要"}, {"want", "想要"}};
+const pairs_t things = {
+    {"red", "红色"}, {"books", "书"}, {"tables", "桌子"}, {"water", "水"}, {"bread", "面包"}};
 
 // Sentence pairs in a fixed order: subject, verb, thing, every third with an amount of money.
 std::pair<std::string, std::string> sentences(std::size_t count) {
   std::pair<std::string, std::string> text;
   for (std::size_t i = 0; i < count; ++i) {
-    const auto& [person_e, person_c] = people[i % people.size()];
-    const auto& [verb_e, verb_c] = verbs[i / 5 % verbs.size()];
-    const auto& [thing_e, thing_c] = things[i / 20 % things.size()];
-    std::string amount = std::to_string(10 + i * 7);
-    const bool has_amount = i % 3 == 0;
-    text.first += std::string(person_e) + " " + std::string(verb_e) + " " + std::string(thing_e) +
-                  (has_amount ? " for " + amount + " dollars" : "") + ".\n";
-    text.second += std::string(person_c) + (has_amount ? "用" + amount + "美元" : "") +
-                   std::string(verb_c) + std::string(thing_c) + "。\n";
+    const auto& person = people[i % people.size()];
+    const auto& verb = verbs[i / 5 % verbs.size()];
+    const auto& thing = things[i / 20 % things.size()];
+    const std::string amount = std::to_string(10 + i * 7);
+    text.first += person.first + " " + verb.first + " " + thing.first;
+    text.first += i % 3 == 0 ? " for " + amount + " dollars.\n" : ".\n";
+    text.second += person.second + (i % 3 == 0 ? "用" + amount + "美元" : "");
+    text.second += verb.second + thing.second + "。\n";
   }
   return text;
 }
@@ -65,10 +59,9 @@ class TrainerTest : public ::testing::Test {
     };
     write("a", 300);
     write("dev", 40);
-    std::string words;
-    for (const char* word : {"我", "我们", "他们", "老师", "你", "看见", "出售", "需要", "想要",
-                             "红色", "书", "桌子", "水", "面包", "用", "美元"})
-      words += std::string(word) + " 9\n";
+    std::string words = "用 9\n美元 9\n";
+    for (const pairs_t* pairs : {&people, &verbs, &things})
+      for (const auto& [english, chinese] : *pairs) words += chinese + " 9\n";
     m_folder.write("words", words);
     m_options.direction = *find_direction("en-zh");
     m_options.source = m_folder.path("a.en");
