@@ -67,6 +67,13 @@ def first_head(field):  # an entry of the head file that has this field
     return find
 
 
+def share_block(content):  # all first words have the block of the first
+    first = content[first_head(0)(content):][:4]
+    for w in range(struct.unpack_from("<Q", content, 0)[0]):
+        if struct.unpack_from("<I", content, 8 + 8 * w)[0] != 0xFFFFFFFF:
+            content[8 + 8 * w:12 + 8 * w] = first
+
+
 def node_header(content):
     return next(at for at in range(0, len(content), 10) if content[at:at + 2] == b"\xff\xff")
 
@@ -145,6 +152,7 @@ STRUCTURE = {
         ("one first word less", add(0, "<Q", -1)),
         ("a block outside the data", put(first_head(0), "<I", 0xFFFFFFF0)),
         ("a block one byte further", add(first_head(0), "<I", 1)),
+        ("all first words share a block", share_block),
         ("a group outside the nodes", put(first_head(4), "<I", 0xFFFFFFF0)),
         ("a group one record further", add(first_head(4), "<I", 1)),
         ("another count at the end", put(lambda c: len(c) - 8, "<Q", 1)),

@@ -218,6 +218,7 @@ struct phrase_check_t {
   std::uint64_t targets = 0;
   std::uint64_t block_bytes = 0;  // of all blocks read; more than the file when they overlap
   std::vector<bool> seen;         // records of the trie
+  std::vector<bool> seen_blocks;  // by where they begin
 };
 
 void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset) {
@@ -228,9 +229,12 @@ void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset
   if (!reader.seek(offset) || !reader.read_u32(length) || !reader.read_bytes(length, block)) {
     return report.wrong(place, "leaves the file");
   }
-  // Every block is its own, so all are read once; damaged offsets must not cost more than that.
+  // Each phrase has a block of its own, so all are read once; damaged offsets must not cost more.
   check.block_bytes += 4 + std::uint64_t{length};
-  if (check.block_bytes > check.data.size()) return report.wrong(place, "overlaps another block");
+  if (check.seen_blocks[offset] || check.block_bytes > check.data.size()) {
+    return report.wrong(place, "overlaps another block");
+  }
+  check.seen_blocks[offset] = true;
   ++check.sources;
   if (check.compact && check.compressor == nullptr) return;
   decoder::TargetData entries;
@@ -315,6 +319,7 @@ void check_phrases(check_report_t& out, const std::string& path, phrase_check_t&
   check.nodes = node_file->data();
   check.data = data_file->data();
   check.seen.resize(check.nodes.size() / 10);
+  check.seen_blocks.resize(check.data.size());
   if (check.nodes.size() % 10 != 0) nodes.wrong("end", "an incomplete record");
   common::ByteReader reader(head_file->data());
   std::uint64_t count = 0;
@@ -344,6 +349,11 @@ void check_phrases(check_report_t& out, const std::string& path, phrase_check_t&
   if (nodes.is_sound()) {
     const auto lost = std::count(check.seen.begin(), check.seen.end(), false);
     if (lost > 0) nodes.wrong("", std::to_string(lost) + " records that no phrase reaches");
+  }
+  if (head.is_sound() && nodes.is_sound() && data.is_sound() &&
+      check.block_bytes != check.data.size()) {
+    data.wrong("", std::to_string(check.data.size() - check.block_bytes) +
+                       " bytes that no phrase reaches");
   }
   head.fact(std::to_string(check.sources) + " source phrases, " + std::to_string(check.targets) +
             " phrase pairs");
