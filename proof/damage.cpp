@@ -358,25 +358,31 @@ bool run(const options_t& options) {
   return total.is_good();
 }
 
+// False for an option that there is not.
+bool set(options_t& options, const std::string& name, const char* value) {
+  if (name == "--each") {
+    options.each = std::strtoul(value, nullptr, 10);
+  } else if (name == "--checks") {
+    options.checks = std::strtoul(value, nullptr, 10);
+  } else if (name == "--text") {
+    options.text = value;
+  } else if (name == "--work") {
+    options.work = value;
+  } else {
+    return false;
+  }
+  return true;
+}
+
 bool parse(int argc, char** argv, options_t& options) {
   for (int i = 1; i < argc; ++i) {
     const std::string name = argv[i];
-    if (!name.starts_with("--")) {
+    if (name.starts_with("--")) {
+      if (++i == argc || !set(options, name, argv[i])) return false;
+    } else {
       std::string& place = options.model.empty() ? options.model : options.other;
       if (!place.empty()) return false;
       place = name;
-    } else if (++i == argc) {
-      return false;
-    } else if (name == "--each") {
-      options.each = std::strtoul(argv[i], nullptr, 10);
-    } else if (name == "--checks") {
-      options.checks = std::strtoul(argv[i], nullptr, 10);
-    } else if (name == "--text") {
-      options.text = argv[i];
-    } else if (name == "--work") {
-      options.work = argv[i];
-    } else {
-      return false;
     }
   }
   return !options.other.empty();
