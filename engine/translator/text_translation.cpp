@@ -95,6 +95,11 @@ bool translate_text(TransImpl& handle, LangType source, std::string_view input, 
       source, input, output,
       [&](const std::string& sentence, std::size_t source_offset,
           std::size_t target_offset) -> const std::string& {
+        // Zero bytes are dropped first, and of nothing no step can say where it came from.
+        if (sentence.find_first_not_of('\0') == std::string::npos) {
+          translation.clear();
+          return translation;
+        }
         handle.Translate(sentence, translation, links);
         const auto s = static_cast<std::int32_t>(source_offset);
         const auto t = static_cast<std::int32_t>(target_offset);
