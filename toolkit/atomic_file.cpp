@@ -11,6 +11,9 @@
 #include <system_error>
 #include <utility>
 
+#include "toolkit/interrupt.h"
+#include "toolkit/io_error.h"
+
 namespace koralite::toolkit {
 namespace fs = std::filesystem;
 
@@ -18,7 +21,7 @@ AtomicFile::AtomicFile(std::string path) : path_(std::move(path)) {
   std::error_code error;
   const fs::file_type kind = fs::status(path_, error).type();
   if (kind == fs::file_type::directory) {
-    throw std::runtime_error("can't write " + path_ + ": it is a folder");
+    throw io_error("can't write " + path_ + ": it is a folder; name a file");
   }
   // A pipe or a device cannot be replaced; it is written as it stands.
   const bool replace = kind == fs::file_type::regular || kind == fs::file_type::not_found;
@@ -36,11 +39,13 @@ AtomicFile::~AtomicFile() {
 }
 
 void AtomicFile::fail(const char* what) const {
-  throw std::runtime_error(what + path_ + ": " + std::generic_category().message(errno));
+  throw io_error(what + path_ + ": " + std::generic_category().message(errno) +
+                 "; check the folder, the rights and the space on the disk");
 }
 
 void AtomicFile::write(std::span<const unsigned char> bytes) {
-  if (!file_) throw std::runtime_error("can't write " + path_ + ": it is already committed");
+  stop_if_interrupted();
+  if (!file_) throw std::logic_error("can't write " + path_ + ": it is already committed");
   if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
     fail("can't write ");
   }
@@ -53,7 +58,7 @@ void AtomicFile::write(std::string_view text) {
 
 void AtomicFile::write_at(std::uint64_t offset, std::span<const unsigned char> bytes) {
   if (offset > written_ || bytes.size() > written_ - offset) {
-    throw std::runtime_error("can't write " + path_ + ": place not written before");
+    throw std::logic_error("can't write " + path_ + ": place not written before");
   }
   const std::uint64_t end = written_;
   if (offset > std::numeric_limits<off_t>::max() ||
@@ -66,7 +71,7 @@ void AtomicFile::write_at(std::uint64_t offset, std::span<const unsigned char> b
 }
 
 void AtomicFile::commit() {
-  if (!file_) throw std::runtime_error("can't write " + path_ + ": it is already committed");
+  if (!file_) throw std::logic_error("can't write " + path_ + ": it is already committed");
   if (std::fflush(file_.get()) != 0) fail("can't write ");
   if (!beside_.empty() && ::fsync(::fileno(file_.get())) != 0) fail("can't write ");
   if (std::fclose(file_.release()) != 0) fail("can't write ");

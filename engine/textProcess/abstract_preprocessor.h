@@ -49,8 +49,12 @@ class AbstractPreprocessor : public AbstractProcessor {
   // outlive the pipeline or be set to null.
   void SetSourceVocab(const decoder::Vocab* vocab);
 
-  // The last step of each chain, for inspection.
+  // The last step of each chain and the step to words between them, for inspection and for running
+  // them one by one.
+  AbstractStringProcessor* string_chain() { return string_head_.get(); }
   const AbstractStringProcessor* string_chain() const { return string_head_.get(); }
+  Str2Word& str2word() { return *str2word_; }
+  AbstractWsProcessor* word_chain() { return ws_head_.get(); }
   const AbstractWsProcessor* word_chain() const { return ws_head_.get(); }
 
  protected:

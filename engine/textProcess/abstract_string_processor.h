@@ -36,6 +36,7 @@ class AbstractStringProcessor {
   unsigned id() const { return id_; }
   const std::string& name() const { return name_; }
   // The step that runs before this one, or null.
+  AbstractStringProcessor* prior() { return prior_.get(); }
   const AbstractStringProcessor* prior() const { return prior_.get(); }
 
  private:

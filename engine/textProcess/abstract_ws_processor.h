@@ -35,6 +35,7 @@ class AbstractWsProcessor {
   unsigned id() const { return id_; }
   const std::string& name() const { return name_; }
   // The step that runs before this one, or null.
+  AbstractWsProcessor* prior() { return prior_.get(); }
   const AbstractWsProcessor* prior() const { return prior_.get(); }
 
  private:

@@ -25,7 +25,8 @@ class AbstractPostprocessor : public AbstractProcessor {
 
   const std::set<std::string>& punct_set() const { return punct_set_; }
   bool debug() const { return debug_; }
-  // The last step of the chain, for inspection.
+  // The last step of the chain, for inspection and for running its steps one by one.
+  AbstractStringProcessor* string_chain() { return string_head_.get(); }
   const AbstractStringProcessor* string_chain() const { return string_head_.get(); }
 
  protected:

@@ -46,6 +46,8 @@ class Processor {
   // See AbstractPreprocessor::SetSourceVocab.
   void SetSourceVocab(const decoder::Vocab* vocab) { preprocessor_->SetSourceVocab(vocab); }
 
+  AbstractPreprocessor& preprocessor() { return *preprocessor_; }
+  AbstractPostprocessor& postprocessor() { return *postprocessor_; }
   const AbstractPreprocessor& preprocessor() const { return *preprocessor_; }
   const AbstractPostprocessor& postprocessor() const { return *postprocessor_; }
 

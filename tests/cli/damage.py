@@ -15,7 +15,7 @@ import tempfile
 def put(offset, form, value):
     def change(content):
         at = offset(content) if callable(offset) else offset
-        struct.pack_into(form, content, at, value)
+        struct.pack_into(form, content, at, value(content) if callable(value) else value)
     return change
 
 
@@ -107,6 +107,107 @@ def strip_end(content):
     content[-1] = 1
 
 
+def replace(old, new):
+    return lambda content: content.__setitem__(slice(None), content.replace(old, new, 1))
+
+
+def trie_at(section):  # where the pages, bases, checks, values or extra bytes of a trie begin
+    def find(content):
+        pages, nodes = struct.unpack_from("<II", content, 8)
+        return 24 + 2 * 4352 + [0, 512 * pages][section > 0] + nodes * [0, 0, 4, 8, 10][section]
+    return find
+
+
+trie_pages, trie_base, trie_check, trie_values, trie_extra = map(trie_at, range(5))
+
+
+def trie_key(content):  # the value of the first node that ends a key
+    at = trie_values(content)
+    return next(at + i for i in range(0, trie_extra(content) - at, 2) if content[at + i])
+
+
+def trie_leaf(content):  # the value of a node that no other one hangs from
+    parents = set(struct.unpack_from(f"<{struct.unpack_from('<I', content, 12)[0]}I", content,
+                                     trie_check(content)))
+    at = trie_values(content)
+    return next(at + i for i in range(0, trie_extra(content) - at, 2)
+                if content[at + i] and i // 2 not in parents)
+
+
+def trie_value(content):
+    return struct.unpack_from("<H", content, trie_key(content))[0]
+
+
+def trie_node(content):  # how far the check of that node is behind the first one
+    return 4 * ((trie_key(content) - trie_values(content)) // 2)
+
+
+def trie_record(content):  # the first record of the strings with a fixed segmentation
+    at = trie_extra(content)
+    return at + struct.unpack_from("<I", content, at + 4)[0]
+
+
+def trie_block(which):  # the number of the page of a block that has one
+    return lambda content: [24 + 2 * b for b in range(4352)
+                            if content[24 + 2 * b:26 + 2 * b] != b"\xff\xff"][which]
+
+
+def pinyin_tail(content):
+    return 4 + 5 * struct.unpack_from("<I", content, 0)[0]
+
+
+def put_lines(lines):
+    """Scrambled records of these lines, as docs/format-resource.md says."""
+    def change(content):
+        size = 1 + max(len(line) for line in lines)
+        content[:] = struct.pack("<i", size)
+        for line in lines:
+            record = bytearray(line.encode())
+            for i in range(0, len(record) - 1, 2):
+                swap = (record[i] ^ record[i + 1]) & 0xAC
+                record[i] ^= swap
+                record[i + 1] ^= swap
+            content.extend(bytes((b >> 3 | b << 5) & 0xFF for b in record).ljust(size, b"\0"))
+    return change
+
+
+RECORDS = [
+    ("records of 0 bytes", put(0, "<i", 0)),
+    ("records of -1 bytes", put(0, "<i", -1)),
+    ("records one byte longer", add(0, "<i", 1)),
+    ("an incomplete record", extend(b"x")),
+    ("bytes behind the end of a line", lambda c: c.extend(b"\0" * (c[0] - 1) + b"x")),
+]
+SEGMENT = [
+    ("of another kind", put(0, "<B", 0x4B)),
+    ("ends inside its head", lambda c: c.__delitem__(slice(20, None))),
+    ("a page more", add(8, "<I", 1)),
+    ("2^31 pages", put(8, "<I", 1 << 31)),
+    ("a page less", add(8, "<I", -1)),
+    ("no nodes", put(12, "<I", 0)),
+    ("a node less", add(12, "<I", -1)),
+    ("2^31 nodes", put(12, "<I", 1 << 31)),
+    ("an extra byte less", lambda c: (add(16, "<I", -1) if c[16] else add(16, "<I", 1))(c)),
+    ("a block of a page that is not there", put(trie_block(0), "<H", 60000)),
+    ("two blocks of one page", put(trie_block(0), "<H", 1)),
+    ("a block that loses its page", put(trie_block(0), "<H", 65535)),
+    ("two characters of one code", lambda c: c.__setitem__(
+        slice(trie_pages(c), trie_base(c)), bytes(c[trie_pages(c):trie_base(c)]).replace(
+            b"\2\0", b"\1\0", 1))),
+    ("a character that loses its code", lambda c: c.__setitem__(
+        slice(trie_pages(c), trie_base(c)), bytes(c[trie_pages(c):trie_base(c)]).replace(
+            b"\2\0", b"\0\0", 1))),
+    ("the root hangs from a node", put(trie_check, "<I", 5)),
+    ("a node hangs from another one", lambda c: add(trie_check(c) + trie_node(c), "<I", 1)(c)),
+    ("a node hangs from itself", lambda c: put(trie_check(c) + trie_node(c), "<I",
+                                                trie_node(c) // 4)(c)),
+    ("a node hangs from nothing", lambda c: put(trie_check(c) + trie_node(c), "<I",
+                                                 0xFFFFFFFF)(c)),
+    ("the root's children elsewhere", add(trie_base, "<I", 1)),
+    ("a way that ends at no key", put(trie_leaf, "<H", 0)),
+    ("an empty key", put(trie_values, "<H", 3)),
+    ("bytes at the end", extend(b"xyz")),
+]
 VOCAB = [
     ("ends inside its head", lambda c: c.__delitem__(slice(12, None))),
     ("one entry more", add(0, "<Q", 1)),
@@ -186,18 +287,69 @@ STRUCTURE = {
         ("a sample above the next", put(4, "<f", 1e9)),
         ("bytes at the end", extend(b"1234")),
     ],
+    "segment": SEGMENT + [
+        ("a parameter of 0", put(20, "<I", 0)),
+        ("extra bytes", lambda c: (put(16, "<I", 2)(c), c.extend(b"ab"))),
+        ("a key of no cost", put(trie_key, "<H", 1)),
+    ],
+    "segment-names": SEGMENT + [
+        ("the costs of one character less", lambda c: (add(16, "<I", -6)(c), drop(6)(c))),
+        ("an impossible cost", lambda c: put(len(c) - 2, "<H", 40000)(c)),
+    ],
+    "segment-ambiguous": SEGMENT + [
+        ("a parameter of 7", put(20, "<I", 7)),
+        ("a record more", add(trie_extra, "<I", 1)),
+        ("2^30 records", put(trie_extra, "<I", 1 << 30)),
+        ("records out of order", add(lambda c: trie_extra(c) + 4, "<I", 3)),
+        ("a record of no words", put(trie_record, "<B", 0)),
+        ("a record of 250 words", put(trie_record, "<B", 250)),
+        ("a word longer than its key", add(lambda c: trie_record(c) + 1, "<B", 3)),
+        ("a key of a record that is not there", put(trie_key, "<H", 9)),
+        ("two keys of one record", put(trie_key, "<H", lambda c: 3 - trie_value(c))),
+    ],
+    "pinyin": [
+        ("no characters", put(0, "<I", 0)),
+        ("2^30 characters", put(0, "<I", 1 << 30)),
+        ("one character less", add(0, "<I", -1)),
+        ("a character of two bytes", put(4, "<B", 0xC4)),
+        ("characters out of order", lambda c: c.__setitem__(slice(4, 7), c[9:12])),
+        ("a reading beyond the last", put(7, "<H", 7)),
+        ("two characters of one reading", put(7, "<H", lambda c: int(c[12]))),
+        ("no readings", put(pinyin_tail, "<I", 0)),
+        ("one reading more", add(pinyin_tail, "<I", 1)),
+        ("a longest reading of 0", put(lambda c: pinyin_tail(c) + 4, "<I", 0)),
+        ("a longest reading of 2^31", put(lambda c: pinyin_tail(c) + 4, "<I", 1 << 31)),
+        ("a reading in capitals", put(lambda c: pinyin_tail(c) + 8, "<B", 65)),
+        ("a reading without end", put(lambda c: len(c) - 1, "<B", 97)),
+        ("bytes at the end", extend(b"xyz")),
+    ],
+    "rules": RECORDS + [("a rule without type", put_lines(["25 dollars ||| 25"]))],
+    "entities": RECORDS + [
+        ("out of order", put_lines(["b\tLOC\tB", "a\tLOC\tA"])),
+        ("one phrase twice", put_lines(["a\tLOC\tA", "a\tLOC\tB"])),
+        ("an entry without target", put_lines(["a\tLOC"])),
+    ],
+    "recase": RECORDS + [
+        ("a head of two numbers", put_lines(["1 1", "London"])),
+        ("a head with another count", put_lines(["1 2 7", "London"])),
+        ("a head with another size", put_lines(["1 1 9", "London"])),
+        ("a head with other words", put_lines(["3 1 7", "London"])),
+        ("out of order", put_lines(["1 2 14", "London", "Berlin"])),
+        ("one entry twice", put_lines(["1 2 14", "London", "LONDON"])),
+    ],
+    "anti-names": RECORDS + [
+        ("out of order", put_lines(["b", "a"])),
+        ("one name twice", put_lines(["a", "a"])),
+    ],
     "decoder.conf": [
-        ("another language model file", lambda c: c.__setitem__(slice(None), c.replace(
-            b"\nlm\n", b"\nml\n"))),
-        ("a stack of 0", lambda c: c.__setitem__(slice(None), c.replace(
-            b"[stack]\n100", b"[stack]\n0"))),
-        ("another version of the entries", lambda c: c.__setitem__(slice(None), c.replace(
-            b"[compress]\n1", b"[compress]\n0"))),
+        ("another language model file", replace(b"\nlm\n", b"\nml\n")),
+        ("a stack of 0", replace(b"[stack]\n100", b"[stack]\n0")),
+        ("another version of the entries", replace(b"[compress]\n1", b"[compress]\n0")),
     ],
     "engine.conf": [
-        ("an unknown direction", lambda c: c.__setitem__(slice(None), c.replace(
-            b"en-zh", b"en-xx"))),
-        ("a rule file that is not there", extend(b"\n[rule]\nnowhere\n")),
+        ("an unknown direction", replace(b"zh-en", b"zh-xx")),
+        ("a rule file that is not there", replace(b"\nrules\n", b"\nnowhere\n")),
+        ("names in the place of words", replace(b"[segment]\nsegment", b"[segment]\nsegment-names")),
     ],
 }
 # The manifest alone has to notice these.

@@ -9,12 +9,17 @@ namespace koralite::toolkit::cli {
 
 namespace {
 
-int check(const model_options_t& options) {
-  const model_folder_t folder = open_model(options);
-  check_report_t report = check_model_folder(folder);
+struct options_t {
+  model_options_t model;
+  bool no_manifest = false;
+};
+
+int check(const options_t& options) {
+  const model_folder_t folder = open_model(options.model);
+  check_report_t report = check_model_folder(folder, !options.no_manifest);
   if (report.problems.empty()) {
     try {
-      open_handle(folder, options);
+      open_handle(folder);
     } catch (const std::exception& error) {
       report.problems.emplace_back(error.what());
     }
@@ -32,11 +37,16 @@ int check(const model_options_t& options) {
 }  // namespace
 
 void add_check(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<model_options_t>();
+  auto options = std::make_shared<options_t>();
   CLI::App* command = program.add_subcommand(
       "check", "Check a model folder completely; each problem is a line: file, place, remedy");
-  add_model_options(*command, *options);
-  command->footer("Example:\n  kora check -m models/en-zh\nExit code 1 when anything is wrong.");
+  add_model_options(*command, options->model);
+  command->add_flag("--no-manifest", options->no_manifest,
+                    "Do not compare with the manifest, for a folder made by other means");
+  command->footer(
+      "Examples:\n  kora check -m models/en-zh\n"
+      "  kora check -m other --config other.conf --direction en-zh --no-manifest\n"
+      "Exit code 1 when anything is wrong.");
   command->callback([&run, options] { run = [options] { return check(*options); }; });
 }
 

@@ -5,11 +5,12 @@
 #include <CLI/CLI.hpp>
 #include <functional>
 #include <memory>
-#include <stdexcept>
 #include <string>
 
 #include "textProcess/lang_type.h"
+#include "toolkit/io_error.h"
 #include "toolkit/model/model_folder.h"
+#include "toolkit/progress.h"
 #include "translator/trans_impl.h"
 
 namespace koralite::toolkit::cli {
@@ -19,14 +20,12 @@ enum ExitCode : int {
   kFine = 0,
   kBadInput = 1,     // the input or a model is not what it should be
   kUsage = 2,        // wrong words on the command line
-  kInputOutput = 3,  // a file cannot be read or written
+  kInputOutput = 3,  // a file cannot be read or written: io_error, filesystem_error, no memory
 };
 
-// An error of the kind kInputOutput. All other exceptions end in kBadInput.
-class io_error : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+// Ends every help text.
+inline constexpr const char* exit_code_line =
+    "Exit codes: 0 fine, 1 bad input or model, 2 usage, 3 input or output failed.";
 
 // Adds a subcommand; `run` is set to what it does once its options are parsed and
 // gives the exit code.
@@ -45,8 +44,13 @@ void add_model_options(CLI::App& command, model_options_t& options);
 std::string choose_model(const std::string& named);
 model_folder_t open_model(const model_options_t& options);
 textProcess::LangType source_type(const model_folder_t& folder);
-std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder,
-                                                   const model_options_t& options);
+std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder);
+
+// Progress of long work: drawn on a terminal, and where ctrl-C takes effect.
+Progress interruptible(ProgressBar& bar);
+
+// The direction of a name that the user gave; a usage error that lists all names otherwise.
+direction_t direction_named(const std::string& name);
 
 void add_check(CLI::App& program, run_t& run);
 void add_explain(CLI::App& program, run_t& run);

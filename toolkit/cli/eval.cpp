@@ -1,6 +1,5 @@
 // kora eval: how good translations are, against references.
 #include <cstdio>
-#include <fstream>
 #include <memory>
 #include <span>
 #include <string>
@@ -10,6 +9,7 @@
 #include "toolkit/eval/bleu.h"
 #include "toolkit/eval/bootstrap.h"
 #include "toolkit/eval/chrf.h"
+#include "toolkit/text_lines.h"
 
 namespace koralite::toolkit::cli {
 
@@ -24,14 +24,6 @@ struct options_t {
   bool lower_case = false;
   int samples = 1000;
 };
-
-std::vector<std::string> read_lines(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw io_error(path + ": can't be opened for reading");
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) lines.push_back(std::move(line));
-  return lines;
-}
 
 // One line of the table; with a second system also its scores, the difference and how sure it is.
 template <class Stats, class Score>
@@ -98,7 +90,8 @@ void add_eval(CLI::App& program, run_t& run) {
       ->add_option("-l,--language", options->language,
                    "Language of the text, such as zh: chooses how it is cut into words")
       ->required();
-  command->add_option("--tokenizer", options->tokenizer, "none, 13a, zh or char instead");
+  command->add_option("--tokenizer", options->tokenizer, "How to cut the text instead")
+      ->check(CLI::IsMember({"none", "13a", "zh", "char"}));
   command->add_option("--compare", options->other,
                       "Translations of a second system: also the difference, and how likely "
                       "chance alone would make it");
@@ -106,7 +99,7 @@ void add_eval(CLI::App& program, run_t& run) {
   command->add_option("--samples", options->samples, "Samples of the bootstrap")
       ->check(CLI::Range(10, 100000))
       ->capture_default_str();
-  command->footer("Example: kora eval out.zh -r test.zh -l zh");
+  command->footer("Example:\n  kora eval out.zh -r test.zh -l zh");
   command->callback([&run, options] { run = [options] { return evaluate(*options); }; });
 }
 

@@ -25,14 +25,14 @@ int explain(const options_t& options) {
     throw std::runtime_error("text in '" + std::string(folder.engine.direction.source) +
                              "' cannot be cut into sentences; use a model for another direction");
   }
-  const auto handle = open_handle(folder, options.model);
-  const std::vector<road_t> roads = explain_line(*handle, options.text, options.nbest);
+  const auto handle = open_handle(folder);
+  const std::vector<road_t> roads =
+      explain_line(*handle,
+                   {folder.decoder.distortion_weight, folder.decoder.reordering_weight,
+                    folder.decoder.lang_weight},
+                   options.text, options.nbest);
   if (!options.html.empty()) {
-    try {
-      write_file(options.html, std::string_view(road_as_html(roads)));
-    } catch (const std::runtime_error& error) {
-      throw io_error(error.what());
-    }
+    write_file(options.html, std::string_view(road_as_html(roads)));
   }
   LineWriter writer(STDOUT_FILENO);
   if (options.json) {

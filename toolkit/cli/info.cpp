@@ -36,7 +36,7 @@ int show(const model_options_t& options) {
   }
   put("all files", std::to_string(total) + " bytes");
 
-  const auto handle = open_handle(folder, options);
+  const auto handle = open_handle(folder);
   const decoder::SharedMember& models = handle->translator().models();
   const decoder::CompactTransModel table(models.trans_model_path);
   put("source vocabulary", std::to_string(models.source_vocab->word_count()) + " words, " +

@@ -1,14 +1,14 @@
 #include "toolkit/cli/line_io.h"
 
-#include <signal.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 
-#include "toolkit/cli/command.h"
+#include "toolkit/interrupt.h"
+#include "toolkit/io_error.h"
 
 namespace koralite::toolkit::cli {
 
@@ -16,28 +16,21 @@ namespace {
 
 constexpr std::size_t block_size = 1 << 16;
 
-volatile std::sig_atomic_t g_interrupted = 0;
+// Waits until there is something to read or the process is interrupted. A signal that comes between
+// asking for the flag and reading would otherwise be noticed only at the next line.
+void wait_for(int descriptor) {
+  std::array<pollfd, 2> wanted = {pollfd{descriptor, POLLIN, 0},
+                                  pollfd{interrupt_descriptor(), POLLIN, 0}};
+  ::poll(wanted.data(), wanted.size(), -1);
+}
 
 }  // namespace
-
-void catch_interrupts() {
-  struct sigaction action = {};
-  action.sa_handler = [](int) { g_interrupted = 1; };
-  sigemptyset(&action.sa_mask);
-  // No SA_RESTART: a read that waits for input has to return.
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
-}
-
-bool interrupted() {
-  return g_interrupted != 0;
-}
 
 bool LineReader::fill() {
   m_buffer.erase(0, m_begin);
   m_begin = 0;
   std::array<char, block_size> block;
-  while (!interrupted()) {
+  for (wait_for(m_descriptor); !interrupted(); wait_for(m_descriptor)) {
     const ssize_t n = ::read(m_descriptor, block.data(), block.size());
     if (n > 0) {
       m_buffer.append(block.data(), static_cast<std::size_t>(n));

@@ -1,16 +1,12 @@
-// Lines from and to file descriptors, for filters: reads give up when a signal
-// asks for it, and writing fails with io_error when the reader is gone or the disk
-// is full. One object serves one thread.
+// Lines from and to file descriptors, for filters: reads give up when an interrupt
+// was caught (toolkit/interrupt.h), and writing fails with io_error when the reader is gone or the
+// disk is full. One object serves one thread.
 #pragma once
 
 #include <string>
 #include <string_view>
 
 namespace koralite::toolkit::cli {
-
-// Catches SIGINT and SIGTERM from now on; interrupted() then says that one came.
-void catch_interrupts();
-bool interrupted();
 
 class LineReader {
  public:

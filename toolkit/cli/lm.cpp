@@ -13,6 +13,7 @@
 #include "decoder/vocab.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
+#include "toolkit/interrupt.h"
 #include "toolkit/pack/line_reader.h"
 
 namespace koralite::toolkit::cli {

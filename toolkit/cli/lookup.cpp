@@ -20,7 +20,7 @@ struct options_t {
 
 int look_up(const options_t& options) {
   const model_folder_t folder = open_model(options.model);
-  const auto handle = open_handle(folder, options.model);
+  const auto handle = open_handle(folder);
   textProcess::ProcessStr text(false, options.phrase);
   textProcess::ProcessWordSeq words(false);
   handle->DoPreprocess(text, words);

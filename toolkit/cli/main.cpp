@@ -3,14 +3,23 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <filesystem>
+#include <iostream>
 #include <new>
 #include <string>
 
 #include "toolkit/cli/command.h"
+#include "toolkit/interrupt.h"
+#include "toolkit/io_error.h"
 
 namespace {
 
 using namespace koralite::toolkit::cli;
+
+using koralite::toolkit::end_by_interrupt;
+using koralite::toolkit::interrupted;
+using koralite::toolkit::interrupted_error;
+using koralite::toolkit::io_error;
 
 int fail(const std::string& message, ExitCode code) {
   std::fprintf(stderr, "kora: %s\n", message.c_str());
@@ -24,8 +33,8 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
 
   CLI::App program("Kora translates text and makes the models for it.", "kora");
-  program.require_subcommand(1);
-  program.footer("Exit codes: 0 fine, 1 bad input or model, 2 usage, 3 input or output failed.");
+  program.require_subcommand(0, 1);  // so that an unknown one is named
+  program.footer(exit_code_line);
   program.set_version_flag("--version", "kora 1.0.0");
   run_t run;
   add_check(program, run);
@@ -44,21 +53,35 @@ int main(int argc, char** argv) {
   add_translate(program, run);
   add_tune(program, run);
   add_vocab(program, run);
+  for (CLI::App* command : program.get_subcommands({})) {
+    command->footer(command->get_footer() + (command->get_footer().empty() ? "" : "\n") +
+                    exit_code_line);
+  }
   try {
     program.parse(argc, argv);
+    if (!run) throw CLI::RequiredError("a command");
+    const int code = run();
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+      return fail("can't write the output", kInputOutput);
+    }
+    if (interrupted()) end_by_interrupt();
+    return code;
   } catch (const CLI::Success& help) {
-    return program.exit(help);
+    program.exit(help);
+    std::cout.flush();
+    return std::cout ? kFine : fail("can't write the output", kInputOutput);
   } catch (const CLI::ParseError& error) {
     program.exit(error);
     return kUsage;
-  }
-
-  try {
-    return run();
+  } catch (const interrupted_error&) {
+    end_by_interrupt();
+    return kInputOutput;  // not reached
+  } catch (const std::bad_alloc&) {
+    return fail("out of memory; close other programs or use a smaller model", kInputOutput);
   } catch (const io_error& error) {
     return fail(error.what(), kInputOutput);
-  } catch (const std::bad_alloc&) {
-    return fail("out of memory", kInputOutput);
+  } catch (const std::filesystem::filesystem_error& error) {
+    return fail(error.what(), kInputOutput);
   } catch (const std::exception& error) {
     return fail(error.what(), kBadInput);
   }

@@ -2,9 +2,12 @@
 // the options. Used when the program is installed.
 #include <unistd.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <string>
 #include <vector>
 
+#include "toolkit/atomic_file.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
 
@@ -30,81 +33,189 @@ std::string roff(const std::string& text) {
   return result;
 }
 
+std::vector<const CLI::App*> commands_of(const CLI::App& command) {
+  std::vector<const CLI::App*> shown;
+  for (const CLI::App* sub : command.get_subcommands({})) {
+    if (!sub->get_group().empty()) shown.push_back(sub);
+  }
+  return shown;
+}
+
+// The library writes an option's type and what its value may be as "TYPE:RULE".
+std::string value_rule(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  const std::size_t colon = type.find(':');
+  return colon == std::string::npos ? "" : type.substr(colon + 1);
+}
+
+// The values of an option that takes one of a list.
+std::string listed_values(const CLI::Option& option) {
+  if (option.check_lname("direction")) return direction_names();
+  std::string rule = value_rule(option);
+  if (rule.size() < 2 || rule.front() != '{') return "";
+  rule = rule.substr(1, rule.find('}') - 1);
+  std::replace(rule.begin(), rule.end(), ',', ' ');
+  return rule;
+}
+
+bool takes_value(const CLI::Option& option) {
+  return option.get_items_expected_max() > 0;
+}
+
 void put_options(std::string& out, const CLI::App& command) {
   for (const CLI::Option* option : command.get_options()) {
-    const std::string name = option->get_name(option->get_positional(), true);
-    if (name.empty()) continue;
-    out += ".TP\n.B " + roff(name) + "\n" + roff(option->get_description());
-    if (!option->get_default_str().empty()) {
-      out += " (" + roff(option->get_default_str()) + ")";
+    out += ".TP\n";
+    if (option->get_positional()) {
+      out += "\\fI" + roff(option->get_name(true)) + "\\fR\n";
+    } else {
+      std::string names;
+      for (const std::string& name : option->get_snames()) names += ", \\fB\\-" + roff(name);
+      for (const std::string& name : option->get_lnames()) names += ", \\fB\\-\\-" + roff(name);
+      out += names.substr(2) + "\\fR" + (takes_value(*option) ? " \\fIVALUE\\fR" : "") + "\n";
     }
+    out += roff(option->get_description());
+    if (const std::string rule = value_rule(*option); !rule.empty()) out += "; " + roff(rule);
+    if (!option->get_default_str().empty()) out += " [" + roff(option->get_default_str()) + "]";
     out += "\n";
   }
 }
 
+std::string usage(const CLI::App& command) {
+  std::string line = ".B kora";
+  std::string words;
+  for (const CLI::App* at = &command; at->get_parent() != nullptr; at = at->get_parent()) {
+    words.insert(0, " " + at->get_name());
+  }
+  line += roff(words) + "\n" + (commands_of(command).empty() ? "" : "COMMAND ") + "[OPTIONS]";
+  for (const CLI::Option* option : command.get_options()) {
+    if (!option->get_positional()) continue;
+    const std::string name = "\\fI" + roff(option->get_name(true)) + "\\fR";
+    line += option->get_required() ? " " + name : " [" + name + "]";
+  }
+  return line + "\n";
+}
+
+// A footer is notes, then "Example:" or "Examples:" and indented lines.
+void put_footer(std::string& out, std::string footer) {
+  if (const std::size_t at = footer.find(exit_code_line); at != std::string::npos) footer.erase(at);
+  const std::size_t example = footer.find("Example");
+  if (example > 0 && !footer.empty()) {
+    out += ".SH NOTES\n" + roff(footer.substr(0, example)) + "\n";
+  }
+  if (example == std::string::npos) return;
+  out += ".SH EXAMPLES\n.nf\n" + roff(footer.substr(footer.find('\n', example) + 1)) + "\n.fi\n";
+}
+
+std::string page_name(const CLI::App& program, const CLI::App& command) {
+  return &program == &command ? "kora" : "kora-" + command.get_name();
+}
+
 std::string page(const CLI::App& program, const CLI::App& command) {
-  const bool is_program = &program == &command;
-  const std::string name = is_program ? "kora" : "kora-" + command.get_name();
-  std::string out = ".TH \"" + roff(name) + "\" 1\n.SH NAME\n" + roff(name) + " \\- " +
-                    roff(command.get_description()) + "\n.SH SYNOPSIS\n.B kora" +
-                    (is_program ? " COMMAND" : " " + roff(command.get_name())) +
-                    " [OPTIONS]\n.SH OPTIONS\n";
+  const std::string name = page_name(program, command);
+  std::string out = ".TH \"" + name + "\" 1 \"\" \"" + program.version() + "\" \"Kora manual\"\n" +
+                    ".SH NAME\n" + roff(name) + " \\- " + roff(command.get_description()) +
+                    "\n.SH SYNOPSIS\n" + usage(command) + ".SH OPTIONS\n";
   put_options(out, command);
-  for (const CLI::App* sub : command.get_subcommands({})) {
-    if (sub->get_group().empty()) continue;
-    out += ".SS \"" + roff(sub->get_name()) + "\"\n" + roff(sub->get_description()) + "\n";
-    if (!is_program) put_options(out, *sub);
+  if (&program == &command) out += ".SH COMMANDS\n";
+  for (const CLI::App* sub : commands_of(command)) {
+    if (&program == &command) {
+      out += ".TP\n.BR " + roff(page_name(program, *sub)) + " (1)\n" +
+             roff(sub->get_description()) + "\n";
+    } else {
+      out += ".SH \"" + roff(command.get_name() + " " + sub->get_name()) + "\"\n" +
+             roff(sub->get_description()) + "\n.PP\n" + usage(*sub);
+      put_options(out, *sub);
+    }
   }
-  if (!command.get_footer().empty()) {
-    out += ".SH NOTES\n.nf\n" + roff(command.get_footer()) + "\n.fi\n";
-  }
+  put_footer(out, command.get_footer());
   out +=
-      ".SH EXIT STATUS\n0 fine, 1 bad input or model, 2 wrong words on the command line, 3 input "
-      "or output failed.\n";
+      ".SH EXIT STATUS\n.TP\n0\nfine\n.TP\n1\nbad input or a bad model\n.TP\n2\nwrong words on the "
+      "command line\n.TP\n3\na file could not be read or written\n";
+  if (&program != &command) out += ".SH SEE ALSO\n.BR kora (1)\n";
   return out;
 }
 
-std::string long_names(const CLI::App& command) {
+std::string completion_words(const CLI::App& command) {
   std::string names;
+  for (const CLI::App* sub : commands_of(command)) names += sub->get_name() + ' ';
   for (const CLI::Option* option : command.get_options()) {
-    for (const std::string& name : option->get_lnames()) names += " --" + name;
-  }
-  for (const CLI::App* sub : command.get_subcommands({})) {
-    if (!sub->get_group().empty()) names += ' ' + sub->get_name();
+    for (const std::string& name : option->get_lnames()) names += "--" + name + ' ';
   }
   return names;
 }
 
-std::string completion(const CLI::App& program) {
-  std::string out =
-      "_kora() {\n  local word=${COMP_WORDS[COMP_CWORD]} words\n  case ${COMP_WORDS[1]} in\n";
-  for (const CLI::App* command : program.get_subcommands({})) {
-    if (command->get_group().empty()) continue;
-    out += "    " + command->get_name() + ") words=\"" + long_names(*command) + "\" ;;\n";
+// Cases of the completion for a command and what is below it; `words` are the command's own.
+void put_cases(const CLI::App& command, const std::string& words, std::string& values,
+               std::string& names) {
+  for (const CLI::Option* option : command.get_options()) {
+    const std::string list = listed_values(*option);
+    if (list.empty()) continue;
+    for (const std::string& name : option->get_lnames()) {
+      values += "    '" + words + "--" + name + "') list='" + list + "' ;;\n";
+    }
   }
-  return out + "  esac\n  [ \"$COMP_CWORD\" -eq 1 ] && words=\"" + long_names(program) +
-         "\"\n  COMPREPLY=($(compgen -W \"$words\" -- \"$word\"))\n}\n"
+  names += "    '" + words + "') list='" + completion_words(command) + "' ;;\n";
+  for (const CLI::App* sub : commands_of(command)) {
+    put_cases(*sub, words + sub->get_name() + ' ', values, names);
+  }
+}
+
+std::string completion(const CLI::App& program) {
+  std::string values;
+  std::string names;
+  put_cases(program, "", values, names);
+  std::string nested;
+  for (const CLI::App* command : commands_of(program)) {
+    if (commands_of(*command).empty()) continue;
+    nested += (nested.empty() ? "'" : " | '") + command->get_name() + " '";
+  }
+  return "# bash completion for kora, made by 'kora manual completion'\n"
+         "_kora() {\n"
+         "  local word=${COMP_WORDS[COMP_CWORD]} last=${COMP_WORDS[COMP_CWORD-1]} at='' list=''\n"
+         "  [ \"$COMP_CWORD\" -gt 1 ] && at=\"${COMP_WORDS[1]} \"\n"
+         "  case $at in\n    " +
+         nested +
+         ") [ \"$COMP_CWORD\" -gt 2 ] && at+=\"${COMP_WORDS[2]} \" ;;\n  esac\n"
+         "  case $at$last in\n" +
+         values + "  esac\n  [ -n \"$list\" ] || case $at in\n" + names +
+         "  esac\n  mapfile -t COMPREPLY < <(compgen -W \"$list\" -- \"$word\")\n}\n"
          "complete -o default -F _kora kora\n";
 }
 
 }  // namespace
 
 void add_manual(CLI::App& program, run_t& run) {
-  auto name = std::make_shared<std::string>("kora");
+  struct options_t {
+    std::string name = "kora";
+    std::string folder;
+  };
+  auto options = std::make_shared<options_t>();
   CLI::App* command =
       program.add_subcommand("manual", "Print the man page of a command, or the bash completion");
   command->group("");  // not for the list of commands
-  command->add_option("name", *name, "A command, 'kora', or 'completion'");
-  command->callback([&program, &run, name] {
-    run = [&program, name] {
-      LineWriter writer(STDOUT_FILENO);
-      if (*name == "completion") {
-        writer.write(completion(program));
-      } else if (*name == "kora") {
-        writer.write(page(program, program));
-      } else {
-        writer.write(page(program, *program.get_subcommand(*name)));
+  command->add_option("name", options->name, "A command, 'kora', or 'completion'");
+  command->add_option("--all", options->folder,
+                      "Write all pages and the completion to this folder");
+  command->callback([&program, &run, options] {
+    run = [&program, options] {
+      if (!options->folder.empty()) {
+        std::filesystem::create_directories(options->folder);
+        write_file(options->folder + "/kora.1", page(program, program));
+        for (const CLI::App* sub : commands_of(program)) {
+          write_file(options->folder + '/' + page_name(program, *sub) + ".1", page(program, *sub));
+        }
+        write_file(options->folder + "/kora.bash", completion(program));
+        return static_cast<int>(kFine);
       }
+      std::string text;
+      if (options->name == "completion") text = completion(program);
+      if (options->name == "kora") text = page(program, program);
+      for (const CLI::App* sub : commands_of(program)) {
+        if (sub->get_name() == options->name) text = page(program, *sub);
+      }
+      if (text.empty()) throw CLI::ValidationError(options->name, "no such command");
+      LineWriter writer(STDOUT_FILENO);
+      writer.write(text);
       writer.flush();
       return static_cast<int>(kFine);
     };

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "toolkit/cli/command.h"
+#include "toolkit/interrupt.h"
 
 namespace koralite::toolkit::cli {
 
@@ -12,6 +13,22 @@ void add_model_options(CLI::App& command, model_options_t& options) {
   command.add_option("--config", options.config, "Use this file for the folder's engine.conf");
   command.add_option("--direction", options.direction,
                      "Direction such as en-zh, for a folder that does not say it");
+}
+
+direction_t direction_named(const std::string& name) {
+  const auto direction = find_direction(name);
+  if (!direction) {
+    throw CLI::ValidationError(
+        "--direction", "unknown direction '" + name + "'; use one of: " + direction_names());
+  }
+  return *direction;
+}
+
+Progress interruptible(ProgressBar& bar) {
+  return [draw = bar.callback()](std::string_view stage, double done) {
+    stop_if_interrupted();
+    report(draw, stage, done);
+  };
 }
 
 std::string choose_model(const std::string& named) {
@@ -37,20 +54,24 @@ model_folder_t open_model(const model_options_t& options) {
     throw io_error(path + ": " + (error ? error.message() : "not a folder") +
                    "; name a model folder with -m");
   }
-  return open_model_folder(path, options.direction);
+  if (!options.direction.empty()) direction_named(options.direction);  // a usage error if none
+  require_readable(options.config);
+  model_folder_t folder = open_model_folder(path, options.direction, options.config);
+  for (const std::string& name : folder.named_files()) {
+    if (std::filesystem::exists(folder.file(name), error)) require_readable(folder.file(name));
+  }
+  return folder;
 }
 
 textProcess::LangType source_type(const model_folder_t& folder) {
   return language_type(folder.engine.direction.source);
 }
 
-std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder,
-                                                   const model_options_t& options) {
+std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder) {
   try {
     return std::make_unique<translator::TransImpl>(
-        source_type(folder), language_type(folder.engine.direction.target),
-        options.config.empty() ? folder.engine_path() : options.config, folder.path,
-        folder.engine.decoder);
+        source_type(folder), language_type(folder.engine.direction.target), folder.engine_path(),
+        folder.path, folder.engine.decoder);
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& cause) {

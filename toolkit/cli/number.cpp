@@ -12,6 +12,7 @@
 #include "numtrans/eng_num_generator.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
+#include "toolkit/interrupt.h"
 
 namespace koralite::toolkit::cli {
 

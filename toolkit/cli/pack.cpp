@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "toolkit/cli/command.h"
+#include "toolkit/interrupt.h"
 #include "toolkit/pack/folder_packer.h"
 
 namespace koralite::toolkit::cli {
@@ -16,13 +17,8 @@ struct options_t {
 };
 
 int pack(options_t& options) {
-  const auto direction = find_direction(options.direction);
-  if (!direction) {
-    std::fprintf(stderr, "kora: unknown direction '%s'; use one of: %s\n",
-                 options.direction.c_str(), direction_names().c_str());
-    return kUsage;
-  }
-  options.pack.direction = *direction;
+  catch_interrupts();
+  options.pack.direction = direction_named(options.direction);
   options.pack.compact = !options.plain;
   pack_folder(options.pack,
               [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); });
@@ -44,8 +40,13 @@ void add_pack(CLI::App& program, run_t& run) {
       ->capture_default_str();
   command->add_option("--dictionary", o.dictionary, "Chinese words: lines 'word count [tag]'");
   command->add_option("--surnames", o.surnames, "Surnames of Chinese persons, one a line");
+  command->add_option("--ambiguous", o.ambiguous, "Chinese strings with a fixed segmentation");
+  command->add_option("--anti-names", o.anti_names, "Words that are no names of persons");
+  command->add_option("--readings", o.readings, "Unihan readings, for pinyin");
   command->add_option("--rules", o.rules, "Number rules");
   command->add_option("--entities", o.entities, "Names: lines SOURCE TAB TYPE TAB TARGET");
+  command->add_option("--recase", o.recase,
+                      "Words and word groups with their capitals, one a line");
   command->add_option("--order", o.order, "Order of the language model")
       ->check(CLI::Range(1, 8))
       ->capture_default_str();
@@ -54,7 +55,11 @@ void add_pack(CLI::App& program, run_t& run) {
   command->add_flag("--plain", options->plain, "Write the plain phrase table, not the compact one");
   command->add_option("-o,--output", o.output, "The model folder; must not exist")->required();
   command->footer(
-      "Example:\n  kora pack --direction en-zh --phrases phrases.gz --lm zh.arpa -o models/mine");
+      "Text may be packed with gzip. The folder is made beside its name and renamed when it is "
+      "whole.\n"
+      "Examples:\n  kora pack --direction en-zh --phrases phrases.gz --lm zh.arpa -o models/mine\n"
+      "  kora pack --direction zh-en --phrases phrases.gz --lm en.arpa --dictionary words.txt \\\n"
+      "    --rules data/rules/zh-en.rules --entities names.txt -o models/mine");
   command->callback([&run, options] { run = [options] { return pack(*options); }; });
 }
 

@@ -7,10 +7,11 @@
 
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/pack/line_reader.h"
 #include "toolkit/resource/entity_builder.h"
+#include "toolkit/resource/recase_builder.h"
 #include "toolkit/resource/resource_file.h"
 #include "toolkit/resource/rule_source.h"
+#include "toolkit/text_lines.h"
 
 namespace koralite::toolkit::cli {
 
@@ -38,22 +39,36 @@ int pack(const options_t& options) {
                  report.read);
     return kFine;
   }
-  std::vector<std::string> lines;
-  toolkit::LineReader reader(options.input);
-  for (std::string_view line; reader.next(line);) lines.emplace_back(line);
-  write_resource_file(options.output, lines);
+  if (options.kind == "recase") {
+    write_recase_file(options.output, read_lines(options.input));
+    return kFine;
+  }
+  write_resource_file(options.output, read_lines(options.input));
   return kFine;
+}
+
+// What reading the file gives, or an error that names it.
+auto from_resource(const std::string& path, const auto& read) {
+  require_readable(path);
+  try {
+    return read(path);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(path + ": " + error.what() +
+                             "; make resource files with 'kora resource pack'");
+  }
 }
 
 int unpack(const options_t& options) {
   LineWriter writer(STDOUT_FILENO);
-  for (const std::string& line : read_resource_file(options.input)) writer.write(line + '\n');
+  for (const std::string& line : from_resource(options.input, read_resource_file)) {
+    writer.write(line + '\n');
+  }
   writer.flush();
   return kFine;
 }
 
 int list(const options_t& options) {
-  const resource_info_t info = inspect_resource_file(options.input);
+  const resource_info_t info = from_resource(options.input, inspect_resource_file);
   LineWriter writer(STDOUT_FILENO);
   writer.write("records\t" + std::to_string(info.records) + "\nbytes a record\t" +
                std::to_string(info.record_size) + "\nlongest line\t" +
@@ -77,7 +92,7 @@ void add_resource(CLI::App& program, run_t& run) {
   packer->add_option("input", options->input, "Text file")->required();
   packer->add_option("-o,--output", options->output, "Resource file")->required();
   packer->add_option("--kind", options->kind, "What the text is")
-      ->check(CLI::IsMember({"lines", "rules", "entities"}))
+      ->check(CLI::IsMember({"lines", "rules", "entities", "recase"}))
       ->capture_default_str();
   packer->add_flag("--joined", options->joined,
                    "Entities of a source language without blanks between words");

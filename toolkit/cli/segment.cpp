@@ -9,6 +9,7 @@
 #include "lexicut/lexicut.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
+#include "toolkit/interrupt.h"
 #include "toolkit/segment/segment_builder.h"
 
 namespace koralite::toolkit::cli {
@@ -52,12 +53,15 @@ struct destroy_t {
 };
 
 int cut(const options_t& options) {
+  for (const std::string& path : {options.dictionary, options.names, options.ambiguous}) {
+    require_readable(path);
+  }
   const std::unique_ptr<lexicut_model, destroy_t> model(lexicut_load_model(
       options.dictionary.c_str(), options.names.c_str(), options.ambiguous.c_str(), 0));
   if (!model) {
-    throw io_error(
-        options.dictionary + ": this file, or one named with --names or --ambiguous, " +
-        "can't be read or is no segmentation model; make them with 'kora segment build'");
+    throw std::runtime_error(options.dictionary +
+                             ": this file, or one named with --names or --ambiguous, is no " +
+                             "segmentation model; make them with 'kora segment build'");
   }
   std::int32_t capacity = 1 << 16;
   std::unique_ptr<lexicut_out, destroy_t> out(lexicut_create_out(capacity));
@@ -95,6 +99,9 @@ void add_segment(CLI::App& program, run_t& run) {
   CLI::App* command =
       program.add_subcommand("segment", "Make segmentation models, and cut text with them");
   command->require_subcommand(1);
+  command->footer(
+      "Examples:\n  kora segment build --words words.txt --surnames surnames.txt -o segment\n"
+      "  kora segment cut --dictionary segment --names segment-names < text.zh");
 
   CLI::App* builder = command->add_subcommand("build", "Make the model files from word lists");
   builder->add_option("--words", options->words, "Words: lines 'word count [tag]'")->required();

@@ -6,6 +6,7 @@
 
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
+#include "toolkit/interrupt.h"
 #include "toolkit/model/road.h"
 
 namespace koralite::toolkit::cli {
@@ -20,9 +21,9 @@ struct options_t {
 
 int run_steps(const options_t& options) {
   const model_folder_t folder = open_model(options.model);
-  const textProcess::Processor pipeline(
-      source_type(folder), language_type(folder.engine.direction.target),
-      options.model.config.empty() ? folder.engine_path() : options.model.config, folder.path);
+  textProcess::Processor pipeline(source_type(folder),
+                                  language_type(folder.engine.direction.target),
+                                  folder.engine_path(), folder.path);
   const auto source = chain_steps(pipeline.preprocessor().string_chain());
   const auto target = chain_steps(pipeline.postprocessor().string_chain());
   LineWriter writer(STDOUT_FILENO);
@@ -33,8 +34,9 @@ int run_steps(const options_t& options) {
     return kFine;
   }
   std::vector<textProcess::AbstractStringProcessor*> steps;
-  if (options.name == "source") steps = source;
-  if (options.name == "target") steps = target;
+  const direction_t& direction = folder.engine.direction;
+  if (options.name == "source" || options.name == direction.source) steps = source;
+  if (options.name == "target" || options.name == direction.target) steps = target;
   for (const auto* chain : {&source, &target}) {
     for (auto* step : *chain) {
       if (steps.empty() && step->name() == options.name) steps.push_back(step);
@@ -50,6 +52,7 @@ int run_steps(const options_t& options) {
     textProcess::ProcessStr str(options.positions, line);
     str.set_identity();
     for (auto* step : steps) {
+      if (str.text().empty()) break;  // the engine leaves it alone, and nothing came from anywhere
       if (step->OnProcess(str) == 0) {
         throw std::runtime_error("the text step '" + step->name() + "' failed on: " + line);
       }
@@ -74,12 +77,15 @@ void add_step(CLI::App& program, run_t& run) {
   CLI::App* command = program.add_subcommand(
       "step", "Run one text step, or a whole chain, over the lines of standard input");
   add_model_options(*command, options->model);
-  command->add_option(
-      "name", options->name,
-      "A step, or 'source' or 'target' for a chain; without it the steps are listed");
+  command->add_option("name", options->name,
+                      "A step, or 'source', 'target' or one of the model's two languages for a "
+                      "whole chain; without "
+                      "it the steps are listed");
   command->add_flag("--positions", options->positions,
                     "Behind a TAB, for each byte the byte of the line that it came from");
-  command->footer("Example:\n  echo \"It isn't.\" | kora step -m models/en-zh source --positions");
+  command->footer(
+      "Examples:\n  kora step -m models/en-zh\n"
+      "  echo \"It isn't.\" | kora step -m models/en-zh en --positions");
   command->callback([&run, options] { run = [options] { return run_steps(*options); }; });
 }
 

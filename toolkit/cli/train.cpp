@@ -4,6 +4,7 @@
 #include <string>
 
 #include "toolkit/cli/command.h"
+#include "toolkit/interrupt.h"
 #include "toolkit/progress.h"
 #include "toolkit/train/trainer.h"
 
@@ -18,15 +19,15 @@ struct options_t {
 };
 
 int run_training(options_t& options) {
-  const auto direction = find_direction(options.direction);
-  if (!direction) {
-    throw CLI::ValidationError("--direction", "unknown direction '" + options.direction +
-                                                  "'; use one of: " + direction_names());
-  }
-  options.train.direction = *direction;
+  options.train.direction = direction_named(options.direction);
   options.train.compact = !options.plain;
+  catch_interrupts();
+  for (const std::string& path : {options.train.dev_source, options.train.dev_target,
+                                  options.train.recase_text, options.train.sources}) {
+    require_readable(path);
+  }
   ProgressBar bar;
-  train(options.train, bar.callback(),
+  train(options.train, interruptible(bar),
         [](const std::string& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
   std::fprintf(stderr, "%s is ready. Try: echo TEXT | kora translate -m %s\n",
                options.train.output.c_str(), options.train.output.c_str());
@@ -80,6 +81,11 @@ void add_train(CLI::App& program, run_t& run) {
       ->capture_default_str();
   command->add_option("--nbest", o.nbest, "Translations per sentence to tune on")
       ->capture_default_str();
+  command->footer(
+      "Run again with the same words it goes on where it was stopped, in the work folder.\n"
+      "Examples:\n  kora train --direction en-zh --source a.en --target a.zh -o models/mine\n"
+      "  kora train --direction en-zh --source a.en --target a.zh --dev-source dev.en \\\n"
+      "    --dev-target dev.zh -t 4 -o models/mine");
   command->callback([&run, options] { run = [options] { return run_training(*options); }; });
 }
 

@@ -10,6 +10,7 @@
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
 #include "toolkit/cli/ordered_pipeline.h"
+#include "toolkit/interrupt.h"
 #include "toolkit/model/manifest.h"
 #include "toolkit/model/word_links.h"
 #include "translator/text_translation.h"
@@ -25,11 +26,6 @@ struct options_t {
   std::string alignment;  // "words", "bytes" or empty
   bool check = false;
 };
-
-bool has_no_blanks(std::string_view language) {
-  return language == "zh" || language == "ja" || language == "th" || language == "yue" ||
-         language == "wyw";
-}
 
 // What stands in the output for one line, line feed included.
 std::string translate_line(const options_t& options, const model_folder_t& folder,
@@ -47,7 +43,13 @@ std::string translate_line(const options_t& options, const model_folder_t& folde
     return output + '\n';
   }
   std::vector<common::align_t> links;
-  translator::translate_text(handle, source, line, output, links);
+  try {
+    translator::translate_text(handle, source, line, output, links);
+  } catch (const std::runtime_error&) {
+    // Steps refuse to say where nothing came from, as of a line of zero bytes. It has no links.
+    links.clear();
+    translator::translate_text(handle, source, line, output);
+  }
   const direction_t& direction = folder.engine.direction;
   return output + " ||| " +
          (options.alignment == "bytes"
@@ -69,7 +71,7 @@ int translate(const options_t& options) {
   }
   std::vector<std::unique_ptr<translator::TransImpl>> handles;
   for (std::size_t i = 0; i < options.threads; ++i) {
-    handles.push_back(open_handle(folder, options.model));
+    handles.push_back(open_handle(folder));
   }
 
   catch_interrupts();
@@ -108,19 +110,26 @@ void add_translate(CLI::App& program, run_t& run) {
                        "For each line, taken as one sentence, the N best translations, a line "
                        "each as TEXT ||| SCORE, and an empty line behind them")
           ->check(CLI::Range(1, 10000));
-  command
-      ->add_option("--alignment", options->alignment,
-                   "Behind each translation ' ||| ' and which parts belong together: 'words' as "
-                   "i-j from 0 (of languages without blanks each character), 'bytes' as "
-                   "first:last-first:last")
-      ->check(CLI::IsMember({"words", "bytes"}))
-      ->excludes(nbest);
+  CLI::Option* alignment =
+      command
+          ->add_option(
+              "--alignment", options->alignment,
+              "Behind each translation ' ||| ' and which parts belong together: 'words' as "
+              "i-j from 0 (of languages without blanks each character), 'bytes' as "
+              "first:last-first:last; words when not said")
+          ->expected(0, 1)
+          ->check(CLI::IsMember({"words", "bytes"}))
+          ->excludes(nbest);
   command->add_flag("--check", options->check, "Compare the files with the manifest first");
   command->footer(
       "Examples:\n  echo 'good morning' | kora translate -m models/en-zh\n"
       "  kora translate --threads 4 < book.en > book.zh\n"
-      "  kora translate --nbest 5 < questions.en");
-  command->callback([&run, options] { run = [options] { return translate(*options); }; });
+      "  kora translate --nbest 5 < questions.en\n"
+      "  kora translate --alignment < book.en");
+  command->callback([&run, options, alignment] {
+    if (alignment->count() > 0 && options->alignment.empty()) options->alignment = "words";
+    run = [options] { return translate(*options); };
+  });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -1,16 +1,17 @@
 // kora tune: better weights for a finished model folder.
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "toolkit/atomic_file.h"
 #include "toolkit/cli/command.h"
+#include "toolkit/interrupt.h"
 #include "toolkit/model/manifest.h"
 #include "toolkit/model/model_folder.h"
 #include "toolkit/progress.h"
+#include "toolkit/text_lines.h"
 #include "toolkit/train/engine_tuner.h"
 
 namespace koralite::toolkit::cli {
@@ -28,14 +29,6 @@ struct options_t {
   int rounds = 8;
   bool write = false;
 };
-
-std::vector<std::string> read_lines(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw io_error(path + ": can't be opened for reading");
-  std::vector<std::string> lines;
-  for (std::string line; std::getline(file, line);) lines.push_back(std::move(line));
-  return lines;
-}
 
 // A copy of the folder's files to work on, removed in the end.
 class ScratchFolder {
@@ -60,7 +53,9 @@ class ScratchFolder {
 };
 
 int run_tuning(const options_t& options) {
-  model_folder_t folder = open_model_folder(options.model);
+  catch_interrupts();
+  for (const std::string& path : options.references) require_readable(path);
+  model_folder_t folder = open_model_folder(choose_model(options.model));
   const ScratchFolder scratch(folder);
   std::vector<std::vector<std::string>> references;
   for (const std::string& path : options.references) references.push_back(read_lines(path));
@@ -82,7 +77,7 @@ int run_tuning(const options_t& options) {
   const TuneResult result = tune(
       tuner, FolderTuner::weights_of(folder.decoder), tune_options,
       [](const TuneRound& round) { std::fprintf(stderr, "%s\n", round.bleu.text().c_str()); },
-      bar.callback());
+      interruptible(bar));
   for (std::size_t i = 0; i < result.weights.size(); ++i) {
     std::printf("%-12s %.6g\n", i == kTranslation ? "translation" : feature_names[i].data(),
                 result.weights[i]);
@@ -108,7 +103,8 @@ void add_tune(CLI::App& program, run_t& run) {
   auto options = std::make_shared<options_t>();
   CLI::App* command = program.add_subcommand(
       "tune", "Find better weights for a model folder on sentences with translations");
-  command->add_option("-m,--model", options->model, "Model folder")->required();
+  command->add_option("-m,--model", options->model,
+                      "Model folder [$KORA_MODEL, else models/en-zh, else the only one in models]");
   command->add_option("--source", options->source, "Sentences to tune on")->required();
   command
       ->add_option("-r,--reference", options->references,
@@ -125,7 +121,7 @@ void add_tune(CLI::App& program, run_t& run) {
   command->add_flag("--write", options->write, "Write the weights into the folder");
   command->footer(
       "The phrase table stays as it is; 'kora train' also tunes how its scores are made.\n"
-      "Example: kora tune -m models/en-zh --source dev.en -r dev.zh --write");
+      "Example:\n  kora tune -m models/en-zh --source dev.en -r dev.zh --write");
   command->callback([&run, options] { run = [options] { return run_tuning(*options); }; });
 }
 

@@ -27,6 +27,7 @@ int show(const options_t& options) {
     path = folder.file(options.side == "source" ? folder.decoder.source_vocab
                                                 : folder.decoder.target_vocab);
   }
+  require_readable(options.file);
   decoder::Vocab vocab;
   try {
     vocab.load(path.c_str());

@@ -47,6 +47,11 @@ std::string direction_names() {
   return names;
 }
 
+bool has_no_blanks(std::string_view language) {
+  return language == "zh" || language == "ja" || language == "th" || language == "lzh" ||
+         language == "yue";
+}
+
 textProcess::LangType language_type(std::string_view code) {
   for (std::size_t i = 0; i < languages.size(); ++i) {
     if (languages[i] == code) return static_cast<textProcess::LangType>(i + 1);

@@ -32,6 +32,9 @@ std::optional<direction_t> find_direction(int code);
 // The names of all directions, blank-separated, for messages and help texts.
 std::string direction_names();
 
+// Whether a language is written without blanks between its words.
+bool has_no_blanks(std::string_view language);
+
 // The engine's language type of a language code ("zh" is 1); 0 for an unknown one.
 textProcess::LangType language_type(std::string_view code);
 

@@ -40,7 +40,13 @@ std::string format_manifest(const manifest_t& manifest) {
 
 manifest_t read_manifest(const std::string& folder) {
   const std::string path = folder + '/' + manifest_name;
-  const std::vector<std::string> lines = translator::manifest_lines(path);
+  std::vector<std::string> lines;
+  try {
+    lines = translator::manifest_lines(path);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(std::string(error.what()) +
+                             "; copy it from where the folder was made");
+  }
   manifest_t manifest;
   manifest.files = translator::manifest_files(lines, path);
   std::vector<std::string> values;

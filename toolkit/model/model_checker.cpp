@@ -13,8 +13,9 @@
 #include "decoder/compressor.h"
 #include "decoder/target_data.h"
 #include "decoder/vocab.h"
+#include "toolkit/model/file_report.h"
 #include "toolkit/model/manifest.h"
-#include "toolkit/resource/resource_file.h"
+#include "toolkit/model/resource_checker.h"
 
 namespace koralite::toolkit {
 
@@ -22,42 +23,8 @@ namespace {
 
 constexpr std::uint32_t kNone = 0xFFFFFFFF;
 constexpr std::uint16_t kGroupKey = 65535;
-constexpr std::size_t kMostProblems = 20;
 
 using bytes_t = std::span<const unsigned char>;
-
-std::string at(const char* what, std::uint64_t index) {
-  return std::string(what) + ' ' + std::to_string(index);
-}
-
-// Collects what is wrong with one file.
-class FileReport {
- public:
-  FileReport(check_report_t& report, std::string path)
-      : m_report(report), m_path(std::move(path)) {}
-
-  void wrong(const std::string& place, const std::string& what) {
-    if (++m_count > kMostProblems) return;
-    m_report.problems.push_back(m_path + ": " + (place.empty() ? "" : place + ": ") + what +
-                                "; copy the file again, or build it again");
-  }
-  // The file's bytes, or none with the reason reported.
-  std::optional<common::MappedFile> open() {
-    std::string reason;
-    auto file = common::MappedFile::open(m_path, &reason);
-    if (!file) wrong("", reason);
-    return file;
-  }
-  void fact(const std::string& what) {
-    if (m_count == 0) m_report.facts.push_back(m_path + ": " + what);
-  }
-  bool is_sound() const { return m_count == 0; }
-
- private:
-  check_report_t& m_report;
-  std::string m_path;
-  std::size_t m_count = 0;
-};
 
 void check_vocab(FileReport report, const std::string& path, decoder::Vocab& vocab) {
   const auto file = report.open();
@@ -203,7 +170,8 @@ void check_lang_model(FileReport report, std::size_t words) {
     check_lang_tree(report, i, nodes, words, ngrams);
     last = position + 4 + std::uint64_t{count} * 8;
   }
-  report.fact(std::to_string(heads) + " words, " + std::to_string(ngrams) + " n-grams");
+  report.fact(std::to_string(heads - std::min<int>(heads, decoder::Vocab::kFirstWordId)) +
+              " words, " + std::to_string(ngrams) + " n-grams");
 }
 
 struct phrase_check_t {
@@ -384,22 +352,12 @@ std::optional<decoder::Compressor> check_quantifier(FileReport report, const std
   }
 }
 
-void check_resource(FileReport report, const std::string& path) {
-  try {
-    const resource_info_t info = inspect_resource_file(path);
-    if (info.trailing_bytes > 0) report.wrong("end", "an incomplete record");
-    report.fact(std::to_string(info.records) + " records");
-  } catch (const std::exception& error) {
-    report.wrong("", error.what());
-  }
-}
-
 }  // namespace
 
-check_report_t check_model_folder(const model_folder_t& folder) {
+check_report_t check_model_folder(const model_folder_t& folder, bool with_manifest) {
   check_report_t out;
   try {
-    out.problems = verify_manifest(folder, read_manifest(folder.path));
+    if (with_manifest) out.problems = verify_manifest(folder, read_manifest(folder.path));
   } catch (const std::exception& error) {
     out.problems.emplace_back(error.what());
   }
@@ -430,10 +388,18 @@ check_report_t check_model_folder(const model_folder_t& folder) {
   decoder::TargetData::s_score_size = score_size;
   check_phrases(out, path(p.trans_model), phrases);
 
-  for (const std::string& name :
-       {folder.engine.recase, folder.engine.entities, folder.engine.rules}) {
-    if (!name.empty()) check_resource({out, path(name)}, path(name));
-  }
+  const engine_config_t& engine = folder.engine;
+  const auto check = [&](const std::string& name, const auto& how, auto... more) {
+    if (!name.empty()) how(FileReport(out, path(name)), more...);
+  };
+  check(engine.segment, check_segment_file, SegmentKind::kWords);
+  check(engine.segment_name, check_segment_file, SegmentKind::kNames);
+  check(engine.ambiguous_path, check_segment_file, SegmentKind::kAmbiguous);
+  check(engine.pinyin, check_pinyin_file);
+  check(engine.anti_name, check_record_file, RecordKind::kSorted);
+  check(engine.entities, check_record_file, RecordKind::kEntities);
+  check(engine.recase, check_record_file, RecordKind::kRecase);
+  check(engine.rules, check_record_file, RecordKind::kRules);
   return out;
 }
 

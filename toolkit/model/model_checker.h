@@ -15,7 +15,8 @@ struct check_report_t {
   std::vector<std::string> facts;     // "FILE: what it holds", for files without a problem
 };
 
-// Throws nothing for damage of any kind; all of it is in the report.
-check_report_t check_model_folder(const model_folder_t& folder);
+// Throws nothing for damage of any kind; all of it is in the report. A folder that was made by
+// other means has no manifest to compare with.
+check_report_t check_model_folder(const model_folder_t& folder, bool with_manifest = true);
 
 }  // namespace koralite::toolkit

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "common/pick_conf.h"
+#include "toolkit/io_error.h"
 
 namespace koralite::toolkit {
 
@@ -90,8 +91,8 @@ std::string format_decoder_config(const decoder::Parameter& p) {
 }
 
 std::vector<std::string> model_folder_t::named_files() const {
-  std::vector<std::string> names = {"engine.conf", engine.decoder, decoder.source_vocab,
-                                    decoder.target_vocab};
+  std::vector<std::string> names = {engine.decoder, decoder.source_vocab, decoder.target_vocab};
+  if (config.empty()) names.insert(names.begin(), "engine.conf");
   if (decoder.compress) names.push_back(decoder.compress_vocab);
   names.push_back(decoder.lang_model);
   for (const char* suffix : {"", ".nodes", ".data"}) names.push_back(decoder.trans_model + suffix);
@@ -101,16 +102,25 @@ std::vector<std::string> model_folder_t::named_files() const {
   return names;
 }
 
-model_folder_t open_model_folder(const std::string& path, const std::string& direction) {
+model_folder_t open_model_folder(const std::string& path, const std::string& direction,
+                                 const std::string& config) {
   if (!std::filesystem::is_directory(path)) {
     throw std::runtime_error(path + ": no such folder; give a model folder, or make one with " +
                              "'kora train' or 'kora pack'");
   }
   model_folder_t folder;
   folder.path = path;
+  folder.config = config;
   const std::string conf = folder.engine_path();
   std::vector<std::string> lines;
-  common::PickConf(conf, lines);
+  std::error_code hidden;  // set when it may be there, but the folder does not show it
+  if (std::filesystem::exists(conf, hidden) || hidden) require_readable(conf);
+  try {
+    common::PickConf(conf, lines);
+  } catch (const std::runtime_error& error) {
+    throw std::runtime_error(std::string(error.what()) + "; every model folder has this file: " +
+                             "copy the folder again, or name the file with --config");
+  }
 
   std::string name = direction;
   if (name.empty() && !common::find_conf(lines, "[direction]", name)) {

@@ -38,18 +38,21 @@ struct model_folder_t {
   std::string path;
   engine_config_t engine;
   decoder::Parameter decoder;
+  std::string config;  // a file that takes the place of the folder's engine.conf, or empty
 
   std::string file(const std::string& name) const { return path + '/' + name; }
-  std::string engine_path() const { return file("engine.conf"); }
+  std::string engine_path() const { return config.empty() ? file("engine.conf") : config; }
 
-  // Every file that the two configurations name, engine.conf first; of a phrase
-  // table its three files. No file is looked at.
+  // Every file that the two configurations name, engine.conf first unless another
+  // file stands for it; of a phrase table its three files. No file is looked at.
   std::vector<std::string> named_files() const;
 };
 
 // Reads engine.conf and the decoder parameter file of a folder. Throws
 // std::runtime_error that names the file and says what to do. `direction`, when
-// not empty, takes the place of the section "[direction]".
-model_folder_t open_model_folder(const std::string& path, const std::string& direction = "");
+// not empty, takes the place of the section "[direction]", and `config` that of
+// engine.conf; its names are relative to the folder all the same.
+model_folder_t open_model_folder(const std::string& path, const std::string& direction = "",
+                                 const std::string& config = "");
 
 }  // namespace koralite::toolkit

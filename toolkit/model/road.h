@@ -3,6 +3,7 @@
 // Plain values that outlive the handle. One handle serves one thread.
 #pragma once
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -25,14 +26,31 @@ struct road_word_t {
   std::string tag;
 };
 
+struct road_weights_t {
+  float distortion = 0;
+  float reordering = 0;
+  float language = 0;
+};
+
+struct road_scores_t {  // what a step of the best derivation added, weighted
+  float phrase = 0;
+  float language = 0;
+  float reordering = 0;
+  float distortion = 0;
+  float running = 0;  // their sum so far, without the end of the sentence
+};
+
 struct road_part_t {  // at most 32 words, which are searched together
   std::vector<road_word_t> words;
   decoder::explanation_t search;
+  road_weights_t weights;
+  std::vector<road_scores_t> scores;  // for each step of the best derivation
 };
 
 struct road_t {
   std::string source;
-  std::vector<road_step_t> steps;  // that changed something
+  std::vector<road_step_t> steps;       // that changed the text
+  std::vector<road_step_t> word_steps;  // that changed the words; as WORD=>TRANSLATION/TAG
   std::vector<road_part_t> parts;
   std::vector<road_word_t> marks;  // at the end, which the search does not see
   std::string decoded;
@@ -40,18 +58,24 @@ struct road_t {
   std::string output;
 };
 
-// The steps of a chain in the order in which they run.
-std::vector<textProcess::AbstractStringProcessor*> chain_steps(
-    const textProcess::AbstractStringProcessor* last);
+// The steps of a chain, given by its last one, in the order in which they run.
+template <class Step>
+std::vector<Step*> chain_steps(Step* last) {
+  std::vector<Step*> steps;
+  for (; last != nullptr; last = last->prior()) steps.push_back(last);
+  std::reverse(steps.begin(), steps.end());
+  return steps;
+}
 
 // Runs a chain step by step over `str`; gives those that changed it. Throws
 // std::runtime_error naming the step that failed.
-std::vector<road_step_t> run_chain(const textProcess::AbstractStringProcessor* last,
+std::vector<road_step_t> run_chain(textProcess::AbstractStringProcessor* last,
                                    textProcess::ProcessStr& str);
 
-// One road for each sentence of a line, each with at most `derivations` derivations.
-std::vector<road_t> explain_line(translator::TransImpl& handle, const std::string& line,
-                                 unsigned derivations);
+// One road for each sentence of a line, each with at most `derivations` derivations. The weights
+// are those that the handle's models were loaded with.
+std::vector<road_t> explain_line(translator::TransImpl& handle, const road_weights_t& weights,
+                                 const std::string& line, unsigned derivations);
 
 // For terminals, programs and browsers. The page needs nothing but itself.
 std::string road_as_text(const std::vector<road_t>& roads);

@@ -1,45 +1,12 @@
 #include <algorithm>
-#include <cstdio>
 #include <nlohmann/json.hpp>
 
 #include "toolkit/model/road.h"
+#include "toolkit/model/road_words.h"
 
 namespace koralite::toolkit {
 
 namespace {
-
-std::string number(float value) {
-  char text[32];
-  std::snprintf(text, sizeof(text), "%.3f", static_cast<double>(value));
-  return text;
-}
-
-std::string words_between(const road_part_t& part, int start, int end) {
-  std::string text;
-  for (int i = start; i <= end; ++i) {
-    if (!text.empty()) text += ' ';
-    text += part.words[static_cast<std::size_t>(i)].word;
-  }
-  return text;
-}
-
-std::string escaped(const std::string& text) {
-  std::string result;
-  for (const char c : text) {
-    if (c == '&') {
-      result += "&amp;";
-    } else if (c == '<') {
-      result += "&lt;";
-    } else if (c == '>') {
-      result += "&gt;";
-    } else if (c == '"') {
-      result += "&quot;";
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
 
 // Columns on a terminal: wide characters of East Asia take two.
 std::size_t width(const std::string& text) {
@@ -53,6 +20,10 @@ std::size_t width(const std::string& text) {
 
 std::string padded(const std::string& text, std::size_t columns) {
   return text + std::string(columns - std::min(columns, width(text)), ' ');
+}
+
+std::string padded_left(const std::string& text, std::size_t columns) {
+  return std::string(columns - std::min(columns, width(text)), ' ') + text;
 }
 
 void put_steps(std::string& out, const char* title, const std::vector<road_step_t>& steps) {
@@ -91,17 +62,25 @@ void put_picture(std::string& out, const road_part_t& part) {
 void put_scores(std::string& out, const road_part_t& part) {
   if (part.search.derivations.empty()) return;
   const decoder::derivation_t& best = part.search.derivations.front();
-  out += "Scores (natural logarithms, best derivation)\n";
-  out += "  words  phrase  language  order  distortion  running  left  total\n";
-  for (const auto& step : best.steps) {
-    const auto& option = part.search.options[step.option];
-    out += "  " + std::to_string(option.start) + "-" + std::to_string(option.end) + "  " +
-           number(option.score) + "  " + number(step.joint) + "  " + number(step.reordering) +
-           "  " + number(step.distortion) + "  " + number(step.score) + "  " + number(step.future) +
-           "  " + number(step.total) + "  " + words_between(part, option.start, option.end) +
-           " => " + step.text + "\n";
+  out += "Scores (natural logarithms, weighted: the first four add up to the running total)\n ";
+  for (const char* name :
+       {"phrase", "language", "order", "distortion", "running", "to come", "estimate"}) {
+    out += padded_left(name, 11);
   }
-  out += "  end of sentence " + number(best.end_score) + ", whole " + number(best.total) + "\n";
+  out += "\n";
+  for (std::size_t k = 0; k < best.steps.size(); ++k) {
+    const auto& step = best.steps[k];
+    const auto& option = part.search.options[step.option];
+    const road_scores_t& scores = part.scores[k];
+    out += " ";
+    for (const float value : {scores.phrase, scores.language, scores.reordering, scores.distortion,
+                              scores.running, step.future, scores.running + step.future}) {
+      out += padded_left(score_text(value), 11);
+    }
+    out += "  " + words_between(part, option.start, option.end) + " => " + step.text + "\n";
+  }
+  out += "  end of sentence " + score_text(best.end_score) + ", whole " + score_text(best.total) +
+         "\n";
 }
 
 void put_options(std::string& out, const road_part_t& part) {
@@ -116,7 +95,7 @@ void put_options(std::string& out, const road_part_t& part) {
       shown = 0;
       out += "  " + words_between(part, start, end) + "\n";
     }
-    if (++shown <= 5) out += "      " + number(option.future) + "  " + option.target + "\n";
+    if (++shown <= 5) out += "      " + score_text(option.future) + "  " + option.target + "\n";
   }
 }
 
@@ -170,84 +149,11 @@ nlohmann::json part_json(const road_part_t& part) {
   }
   return {{"words", words_json(part.words)},
           {"options", std::move(options)},
+          {"weights",
+           {{"distortion", part.weights.distortion},
+            {"reordering", part.weights.reordering},
+            {"language", part.weights.language}}},
           {"derivations", std::move(derivations)}};
-}
-
-constexpr const char* page_head = R"(<!DOCTYPE html>
-<html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width">
-<title>The road of a sentence</title><style>
-body{font:16px/1.5 system-ui,sans-serif;max-width:60rem;margin:2rem auto;padding:0 1rem;color:#223;
-background:#fafaf7}h1{font-size:1.3rem}h2{font-size:1rem;margin:1.5rem 0 .3rem;color:#667}
-section{background:#fff;border:1px solid #e2e2da;border-radius:10px;padding:1rem 1.4rem;margin:1rem 0}
-.row{font-size:1.25rem;margin:.4rem 0}.p{display:inline-block;border-radius:6px;padding:.1rem .5rem;
-margin:.15rem;cursor:help}.p.on{outline:2px solid #223}table{border-collapse:collapse;font-size:.85rem;
-width:100%}td,th{text-align:left;padding:.2rem .6rem;border-bottom:1px solid #eee}
-td.n{text-align:right;font-variant-numeric:tabular-nums}code{background:#f1f1ea;border-radius:4px;
-padding:0 .3rem}.out{font-size:1.4rem}
-</style></head><body><h1>The road of a sentence</h1>
-)";
-
-constexpr const char* page_end = R"(<script>
-for (const p of document.querySelectorAll('.p')) {
-  const same = () => document.querySelectorAll('.p[data-k="' + p.dataset.k + '"]');
-  p.onmouseenter = () => same().forEach(e => e.classList.add('on'));
-  p.onmouseleave = () => same().forEach(e => e.classList.remove('on'));
-}
-</script></body></html>
-)";
-
-void html_steps(std::string& out, const char* title, const std::vector<road_step_t>& steps) {
-  if (steps.empty()) return;
-  out += std::string("<h2>") + title + "</h2><table>";
-  for (const road_step_t& step : steps) {
-    out += "<tr><td>" + escaped(step.name) + "</td><td><code>" + escaped(step.after) +
-           "</code></td></tr>\n";
-  }
-  out += "</table>\n";
-}
-
-void html_part(std::string& out, const road_part_t& part, const std::string& key) {
-  if (part.search.derivations.empty()) return;
-  const decoder::derivation_t& best = part.search.derivations.front();
-  std::vector<std::size_t> step_of(part.words.size(), best.steps.size());
-  for (std::size_t k = 0; k < best.steps.size(); ++k) {
-    const auto& option = part.search.options[best.steps[k].option];
-    for (int i = option.start; i <= option.end; ++i) step_of[static_cast<std::size_t>(i)] = k;
-  }
-  const auto chip = [&](std::size_t k, const std::string& text) {
-    const auto& step = best.steps[k];
-    const auto& option = part.search.options[step.option];
-    out += "<span class=p data-k=\"" + key + std::to_string(k) + "\" style=\"background:hsl(" +
-           std::to_string(k * 137 % 360) + ",70%,87%)\" title=\"" +
-           escaped("phrase " + number(option.score) + ", language model " + number(step.joint) +
-                   ", order " + number(step.reordering) + ", running " + number(step.score)) +
-           "\">" + escaped(text) + "</span>";
-  };
-  out += "<div class=row>";
-  for (std::size_t i = 0; i < part.words.size();) {
-    const std::size_t k = step_of[i];
-    std::size_t end = i;
-    while (end + 1 < part.words.size() && step_of[end + 1] == k) ++end;
-    const std::string text = words_between(part, static_cast<int>(i), static_cast<int>(end));
-    if (k < best.steps.size()) chip(k, text);
-    i = end + 1;
-  }
-  out += "</div><div class=row>";
-  for (std::size_t k = 0; k < best.steps.size(); ++k) chip(k, best.steps[k].text);
-  out +=
-      "</div><h2>Scores</h2><table><tr><th>source<th>target<th>phrase<th>language model<th>order"
-      "<th>distortion<th>running<th>still to come</tr>\n";
-  for (const auto& step : best.steps) {
-    const auto& option = part.search.options[step.option];
-    out += "<tr><td>" + escaped(words_between(part, option.start, option.end)) + "</td><td>" +
-           escaped(step.text) + "</td>";
-    for (const float value :
-         {option.score, step.joint, step.reordering, step.distortion, step.score, step.future}) {
-      out += "<td class=n>" + number(value) + "</td>";
-    }
-    out += "</tr>\n";
-  }
-  out += "</table>\n";
 }
 
 }  // namespace
@@ -257,13 +163,10 @@ std::string road_as_text(const std::vector<road_t>& roads) {
   for (const road_t& road : roads) {
     out += "Source\n  " + road.source + "\n";
     put_steps(out, "Text steps that changed something", road.steps);
+    put_steps(out, "Word steps that changed something", road.word_steps);
     for (const road_part_t& part : road.parts) {
       out += "Words\n ";
-      for (const road_word_t& word : part.words) {
-        out += " " + word.word;
-        if (!word.translation.empty()) out += "=>" + word.translation;
-        if (!word.tag.empty()) out += "/" + word.tag;
-      }
+      for (const road_word_t& word : part.words) out += " " + word_text(word);
       out += "\n";
       put_options(out, part);
       out += "Derivation\n";
@@ -289,6 +192,7 @@ std::string road_as_json(const std::vector<road_t>& roads) {
     for (const road_part_t& part : road.parts) parts.push_back(part_json(part));
     list.push_back({{"source", road.source},
                     {"steps", steps_json(road.steps)},
+                    {"word_steps", steps_json(road.word_steps)},
                     {"parts", std::move(parts)},
                     {"marks", words_json(road.marks)},
                     {"decoded", road.decoded},
@@ -297,23 +201,6 @@ std::string road_as_json(const std::vector<road_t>& roads) {
   }
   // Text of any bytes is survived: what is no UTF-8 becomes U+FFFD.
   return list.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';
-}
-
-std::string road_as_html(const std::vector<road_t>& roads) {
-  std::string out = page_head;
-  for (std::size_t r = 0; r < roads.size(); ++r) {
-    const road_t& road = roads[r];
-    out += "<section><div class=out>" + escaped(road.source) + "</div>\n<div class=out>" +
-           escaped(road.output) + "</div>\n";
-    html_steps(out, "Text steps that changed something", road.steps);
-    out += "<h2>Phrases</h2>\n";
-    for (std::size_t p = 0; p < road.parts.size(); ++p) {
-      html_part(out, road.parts[p], std::to_string(r) + "-" + std::to_string(p) + "-");
-    }
-    html_steps(out, "Steps that wrote the result", road.post_steps);
-    out += "</section>\n";
-  }
-  return out + page_end;
 }
 
 }  // namespace koralite::toolkit

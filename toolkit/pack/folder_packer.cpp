@@ -2,19 +2,25 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 
 #include "decoder/compact_lm_model.h"
 #include "toolkit/atomic_file.h"
+#include "toolkit/io_error.h"
 #include "toolkit/model/manifest.h"
 #include "toolkit/model/model_folder.h"
 #include "toolkit/pack/arpa.h"
 #include "toolkit/pack/phrase_text.h"
 #include "toolkit/resource/entity_builder.h"
+#include "toolkit/resource/pinyin_builder.h"
+#include "toolkit/resource/recase_builder.h"
+#include "toolkit/resource/resource_file.h"
 #include "toolkit/resource/rule_source.h"
 #include "toolkit/resource/vocab_file.h"
 #include "toolkit/segment/segment_builder.h"
+#include "toolkit/text_lines.h"
 
 namespace koralite::toolkit {
 
@@ -28,11 +34,12 @@ class HalfMade {
   explicit HalfMade(const std::string& output)
       : m_output(output), m_path(output + ".part" + std::to_string(::getpid())) {
     if (fs::exists(output)) {
-      throw std::runtime_error(output + ": exists already; remove it or choose another name");
+      throw io_error(output + ": exists already; remove it or choose another name");
     }
     std::error_code error;
     if (!fs::create_directories(m_path, error)) {
-      throw std::runtime_error("can't make the folder " + m_path + ": " + error.message());
+      throw io_error("can't make the folder " + m_path + ": " + error.message() +
+                     "; check the name and the rights");
     }
   }
   HalfMade(const HalfMade&) = delete;
@@ -53,30 +60,80 @@ class HalfMade {
   bool m_done = false;
 };
 
-void pack_resources(const pack_options_t& options, model_folder_t& folder,
-                    const std::function<void(const std::string&)>& tell) {
+using tell_t = std::function<void(const std::string&)>;
+
+void pack_segmenter(const pack_options_t& options, model_folder_t& folder) {
   engine_config_t& engine = folder.engine;
-  if (!options.dictionary.empty()) {
-    engine.segment = "segment";
-    const auto words = read_segment_words(options.dictionary);
-    std::vector<std::string> surnames;
-    if (!options.surnames.empty()) surnames = read_segment_lines(options.surnames);
-    build_segment_dictionary(folder.file(engine.segment), words, surnames);
-    if (!surnames.empty()) {
-      engine.segment_name = "segment-names";
-      build_segment_names(folder.file(engine.segment_name), words, surnames);
+  if (options.dictionary.empty()) {
+    if (engine.direction.source == "zh") {
+      throw std::runtime_error("a Chinese source needs a word list; name one with --dictionary");
     }
-  } else if (engine.direction.source != "en") {
-    engine.single_word_split = "0";
+    // Only the general pipeline asks for it: words stand apart by blanks as they come.
+    if (engine.direction.source != "en") engine.single_word_split = "0";
+    return;
+  }
+  engine.segment = "segment";
+  const auto words = read_segment_words(options.dictionary);
+  std::vector<std::string> surnames;
+  if (!options.surnames.empty()) surnames = read_segment_lines(options.surnames);
+  build_segment_dictionary(folder.file(engine.segment), words, surnames);
+  // Without pinyin a name would have no translation.
+  if (!surnames.empty() && !options.readings.empty()) {
+    engine.segment_name = "segment-names";
+    build_segment_names(folder.file(engine.segment_name), words, surnames);
+  }
+  if (!options.ambiguous.empty()) {
+    engine.ambiguous_path = "segment-ambiguous";
+    build_segment_ambiguous(folder.file(engine.ambiguous_path),
+                            read_segment_lines(options.ambiguous));
+  }
+  if (!options.anti_names.empty()) {
+    engine.anti_name = "anti-names";
+    auto names = read_segment_lines(options.anti_names);
+    std::sort(names.begin(), names.end());  // the engine searches them
+    write_resource_file(folder.file(engine.anti_name), names);
+  }
+}
+
+void pack_resources(const pack_options_t& options, model_folder_t& folder, const tell_t& tell) {
+  engine_config_t& engine = folder.engine;
+  pack_segmenter(options, folder);
+  if (!options.readings.empty()) {
+    engine.pinyin = "pinyin";
+    PinyinBuilder pinyin;
+    const std::vector<std::string> lines = read_lines(options.readings);
+    try {
+      for (const std::string& line : lines) pinyin.add_line(line);
+      static_cast<void>(pinyin.bytes());
+    } catch (const std::runtime_error& error) {
+      throw std::runtime_error(options.readings + ": " + error.what());
+    }
+    pinyin.write(folder.file(engine.pinyin));
   }
   if (!options.rules.empty()) {
     engine.rules = "rules";
-    write_rule_file(read_rule_source(options.rules), folder.file(engine.rules));
+    const rule_source_t rules = read_rule_source(options.rules);
+    if (rules.direction != options.direction.name()) {
+      throw std::runtime_error(options.rules + ": rules for " + rules.direction + ", not " +
+                               options.direction.name() + "; name the rules of this direction");
+    }
+    write_rule_file(rules, folder.file(engine.rules));
+  }
+  if (!options.recase.empty()) {
+    engine.recase = "recase";
+    const recase_report_t report =
+        write_recase_file(folder.file(engine.recase), read_segment_lines(options.recase));
+    if (report.dropped > 0) {
+      tell(options.recase + ": " + std::to_string(report.dropped) +
+           " entries left out: a second form of an entry, or one that a record cannot hold");
+    }
   }
   if (!options.entities.empty()) {
+    // Phrases go through the text steps of the source, which need all of the above.
+    write_file(folder.engine_path(), std::string_view(format_engine_config(engine)));
+    const entity_options_t how =
+        chain_entity_options(options.direction, folder.engine_path(), folder.path);
     engine.entities = "entities";
-    entity_options_t how;
-    if (engine.direction.source == "zh" || engine.direction.source == "ja") how.join.clear();
     const entity_report_t report =
         write_entity_file(read_entities(options.entities), how, folder.file(engine.entities));
     for (const std::string& line : report.dropped) tell(options.entities + ":" + line);
@@ -85,8 +142,13 @@ void pack_resources(const pack_options_t& options, model_folder_t& folder,
 
 }  // namespace
 
-void pack_folder(const pack_options_t& options,
-                 const std::function<void(const std::string&)>& tell) {
+void pack_folder(const pack_options_t& options, const tell_t& tell) {
+  for (const std::string* input :
+       {&options.phrases, &options.reordering, &options.lang_model, &options.dictionary,
+        &options.surnames, &options.ambiguous, &options.anti_names, &options.readings,
+        &options.rules, &options.entities, &options.recase}) {
+    require_readable(*input);
+  }
   HalfMade half(options.output);
   model_folder_t folder;
   folder.path = half.path();

@@ -20,8 +20,12 @@ struct pack_options_t {
   std::string lang_model;  // ARPA; required
   std::string dictionary;  // words for the segmenter of sources without blanks
   std::string surnames;    // for it
+  std::string ambiguous;   // strings with a fixed segmentation, for it
+  std::string anti_names;  // words that it must not take for names of persons
+  std::string readings;    // Unihan readings, for the names of persons in Chinese
   std::string rules;       // number rules
-  std::string entities;    // names
+  std::string entities;    // names: lines SOURCE TAB TYPE TAB TARGET
+  std::string recase;      // words with their capitals, for English output
   std::vector<double> weights = {1.0, 1.0, 1.0, 1.0};  // of the scores of a phrase pair
   int order = 5;
   int max_targets = 50;
@@ -29,8 +33,9 @@ struct pack_options_t {
   std::string output;  // must not exist
 };
 
-// `tell` gets a line for everything that was dropped or clamped. Throws
-// std::runtime_error that names file and place.
+// `tell` gets a line for everything that was dropped or clamped. Throws io_error
+// for files that cannot be read or written, and std::runtime_error that names file
+// and place for contents.
 void pack_folder(const pack_options_t& options,
                  const std::function<void(const std::string&)>& tell);
 

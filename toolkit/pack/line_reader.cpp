@@ -6,10 +6,12 @@
 #include <cerrno>
 #include <charconv>
 #include <cstring>
-#include <filesystem>
 #include <limits>
 #include <system_error>
 #include <utility>
+
+#include "toolkit/interrupt.h"
+#include "toolkit/io_error.h"
 
 namespace koralite::toolkit {
 
@@ -25,13 +27,12 @@ struct LineReader::File {
 };
 
 LineReader::LineReader(std::string path) : path_(std::move(path)), buffer_(1U << 16U) {
-  if (std::filesystem::is_directory(path_)) {
-    throw std::runtime_error("can't read " + path_ + ": it is a folder");
-  }
+  require_readable(path_);
   errno = 0;
   file_ = std::make_unique<File>(path_);
   if (file_->handle == nullptr) {
-    throw std::runtime_error("can't read " + path_ + ": " + std::generic_category().message(errno));
+    throw io_error("can't read " + path_ + ": " + std::generic_category().message(errno) +
+                   "; check the name and the rights");
   }
   ::gzbuffer(file_->handle, 1U << 17U);
 }
@@ -43,6 +44,7 @@ std::runtime_error LineReader::error(const std::string& what) const {
 }
 
 bool LineReader::fill() {
+  stop_if_interrupted();
   if (ended_) return false;
   if (begin_ > 0) {
     std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
@@ -58,6 +60,7 @@ bool LineReader::fill() {
   }
   const int count =
       ::gzread(file_->handle, buffer_.data() + end_, static_cast<unsigned>(buffer_.size() - end_));
+  stop_if_interrupted();  // which is why the system may have given nothing
   int code = Z_OK;
   ::gzerror(file_->handle, &code);
   if (count < 0 || (count == 0 && code != Z_OK && code != Z_STREAM_END)) {

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <fstream>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <stdexcept>
 
+#include "textProcess/processor.h"
+#include "toolkit/io_error.h"
 #include "toolkit/resource/resource_file.h"
 
 namespace koralite::toolkit {
@@ -73,11 +76,28 @@ std::vector<entity_t> parse_entities(std::string_view text, const std::string& n
   return entities;
 }
 
+entity_options_t chain_entity_options(const direction_t& direction, const std::string& config,
+                                      const std::string& folder) {
+  entity_options_t options;
+  if (has_no_blanks(direction.source)) options.join.clear();
+  options.words = [chain = std::make_shared<textProcess::Processor>(
+                       language_type(direction.source), language_type(direction.target), config,
+                       folder)](const std::string& phrase) {
+    textProcess::ProcessStr str(false, phrase);
+    chain->Preprocess(str);
+    std::istringstream text(str.text());
+    std::vector<std::string> words;
+    for (std::string word; text >> word;) words.push_back(std::move(word));
+    return words;
+  };
+  return options;
+}
+
 std::vector<entity_t> read_entities(const std::string& path) {
+  require_readable(path);
   std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
   text << in.rdbuf();
-  if (!in) throw std::runtime_error("can't read the entity list " + path);
   return parse_entities(text.view(), path);
 }
 

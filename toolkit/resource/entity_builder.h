@@ -14,6 +14,8 @@
 #include <string_view>
 #include <vector>
 
+#include "toolkit/model/direction.h"
+
 namespace koralite::toolkit {
 
 struct entity_t {
@@ -34,6 +36,12 @@ struct entity_options_t {
   // Spans of more words are never looked up.
   std::size_t most_words = 8;
 };
+
+// The options for a direction: words as the engine's text steps leave them, configured by a file in
+// the form of engine.conf and the resources that it names in the folder. Throws as
+// textProcess::Processor.
+entity_options_t chain_entity_options(const direction_t& direction, const std::string& config,
+                                      const std::string& folder);
 
 struct entity_report_t {
   std::size_t read = 0;

@@ -9,6 +9,7 @@
 #include "numtrans/category.h"
 #include "numtrans/ce_num_translator.h"
 #include "numtrans/ec_num_translator.h"
+#include "toolkit/io_error.h"
 #include "toolkit/resource/resource_file.h"
 
 namespace koralite::toolkit {
@@ -279,10 +280,10 @@ rule_source_t parse_rule_source(std::string_view text, std::string name) {
 }
 
 rule_source_t read_rule_source(const std::string& path) {
+  require_readable(path);
   std::ifstream in(path, std::ios::binary);
   std::ostringstream text;
   text << in.rdbuf();
-  if (!in) throw std::runtime_error("can't read the rule file " + path);
   return parse_rule_source(text.str(), path);
 }
 

@@ -12,6 +12,7 @@
 
 #include "lexicut/trie_format.h"
 #include "toolkit/byte_writer.h"
+#include "toolkit/io_error.h"
 #include "toolkit/segment/trie_builder.h"
 
 namespace koralite::toolkit {
@@ -104,8 +105,8 @@ std::map<points_t, double> count_surnames(const std::vector<segment_word_t>& wor
 
 template <class Use>
 void for_each_line(const std::string& path, Use&& use) {
+  require_readable(path);
   std::ifstream file(path);
-  if (!file) throw std::runtime_error(path + ": can't be opened for reading");
   std::string line;
   for (std::size_t number = 1; std::getline(file, line); ++number) {
     if (!line.empty() && line.back() == '\r') line.pop_back();

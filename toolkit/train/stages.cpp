@@ -10,6 +10,7 @@
 #include "common/mapped_file.h"
 #include "common/sha256.h"
 #include "toolkit/atomic_file.h"
+#include "toolkit/io_error.h"
 
 namespace koralite::toolkit {
 
@@ -44,6 +45,7 @@ void Stages::depend(std::string_view text) {
 }
 
 void Stages::depend_on_file(const std::string& path) {
+  require_readable(path);
   const common::MappedFile file(path);
   depend(common::Sha256::hex_of(file.data()));
 }

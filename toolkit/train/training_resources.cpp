@@ -15,22 +15,12 @@
 #include "toolkit/resource/rule_source.h"
 #include "toolkit/segment/segment_builder.h"
 #include "toolkit/text_lines.h"
-#include "toolkit/train/corpus.h"
 #include "toolkit/train/parallel.h"
 #include "toolkit/train/word_breaks.h"
 
 namespace koralite::toolkit {
 
 namespace fs = std::filesystem;
-
-namespace {
-
-bool needs_segmenter(std::string_view language) {
-  return language == "zh" || language == "ja" || language == "th" || language == "lzh" ||
-         language == "yue";
-}
-
-}  // namespace
 
 void TrainingResources::make_segmenter(std::string_view language, const std::string& text,
                                        const std::string& path) {
@@ -56,10 +46,10 @@ void TrainingResources::make() {
                            "rules", "entities", "recase"}) {
     fs::remove(m_model.file(name));
   }
-  if (needs_segmenter(direction.source)) {
+  if (has_no_blanks(direction.source)) {
     make_segmenter(direction.source, m_options.source, m_model.file("segment"));
   }
-  if (needs_segmenter(direction.target)) {
+  if (has_no_blanks(direction.target)) {
     make_segmenter(direction.target, m_options.target, m_stages.file("target-segment"));
   }
   if (!m_options.rules.empty()) {
@@ -80,18 +70,8 @@ void TrainingResources::make() {
 
 void TrainingResources::make_entities() {
   enter();
-  const direction_t& direction = m_options.direction;
-  textProcess::Processor source(language_type(direction.source), language_type(direction.target),
-                                m_stages.file("source.conf"), m_model.path);
-  entity_options_t options;
-  options.join = needs_segmenter(direction.source) ? "" : " ";
-  options.words = [&](const std::string& phrase) {
-    textProcess::ProcessStr str(false, phrase);
-    source.Preprocess(str);
-    std::vector<std::string> words;
-    for (const std::string_view word : split_blanks(str.text())) words.emplace_back(word);
-    return words;
-  };
+  const entity_options_t options =
+      chain_entity_options(m_options.direction, m_stages.file("source.conf"), m_model.path);
   const entity_report_t report =
       write_entity_file(read_entities(m_options.entities), options, m_model.file("entities"));
   if (!report.dropped.empty()) {
@@ -105,7 +85,7 @@ void TrainingResources::enter() {
   const auto name_if_there = [&](const char* name, std::string& value) {
     value = fs::exists(m_model.file(name)) ? name : "";
   };
-  if (needs_segmenter(m_options.direction.source)) {
+  if (has_no_blanks(m_options.direction.source)) {
     name_if_there("segment", engine.segment);
     name_if_there("segment-names", engine.segment_name);
     name_if_there("segment-ambiguous", engine.ambiguous_path);
@@ -130,7 +110,7 @@ void TrainingResources::write_configurations() const {
   write_file(m_stages.file("source.conf"), format_engine_config(m_model.engine));
   engine_config_t target;
   target.direction = m_options.direction;
-  if (needs_segmenter(m_options.direction.target)) {
+  if (has_no_blanks(m_options.direction.target)) {
     target.segment = "../target-segment";
   } else if (m_options.direction.target != "en") {
     target.single_word_split = "0";
