@@ -142,13 +142,18 @@ class Command(unittest.TestCase):
                    for n in (1, 2, 8)}
         self.assertEqual(len(results), 1)
         self.assertEqual(next(iter(results)).count(b"\n"), 400)
+        lines = text.splitlines(keepends=True)  # a process for each partition, as in Spark's pipe
+        parts = [lines[a:b] for a, b in ((0, 0), (0, 7), (7, 7), (7, 300), (300, 400))]
+        joined = b"".join(self.ok("translate", "-m", "model", data=b"".join(p)) for p in parts)
+        self.assertEqual({joined}, results)
         if not shutil.which("parallel"):
             self.skipTest("GNU parallel is not installed")
-        done = subprocess.run(
-            ["parallel", "--will-cite", "--pipe", "--keep-order", "--jobs", "2", "-N", "50",
-             KORA, "translate", "-m", "model"], input=text, capture_output=True, check=True,
-            cwd=self.folder)
-        self.assertEqual({done.stdout}, results)
+        for more in (["--jobs", "2"], ["--sshlogin", "2/:"]):
+            done = subprocess.run(
+                ["parallel", "--will-cite", "--pipe", "--keep-order", *more, "-N", "50",
+                 KORA, "translate", "-m", "model"], input=text, capture_output=True, check=True,
+                cwd=self.folder)
+            self.assertEqual({done.stdout}, results, more)
 
     def test_memory_does_not_grow_with_the_input(self):
         def peak(lines):  # in kilobytes

@@ -13,6 +13,23 @@ for file in bin/kora include/kora/kora.h include/kora/kora_c.h "$libdir/libtrans
   "$libdir/liblexicut.so" "$libdir/pkgconfig/kora.pc" "$libdir/cmake/kora/koraConfig.cmake"; do
   [ -e "$prefix/$file" ] || { echo "not installed: $file"; exit 1; }
 done
+
+# A man page for each command, and bash completes from the installed file.
+for page in kora $("$prefix/bin/kora" --help | sed -n '/^Subcommands:/,$s/^  \([a-z]*\) .*/kora-\1/p'); do
+  file=$prefix/share/man/man1/$page.1
+  [ -s "$file" ] || { echo "no man page $page"; exit 1; }
+  if command -v man > /dev/null; then
+    [ -z "$(man --warnings -E UTF-8 -l -Tutf8 -Z "$file" 2>&1 > /dev/null)" ] ||
+      { echo "$page is not a clean man page"; exit 1; }
+  fi
+done
+[ "$(ls "$prefix/share/man/man1" | wc -l)" -gt 15 ] || { echo 'man pages are missing'; exit 1; }
+if command -v bash > /dev/null; then
+  # shellcheck disable=SC2016
+  got=$(bash -c '. "$1"; COMP_WORDS=(kora tra) COMP_CWORD=1; _kora; echo "${COMPREPLY[*]}"' - \
+    "$prefix/share/bash-completion/completions/kora")
+  [ "$got" = 'train translate' ] || { echo "bash completes kora tra to '$got'"; exit 1; }
+fi
 ! grep -rIlF "$source" "$prefix" || { echo 'an installed text names the source folder'; exit 1; }
 
 mkdir "$work/outside"

@@ -55,7 +55,8 @@ void add_pack(CLI::App& program, run_t& run) {
   command->add_flag("--plain", options->plain, "Write the plain phrase table, not the compact one");
   command->add_option("-o,--output", o.output, "The model folder; must not exist")->required();
   command->footer(
-      "Text may be packed with gzip. The folder is made beside its name and renamed when it is "
+      "Tables and the language model may be packed with gzip. The folder is made beside its name "
+      "and renamed when it is "
       "whole.\n"
       "Examples:\n  kora pack --direction en-zh --phrases phrases.gz --lm zh.arpa -o models/mine\n"
       "  kora pack --direction zh-en --phrases phrases.gz --lm en.arpa --dictionary words.txt \\\n"
