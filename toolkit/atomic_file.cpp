@@ -45,7 +45,7 @@ void AtomicFile::fail(const char* what) const {
 
 void AtomicFile::write(std::span<const unsigned char> bytes) {
   stop_if_interrupted();
-  if (!file_) throw std::logic_error("can't write " + path_ + ": it is already committed");
+  if (!file_) throw std::runtime_error("can't write " + path_ + ": it is already committed");
   if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
     fail("can't write ");
   }
@@ -58,7 +58,7 @@ void AtomicFile::write(std::string_view text) {
 
 void AtomicFile::write_at(std::uint64_t offset, std::span<const unsigned char> bytes) {
   if (offset > written_ || bytes.size() > written_ - offset) {
-    throw std::logic_error("can't write " + path_ + ": place not written before");
+    throw std::runtime_error("can't write " + path_ + ": place not written before");
   }
   const std::uint64_t end = written_;
   if (offset > std::numeric_limits<off_t>::max() ||
@@ -71,7 +71,7 @@ void AtomicFile::write_at(std::uint64_t offset, std::span<const unsigned char> b
 }
 
 void AtomicFile::commit() {
-  if (!file_) throw std::logic_error("can't write " + path_ + ": it is already committed");
+  if (!file_) throw std::runtime_error("can't write " + path_ + ": it is already committed");
   if (std::fflush(file_.get()) != 0) fail("can't write ");
   if (!beside_.empty() && ::fsync(::fileno(file_.get())) != 0) fail("can't write ");
   if (std::fclose(file_.release()) != 0) fail("can't write ");
