@@ -156,7 +156,8 @@ void check_pinyin_file(FileReport report) {
   std::uint32_t last = 0;
   for (std::uint32_t i = 0; i < characters; ++i) {
     const unsigned char* entry = table.data() + i * kCharacter;
-    const std::uint32_t bytes = std::uint32_t{entry[0]} << 16 | entry[1] << 8 | entry[2];
+    const std::uint32_t bytes =
+        std::uint32_t{entry[0]} << 16U | std::uint32_t{entry[1]} << 8U | entry[2];
     if ((bytes & 0xF0C0C0) != 0xE08080)
       report.wrong(at("character", i), "not three bytes of UTF-8");
     if (bytes <= last) report.wrong(at("character", i), "out of order");
