@@ -138,8 +138,9 @@ TEST(WordSegment, SurvivesAHostileLibrary) {
   for_cases("words.txt", "hostile library", [&](const Case& c) {
     library.answer = [&c](const std::string&, lexicut_out& out) {
       const std::vector<int> words = c.numbers(1);
-      for (std::size_t i = 0; i < words.size(); ++i) {
-        (i % 2 == 0 ? out.offsets : out.lengths)[i / 2] = words[i];
+      for (std::size_t i = 0; i + 1 < words.size(); i += 2) {
+        out.offsets[i / 2] = words[i];
+        out.lengths[i / 2] = words[i + 1];
       }
       const bool counted = !c[2].empty() && c[2].find_first_not_of("-0123456789") == c[2].npos;
       out.count = counted ? c.number(2) : static_cast<std::int32_t>(words.size() / 2);
