@@ -86,7 +86,7 @@ TEST(DesFileReader, RefusedFiles) {
       {folder.write("negative", le(0x80000000U, 4) + "abc"), "Cannot read line size"},
   };
   for (const auto& [path, message] : cases) {
-    EXPECT_EQ(message_of([&] { DesFileReader reader(path); }), message) << path;
+    EXPECT_EQ(message_of([&path = path] { DesFileReader reader(path); }), message) << path;
   }
   EXPECT_EQ(message_of([] { DesFileReader reader(static_cast<const char*>(nullptr)); }),
             "Invalidate Input file");

@@ -56,7 +56,7 @@ TEST(MappedFile, RefusesWhatIsNoRegularFileAndSaysWhy) {
     EXPECT_FALSE(MappedFile::open(path, &said)) << path;
     EXPECT_THAT(said, testing::HasSubstr(reason)) << path;
     const std::string wanted = "can't open [file=" + path + "]: " + said;
-    EXPECT_EQ(message_of([&] { MappedFile file(path); }), wanted.c_str());
+    EXPECT_EQ(message_of([&path = path] { MappedFile file(path); }), wanted.c_str());
   }
 }
 
