@@ -1,21 +1,21 @@
-"""Aligns the blocks of a page in two languages by dynamic programming over lengths, kinds of block, and the
-Latin words and numbers that both sides share."""
+"""Aligns the blocks of a page in two languages by dynamic programming over lengths, kinds of
+block, and the Latin words and numbers that both sides share."""
 import re
 from math import log
 
 from corpus.text import LATIN_LANGUAGES, UNITS_PER_ENGLISH_TOKEN, units
 
-GAP = -0.55        # a block without partner
-NEVER = -9.0       # text against code
-GOOD = 0.5         # a pair that needs a good neighbour to be believed
-SURE = 1.6         # a pair that stands by itself
-_ANCHOR = re.compile(r'[A-Za-z][A-Za-z0-9_.+-]*[A-Za-z0-9]|\d+(?:\.\d+)*')
+GAP = -0.55  # a block without partner
+NEVER = -9.0  # text against code
+GOOD = 0.5  # a pair that needs a good neighbour to be believed
+SURE = 1.6  # a pair that stands by itself
+_ANCHOR = re.compile(r"[A-Za-z][A-Za-z0-9_.+-]*[A-Za-z0-9]|\d+(?:\.\d+)*")
 _FULL_TABLE = 400_000  # cells; larger pages are searched in a band around the diagonal
 _BAND = 60
 
 
 class _Measured:
-    __slots__ = ('block', 'length', 'anchors')
+    __slots__ = ("block", "length", "anchors")
 
     def __init__(self, block, language, latin):
         self.block = block
@@ -35,7 +35,7 @@ def _score(left, right, scale, latin):
     score = 0.9
     if left.block.tag == right.block.tag:
         score += 0.8
-    elif left.block.tag[0] == 'h' or right.block.tag[0] == 'h':
+    elif left.block.tag[0] == "h" or right.block.tag[0] == "h":
         score -= 0.8
     distance = abs(log((right.length + 1.0) / (scale * left.length + 1.0)))
     score -= 1.6 * distance * min(1.0, (left.length + 4) / 12.0)
@@ -52,14 +52,14 @@ def _score(left, right, scale, latin):
 
 
 def align(lefts, rights, language):
-    """Pairs of indices (left, right) that are believed, in order. `lefts` are the English blocks, `rights`
-    those of `language`. Pages of equal structure are paired off as they stand."""
+    """Pairs of indices (left, right) that are believed, in order. `lefts` are the English blocks,
+    `rights` those of `language`. Pages of equal structure are paired off as they stand."""
     if [b.tag for b in lefts] == [b.tag for b in rights]:
         return [(i, i) for i, b in enumerate(lefts) if not b.is_code]
     if not lefts or not rights:
         return []
     latin = language in LATIN_LANGUAGES
-    left = [_Measured(b, 'en', latin) for b in lefts]
+    left = [_Measured(b, "en", latin) for b in lefts]
     right = [_Measured(b, language, latin) for b in rights]
     return _believed(_best_path(left, right, UNITS_PER_ENGLISH_TOKEN[language], latin), lefts)
 
@@ -70,7 +70,9 @@ def _best_path(left, right, scale, latin):
     band = max(n, m) + 1 if n * m <= _FULL_TABLE else abs(n - m) + _BAND
     unreached = -1e9
     total = [[unreached] * (m + 1) for _ in range(n + 1)]
-    step = [bytearray(m + 1) for _ in range(n + 1)]  # 1 skips a left block, 2 a right one, 3 matches
+    step = [
+        bytearray(m + 1) for _ in range(n + 1)
+    ]  # 1 skips a left block, 2 a right one, 3 matches
     total[0][0] = 0.0
     for i in range(n + 1):
         middle = i * m // n
@@ -95,6 +97,10 @@ def _best_path(left, right, scale, latin):
 
 def _believed(path, lefts):
     good = {(i, j) for i, j, score in path if score >= GOOD}
-    return [(i, j) for i, j, score in path
-            if not lefts[i].is_code and (i, j) in good
-            and (score >= SURE or (i - 1, j - 1) in good or (i + 1, j + 1) in good)]
+    return [
+        (i, j)
+        for i, j, score in path
+        if not lefts[i].is_code
+        and (i, j) in good
+        and (score >= SURE or (i - 1, j - 1) in good or (i + 1, j + 1) in good)
+    ]

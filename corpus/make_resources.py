@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Writes word lists and names for a direction, as inputs of the toolkit's builders.
 
     corpus/make_resources.py en-zh [--cache DIR] [--out DIR]
@@ -26,34 +26,44 @@ from corpus.sets import LANGUAGES  # noqa: E402
 def build(left, right, cache_folder, out):
     """Writes the resources of a direction and prints a table of them."""
     cache = Cache(cache_folder)
-    modules = [m for language, m in (('zh', readings), ('zh', segmentation), ('en', english)) if language in (left, right)]
+    modules = [
+        m
+        for language, m in (("zh", readings), ("zh", segmentation), ("en", english))
+        if language in (left, right)
+    ]
     cache.fetch(p for m in modules + [names] for p in m.PACKAGES)
     os.makedirs(out, exist_ok=True)
     print(f"{'file':<20} {'lines':>8}  licence")
     for module in modules:
         for file, lines in module.write(cache, out).items():
-            print(f'{file:<20} {lines:>8}  {module.LICENCE}')
+            print(f"{file:<20} {lines:>8}  {module.LICENCE}")
     for file, lines in names.write(cache, out, left, right).items():
-        print(f'{file:<20} {lines:>8}  {names.LICENCE}')
+        print(f"{file:<20} {lines:>8}  {names.LICENCE}")
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument('direction', help='two languages, as en-zh or zh-en')
-    parser.add_argument('--cache', default=os.path.join(ROOT, 'cache', 'packages'), help='folder of packages (default: %(default)s)')
-    parser.add_argument('--out', help='output folder (default: cache/resources-DIRECTION)')
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
+    )
+    parser.add_argument("direction", help="two languages, as en-zh or zh-en")
+    parser.add_argument(
+        "--cache",
+        default=os.path.join(ROOT, "cache", "packages"),
+        help="folder of packages (default: %(default)s)",
+    )
+    parser.add_argument("--out", help="output folder (default: cache/resources-DIRECTION)")
     arguments = parser.parse_args()
-    left, _, right = arguments.direction.partition('-')
+    left, _, right = arguments.direction.partition("-")
     if left == right or left not in LANGUAGES or right not in LANGUAGES:
         parser.error(f'direction: two different ones of {", ".join(LANGUAGES)}, as en-zh')
-    out = arguments.out or os.path.join(ROOT, 'cache', f'resources-{arguments.direction}')
+    out = arguments.out or os.path.join(ROOT, "cache", f"resources-{arguments.direction}")
     try:
         build(left, right, arguments.cache, os.path.abspath(out))
     except (PackageError, OSError, ValueError) as error:
-        print(f'error: {error}', file=sys.stderr)
+        print(f"error: {error}", file=sys.stderr)
         return 1
     return 0
 
 
-if __name__ == '__main__':
+if __name__ == "__main__":
     sys.exit(main())

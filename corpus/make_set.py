@@ -1,5 +1,6 @@
-#!/usr/bin/env python3
-"""Builds a named set of parallel text: train, dev and test files and a table of where they came from.
+#!/usr/bin/python3
+"""Builds a named set of parallel text: train, dev and test files and a table of where they came
+from.
 
     corpus/make_set.py demo-en-zh [--cache DIR] [--out DIR] [--jobs N]
     corpus/make_set.py --list
@@ -33,15 +34,15 @@ from corpus.sources import descriptions, locales  # noqa: E402
 from corpus.split import Held, Train, choose  # noqa: E402
 from corpus.text import fingerprint, units  # noqa: E402
 
-SENTENCES = 1000        # of dev and of each test
+SENTENCES = 1000  # of dev and of each test
 DEV_HELP, DEV_STORY = 700, 300
-_OUTCOMES = ('paragraphs', 'sentences', 'train', 'held out', 'duplicate')
+_OUTCOMES = ("paragraphs", "sentences", "train", "held out", "duplicate")
 
 
 def packages_of(source, chosen):
     names = []
     for language in (chosen.left, chosen.right):
-        if language != 'en':
+        if language != "en":
             names += source.packages(language)
     return list(dict.fromkeys(names))
 
@@ -52,35 +53,43 @@ def sources_of(chosen):
 
 
 def held_out_pages(part):
-    with open(os.path.join(ROOT, 'corpus', 'lists', f'{part}-pages.txt'), encoding='utf-8') as f:
+    with open(os.path.join(ROOT, "corpus", "lists", f"{part}-pages.txt"), encoding="utf-8") as f:
         return set(f.read().split())
 
 
 def stamp_of(chosen, cache):
     """Changes whenever the scripts, the lists or a package change."""
     digest = hashlib.sha256(chosen.name.encode())
-    for folder, _, files in sorted(os.walk(os.path.join(ROOT, 'corpus'))):
+    for folder, _, files in sorted(os.walk(os.path.join(ROOT, "corpus"))):
         for file in sorted(files):
-            if file.endswith(('.py', '.txt')):
-                with open(os.path.join(folder, file), 'rb') as f:
+            if file.endswith((".py", ".txt")):
+                with open(os.path.join(folder, file), "rb") as f:
                     digest.update(f.read())
     for source in sources_of(chosen):
         for name in packages_of(source, chosen):
-            digest.update(f'{name} {cache.version(name)} {cache.size(name)}\n'.encode())
+            digest.update(f"{name} {cache.version(name)} {cache.size(name)}\n".encode())
     return digest.hexdigest()
 
 
 def tasks_of(source, chosen):
     tasks = source.tasks(chosen.right)
-    return tasks if chosen.left == 'en' else [t for t in source.tasks(chosen.left) if t in tasks]
+    return tasks if chosen.left == "en" else [t for t in source.tasks(chosen.left) if t in tasks]
 
 
 def run_sources(chosen, cache, jobs):
     """{source name: Result} with the tasks of each source put together in order."""
     results = {source.name: pipeline.Result() for source in sources_of(chosen)}
     with ProcessPoolExecutor(max_workers=jobs) as pool:
-        running = [(source, pool.submit(pipeline.work_by_name, source.name, cache, chosen.left, chosen.right, task))
-                   for source in sources_of(chosen) for task in tasks_of(source, chosen)]
+        running = [
+            (
+                source,
+                pool.submit(
+                    pipeline.work_by_name, source.name, cache, chosen.left, chosen.right, task
+                ),
+            )
+            for source in sources_of(chosen)
+            for task in tasks_of(source, chosen)
+        ]
         for number, (source, future) in enumerate(running, 1):
             part = future.result()
             whole = results[source.name]
@@ -88,37 +97,48 @@ def run_sources(chosen, cache, jobs):
             whole.unpaired += part.unpaired
             whole.counts.update(part.counts)
             if sys.stderr.isatty():
-                print(f'\r{number} of {len(running)} parts read', end='\n' if number == len(running) else '', file=sys.stderr)
+                print(
+                    f"\r{number} of {len(running)} parts read",
+                    end="\n" if number == len(running) else "",
+                    file=sys.stderr,
+                )
     return results
 
 
 def divide(chosen, results):
-    """{file stem: pairs} of train, dev and tests, and {language: lines} of text without partner. The counts
-    of the results are completed."""
-    test_pages, dev_pages = held_out_pages('test'), held_out_pages('dev')
+    """{file stem: pairs} of train, dev and tests, and {language: lines} of text without partner.
+    The counts of the results are completed."""
+    test_pages, dev_pages = held_out_pages("test"), held_out_pages("dev")
     documents = [d for source in chosen.train for d in results[source.name].documents]
     held, files = Held(), {}
-    files['test-help'] = choose([d for d in documents if d[0] in test_pages], chosen.left, SENTENCES, held)
+    files["test-help"] = choose(
+        [d for d in documents if d[0] in test_pages], chosen.left, SENTENCES, held
+    )
     for name, source in chosen.tests:
-        files['test-' + name] = choose(results[source.name].documents, chosen.left, SENTENCES, held)
-        results[source.name].counts['test'] = len(files['test-' + name])
-    files['dev'] = choose([d for d in documents if d[0] in dev_pages], chosen.left, SENTENCES, held)
+        files["test-" + name] = choose(results[source.name].documents, chosen.left, SENTENCES, held)
+        results[source.name].counts["test"] = len(files["test-" + name])
+    files["dev"] = choose([d for d in documents if d[0] in dev_pages], chosen.left, SENTENCES, held)
     if chosen.dev_story:
-        help_part = [files['dev'][i * len(files['dev']) // DEV_HELP] for i in range(min(DEV_HELP, len(files['dev'])))]
+        help_part = [
+            files["dev"][i * len(files["dev"]) // DEV_HELP]
+            for i in range(min(DEV_HELP, len(files["dev"])))
+        ]
         story = choose(results[chosen.dev_story.name].documents, chosen.left, DEV_STORY, held)
-        files['dev-mixed'] = help_part + story
-        results[chosen.dev_story.name].counts['dev'] = len(story)
+        files["dev-mixed"] = help_part + story
+        results[chosen.dev_story.name].counts["dev"] = len(story)
     train = Train()
     for source in chosen.train:
         for name, pairs in results[source.name].documents:
             if name in test_pages or name in dev_pages:
-                results[source.name].counts['on held-out pages'] += len(pairs)
+                results[source.name].counts["on held-out pages"] += len(pairs)
             else:
                 train.add(pairs, held, results[source.name].counts)
-    files['train'] = train.pairs
+    files["train"] = train.pairs
     mono = {}
     for side, language in enumerate((chosen.left, chosen.right)):
-        lines = dict.fromkeys(t for s in chosen.train for l, t in results[s.name].unpaired if l == language)
+        lines = dict.fromkeys(
+            t for s in chosen.train for lang, t in results[s.name].unpaired if lang == language
+        )
         trained = {fingerprint(p[side]) for p in train.pairs}
         mono[language] = [t for t in lines if not held.has(t) and fingerprint(t) not in trained]
     return files, mono
@@ -130,26 +150,52 @@ def describe(chosen, cache, results, files, stamp):
     for source in sources_of(chosen):
         names = packages_of(source, chosen)
         counts = results[source.name].counts
-        sources.append({
-            'name': source.name, 'title': source.title, 'licence': source.licence,
-            'packages': {n: cache.version(n) for n in names}, 'bytes': sum(map(cache.size, names)),
-            'documents': len(results[source.name].documents), 'counts': dict(sorted(counts.items()))})
-    return {'set': chosen.name, 'languages': [chosen.left, chosen.right], 'sources': sources, 'stamp': stamp,
-            'files': {name: {'pairs': len(pairs), **{language: sum(len(units(p[side], language)) for p in pairs)
-                                                     for side, language in enumerate((chosen.left, chosen.right))}}
-                      for name, pairs in files.items()}}
+        sources.append(
+            {
+                "name": source.name,
+                "title": source.title,
+                "licence": source.licence,
+                "packages": {n: cache.version(n) for n in names},
+                "bytes": sum(map(cache.size, names)),
+                "documents": len(results[source.name].documents),
+                "counts": dict(sorted(counts.items())),
+            }
+        )
+    return {
+        "set": chosen.name,
+        "languages": [chosen.left, chosen.right],
+        "sources": sources,
+        "stamp": stamp,
+        "files": {
+            name: {
+                "pairs": len(pairs),
+                **{
+                    language: sum(len(units(p[side], language)) for p in pairs)
+                    for side, language in enumerate((chosen.left, chosen.right))
+                },
+            }
+            for name, pairs in files.items()
+        },
+    }
 
 
 def table(report):
     """The rows of sources.tsv: one a source, a column for each reason."""
     totals = Counter()
-    for source in report['sources']:
-        totals.update(source['counts'])
+    for source in report["sources"]:
+        totals.update(source["counts"])
     columns = list(_OUTCOMES) + sorted(set(totals) - set(_OUTCOMES))
-    rows = [['source', 'licence', 'MB', 'documents'] + columns]
-    for source in report['sources']:
-        rows.append([source['name'], source['licence'], f"{source['bytes'] / 1e6:.1f}", str(source['documents'])]
-                    + [str(source['counts'].get(c, 0)) for c in columns])
+    rows = [["source", "licence", "MB", "documents"] + columns]
+    for source in report["sources"]:
+        rows.append(
+            [
+                source["name"],
+                source["licence"],
+                f"{source['bytes'] / 1e6:.1f}",
+                str(source["documents"]),
+            ]
+            + [str(source["counts"].get(c, 0)) for c in columns]
+        )
     return rows
 
 
@@ -158,49 +204,57 @@ def print_report(report, out):
     transposed = list(zip(*rows))  # more reasons than fit side by side
     widths = [max(map(len, row)) for row in rows]
     for line in transposed:
-        print('  '.join([line[0].ljust(widths[0])] + [c.rjust(w) for c, w in zip(line[1:], widths[1:])]))
-    left, right = report['languages']
+        print(
+            "  ".join(
+                [line[0].ljust(widths[0])] + [c.rjust(w) for c, w in zip(line[1:], widths[1:])]
+            )
+        )
+    left, right = report["languages"]
     print(f"\n{'file':<20} {'pairs':>8} {left + ' units':>10} {right + ' units':>10}")
-    for name, counts in report['files'].items():
+    for name, counts in report["files"].items():
         print(f"{name:<20} {counts['pairs']:>8} {counts[left]:>10} {counts[right]:>10}")
-    print(f"\n{sum(s['bytes'] for s in report['sources']) / 1e6:.1f} MB of packages; the set is in {out}")
+    print(
+        f"\n{sum(s['bytes'] for s in report['sources']) / 1e6:.1f} MB of packages; the set is "
+        f"in {out}"
+    )
 
 
 def write(out, report, files, mono):
-    """Writes the folder beside its place and moves it there, so that a half-made set is never found."""
-    fresh = out + '.new'
+    """Writes the folder beside its place and moves it there, so that a half-made set is never
+    found."""
+    fresh = out + ".new"
     shutil.rmtree(fresh, ignore_errors=True)
     os.makedirs(fresh)
 
     def save(name, lines):
-        with open(os.path.join(fresh, name), 'w', encoding='utf-8', newline='\n') as f:
-            f.writelines(line + '\n' for line in lines)
+        with open(os.path.join(fresh, name), "w", encoding="utf-8", newline="\n") as f:
+            f.writelines(line + "\n" for line in lines)
 
     for name, pairs in files.items():
-        for side, language in enumerate(report['languages']):
-            save(f'{name}.{language}', (p[side] for p in pairs))
+        for side, language in enumerate(report["languages"]):
+            save(f"{name}.{language}", (p[side] for p in pairs))
     for language, lines in mono.items():
-        save(f'mono.{language}', lines)
-    save('sources.tsv', ('\t'.join(row) for row in table(report)))
-    save('sources.json', [json.dumps(report, indent=1, ensure_ascii=False)])
+        save(f"mono.{language}", lines)
+    save("sources.tsv", ("\t".join(row) for row in table(report)))
+    save("sources.json", [json.dumps(report, indent=1, ensure_ascii=False)])
     shutil.rmtree(out, ignore_errors=True)
     os.replace(fresh, out)
 
 
 def build(name, cache_folder, out, jobs):
     chosen = SETS[name]
-    apt_languages = [l for language in (chosen.left, chosen.right) for l in locales(language)]
+    apt_languages = [lang for language in (chosen.left, chosen.right) for lang in locales(language)]
     cache = Cache(cache_folder, apt_languages)
     if descriptions.SOURCE in sources_of(chosen) and not cache.has_lists(locales(chosen.right)[:1]):
         cache.update()
     cache.fetch([n for source in sources_of(chosen) for n in packages_of(source, chosen)])
     stamp = stamp_of(chosen, cache)
     try:
-        with open(os.path.join(out, 'sources.json'), encoding='utf-8') as f:
+        with open(os.path.join(out, "sources.json"), encoding="utf-8") as f:
             report = json.load(f)
     except (FileNotFoundError, ValueError):
         report = {}
-    if report.get('stamp') != stamp:
+    if report.get("stamp") != stamp:
         results = run_sources(chosen, cache, jobs)
         files, mono = divide(chosen, results)
         report = describe(chosen, cache, results, files, stamp)
@@ -209,26 +263,34 @@ def build(name, cache_folder, out, jobs):
 
 
 def main():
-    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument('set', nargs='?', choices=sorted(SETS), metavar='SET')
-    parser.add_argument('--list', action='store_true', help='print the names of the sets')
-    parser.add_argument('--cache', default=os.path.join(ROOT, 'cache', 'packages'), help='folder of packages (default: %(default)s)')
-    parser.add_argument('--out', help='output folder (default: cache/SET beside the packages)')
-    parser.add_argument('--jobs', type=int, default=os.cpu_count() or 1, help='processes (default: %(default)s)')
+    parser = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
+    )
+    parser.add_argument("set", nargs="?", choices=sorted(SETS), metavar="SET")
+    parser.add_argument("--list", action="store_true", help="print the names of the sets")
+    parser.add_argument(
+        "--cache",
+        default=os.path.join(ROOT, "cache", "packages"),
+        help="folder of packages (default: %(default)s)",
+    )
+    parser.add_argument("--out", help="output folder (default: cache/SET beside the packages)")
+    parser.add_argument(
+        "--jobs", type=int, default=os.cpu_count() or 1, help="processes (default: %(default)s)"
+    )
     arguments = parser.parse_args()
     if arguments.list:
-        print('\n'.join(SETS))
+        print("\n".join(SETS))
         return 0
     if not arguments.set:
-        parser.error('which set? --list names them')
-    out = arguments.out or os.path.join(ROOT, 'cache', arguments.set)
+        parser.error("which set? --list names them")
+    out = arguments.out or os.path.join(ROOT, "cache", arguments.set)
     try:
         build(arguments.set, arguments.cache, os.path.abspath(out), max(1, arguments.jobs))
     except (PackageError, OSError, ValueError) as error:
-        print(f'error: {error}', file=sys.stderr)
+        print(f"error: {error}", file=sys.stderr)
         return 1
     return 0
 
 
-if __name__ == '__main__':
+if __name__ == "__main__":
     sys.exit(main())

@@ -1,68 +1,38 @@
-"""HTML and XML pages as lists of text blocks.
-
-The reader is forgiving (unclosed paragraphs, stray end tags) and fast rather than complete: pages come from
-documentation packages, not from the open web.
-"""
+"""HTML and XML pages as lists of text blocks, read by lxml."""
 import html
 import re
 from dataclasses import dataclass
 
+from lxml import etree
+
 from corpus.text import normalise
 
-_TOKEN = re.compile(
-    r'<!--.*?-->|<!\[CDATA\[(?P<cdata>.*?)\]\]>|<![^>]*>|<\?.*?\?>'
-    r'|<(?P<close>/?)(?P<tag>[A-Za-z][\w:.-]*)(?P<attributes>(?:[^<>"\']|"[^"]*"|\'[^\']*\')*)>'
-    r'|(?P<text>[^<]+|<)', re.S)
-_ATTRIBUTE = re.compile(r'([\w:.-]+)\s*=\s*(?:"([^"]*)"|\'([^\']*)\'|([^\s"\'>]+))')
-
-_VOID = frozenset('br img hr meta link input col area base embed source track wbr'.split())
-_MAX_DEPTH = 200  # what is nested deeper becomes flat
-_RAW = frozenset(('script', 'style'))
-# A start tag ends these open elements, unless one of _FENCES is nearer.
-_ENDS = {'p': {'p'}, 'li': {'li', 'p'}, 'dt': {'dt', 'dd', 'p'}, 'dd': {'dt', 'dd', 'p'}, 'tr': {'tr', 'td', 'th', 'p'},
-         'td': {'td', 'th', 'p'}, 'th': {'td', 'th', 'p'}}
-_FENCES = frozenset('ul ol dl table div body html blockquote section tbody'.split())
-
-_BLOCKS = frozenset((
+_BLOCKS = frozenset(
     # HTML
-    'p h1 h2 h3 h4 h5 h6 li td th dt dd caption div title blockquote section tr table ul ol dl body html head figcaption '
-    'figure article main tbody thead header footer aside nav center form hr fieldset legend details summary '
+    "p h1 h2 h3 h4 h5 h6 li td th dt dd caption div title blockquote section tr table ul ol dl "
+    "body "
+    "html head figcaption figure article main tbody thead header footer aside nav center form hr "
+    "fieldset legend details summary "
     # Mallard and DocBook
-    'para simpara term listitem varlistentry entry item desc steps terms page sect1 sect2 sect3 sect4 chapter appendix '
-    'itemizedlist orderedlist variablelist informaltable row note tip warning important caution step procedure formalpara '
-    'subtitle info glossentry glossdef question answer titleabbrev media mediaobject textobject').split())
-_NEVER_TEXT = frozenset((
-    'comment links indexterm keywordset remark footnote revhistory authorgroup legalnotice script style noscript svg math '
-    'textarea select template iframe').split())
-_CODE = frozenset('pre screen programlisting literallayout synopsis'.split())
-
-
-class Element:
-    """A node of a page; children are elements and strings."""
-    __slots__ = ('tag', 'attributes', 'children', 'parent', 'depth')
-
-    def __init__(self, tag, attributes, parent):
-        self.tag, self.attributes, self.children, self.parent = tag, attributes, [], parent
-        self.depth = parent.depth + 1 if parent else 0
-
-    @property
-    def css_class(self):
-        return self.attributes.get('class', '')
-
-    @property
-    def id(self):
-        return self.attributes.get('id', '')
-
-    def elements(self):
-        return [c for c in self.children if not isinstance(c, str)]
-
-    def text(self):
-        return ''.join(c if isinstance(c, str) else c.text() for c in self.children)
+    "para simpara term listitem varlistentry entry item desc steps terms page sect1 sect2 sect3 "
+    "sect4 chapter appendix itemizedlist orderedlist variablelist informaltable row note tip "
+    "warning "
+    "important caution step procedure formalpara subtitle info glossentry glossdef question answer "
+    "titleabbrev media mediaobject textobject".split()
+)
+_NEVER_TEXT = frozenset(
+    "comment links indexterm keywordset remark footnote revhistory authorgroup legalnotice script "
+    "style noscript svg math textarea select template iframe".split()
+)
+_CODE = frozenset("pre screen programlisting literallayout synopsis".split())
+_XML_ENTITIES = frozenset(("amp", "lt", "gt", "quot", "apos"))
 
 
 @dataclass(frozen=True)
 class Block:
-    """A paragraph, heading, cell or the like. Code has is_code set; it anchors an alignment but is never text."""
+    """A paragraph, heading, cell or the like. Code has is_code set; it anchors an alignment but is
+    never text."""
+
     tag: str
     css_class: str
     id: str
@@ -70,80 +40,71 @@ class Block:
     is_code: bool = False
 
 
-def parse(page):
-    """The tree of a page."""
-    root = current = Element('root', {}, None)
-    position = 0
-    while match := _TOKEN.match(page, position):
-        position = match.end()
-        if text := match['text'] or match['cdata']:
-            current.children.append(html.unescape(text) if '&' in text and match['text'] else text)
-        elif not match['tag']:
-            continue
-        elif match['close']:
-            tag, node = match['tag'].lower(), current
-            while node is not None and node.tag != tag:
-                node = node.parent
-            if node is not None and node.parent is not None:
-                current = node.parent
-        else:
-            tag, written = match['tag'].lower(), match['attributes']
-            attributes = {}
-            for name, *values in _ATTRIBUTE.findall(written):
-                value = ''.join(values)
-                attributes[name.lower()] = html.unescape(value) if '&' in value else value
-            if tag in _ENDS:
-                current = _end_open(current, tag)
-            element = Element(tag, attributes, current)
-            current.children.append(element)
-            if tag in _RAW:
-                end = page.find('</' + tag, position)
-                position = len(page) if end < 0 else end
-            if tag not in _VOID and not written.endswith('/') and element.depth < _MAX_DEPTH:
-                current = element
+def css_class(element):
+    return element.get("class", "")
+
+
+def parse_html(page):
+    """The root element of an HTML page given as bytes of UTF-8. What is nested deeper than libxml2
+    allows (256) is left out."""
+    parser = etree.HTMLParser(encoding="utf-8", remove_comments=True, remove_pis=True)
+    root = etree.fromstring(page, parser) if page.strip() else None
+    return etree.Element("html") if root is None else root
+
+
+def parse_xml(page):
+    """The root element of an XML page given as text, with plain tags: namespaces are left out.
+    Entities that the page does not define itself have their meaning of HTML."""
+
+    def known(entity):
+        return entity[0] if entity[1] in _XML_ENTITIES else html.unescape(entity[0])
+
+    page = re.sub(r"&([A-Za-z][\w.-]*);", known, page)
+    parser = etree.XMLParser(
+        encoding="utf-8", recover=True, no_network=True, remove_comments=True, remove_pis=True
+    )
+    root = etree.fromstring(page.encode(), parser)
+    if root is None:
+        return etree.Element("page")
+    for element in root.iter(etree.Element):
+        element.tag = element.tag.rpartition("}")[2].rpartition(":")[2]
     return root
 
 
-def _end_open(current, tag):
-    node = current
-    while node.parent is not None and node.tag not in _FENCES:
-        if node.tag in _ENDS[tag]:
-            current = node.parent
-            if node.tag == tag:
-                break
-        node = node.parent
-    return current
-
-
 def blocks(root, skip=lambda element: False, skip_inline=lambda element: False):
-    """The blocks of a tree in reading order. `skip` leaves out elements with all they hold (a skipped block
-    still ends the text before it), `skip_inline` leaves out pieces inside a sentence."""
+    """The blocks of a tree in reading order. `skip` leaves out elements with all they hold (a
+    skipped block still ends the text before it), `skip_inline` leaves out pieces inside a
+    sentence."""
     found, pending = [], []
 
-    def flush(block):
-        text = normalise(''.join(pending))
+    def flush(element):
+        text = normalise("".join(pending))
         pending.clear()
         if text:
-            found.append(Block(block.tag, block.css_class, block.id, text))
+            found.append(Block(element.tag, css_class(element), element.get("id", ""), text))
 
-    def walk(node, block):
-        for child in node.children:
-            if isinstance(child, str):
-                pending.append(child)
-            elif child.tag in _CODE:
+    def walk(element, block):
+        pending.append(element.text or "")
+        for child in element.iterchildren(etree.Element):
+            visit(child, block)
+            pending.append(child.tail or "")
+
+    def visit(child, block):
+        if child.tag in _CODE:
+            flush(block)
+            text = normalise("".join(child.itertext()))
+            found.append(Block("pre", css_class(child), "", text, True))
+        elif child.tag in _NEVER_TEXT or skip(child):
+            if child.tag in _BLOCKS:
                 flush(block)
-                found.append(Block('pre', child.css_class, '', normalise(child.text()), True))
-            elif child.tag in _NEVER_TEXT or skip(child):
-                if child.tag in _BLOCKS:
-                    flush(block)
-            elif child.tag == 'br':
-                pending.append(' ')
-            elif child.tag in _BLOCKS:
-                flush(block)
-                walk(child, child)
-                flush(child)
-            elif not skip_inline(child):
-                walk(child, block)
+        elif child.tag == "br":
+            pending.append(" ")
+        elif child.tag in _BLOCKS:
+            flush(block)
+            walk(child, child)
+            flush(child)
+        elif not skip_inline(child):
+            walk(child, block)
 
     walk(root, root)
     flush(root)

@@ -1,4 +1,5 @@
-"""From a source to clean documents. One call of `work` handles one task of one source in its own process."""
+"""From a source to clean documents. One call of `work` handles one task of one source in its own
+process."""
 from collections import Counter
 from dataclasses import dataclass, field
 
@@ -10,16 +11,19 @@ from corpus.text import normalise
 
 @dataclass
 class Result:
-    """`documents` are (name, clean pairs); `unpaired` are clean lines (language, text) without a partner;
-    `counts` has the paragraph and sentence pairs that came in and the reasons of those that went."""
+    """`documents` are (name, clean pairs); `unpaired` are clean lines (language, text) without a
+    partner; `counts` has the paragraph and sentence pairs that came in and the reasons of those
+    that went."""
+
     documents: list = field(default_factory=list)
     unpaired: list = field(default_factory=list)
     counts: Counter = field(default_factory=Counter)
 
 
 def join(lefts, rights):
-    """Documents of two languages, each with English, as documents without English: paragraphs that translate
-    the same English paragraph of the same document are paired, each English paragraph once."""
+    """Documents of two languages, each with English, as documents without English: paragraphs that
+    translate the same English paragraph of the same document are paired, each English paragraph
+    once."""
     right_documents = {name: segments for name, segments, _ in rights}
     for name, segments, unpaired in lefts:
         if name in right_documents:
@@ -30,7 +34,7 @@ def join(lefts, rights):
             for english, left in segments:
                 if english in by_english:
                     pairs.append((left, by_english.pop(english)))
-            yield name, pairs, [u for u in unpaired if u[0] != 'en']
+            yield name, pairs, [u for u in unpaired if u[0] != "en"]
 
 
 def clean_documents(documents, left_language, right_language):
@@ -39,16 +43,16 @@ def clean_documents(documents, left_language, right_language):
     for name, segments, unpaired in documents:
         kept = []
         for left, right in segments:
-            result.counts['paragraphs'] += 1
+            result.counts["paragraphs"] += 1
             left, right = normalise(left, left_language), normalise(right, right_language)
             for pair in split_pair(left, right, left_language, right_language):
-                result.counts['sentences'] += 1
+                result.counts["sentences"] += 1
                 reason = refuse_pair(*pair, left_language, right_language)
                 if reason is None:
                     kept.append(pair)
                 else:
                     result.counts[reason] += 1
-                    if reason == 'length':  # badly paired, yet each line may be good by itself
+                    if reason == "length":  # badly paired, yet each line may be good by itself
                         result.unpaired += zip((left_language, right_language), pair)
         if kept:
             result.documents.append((name, kept))
@@ -60,9 +64,10 @@ def clean_documents(documents, left_language, right_language):
 
 
 def work_by_name(name, cache, left_language, right_language, task):
-    """Reads, joins and cleans one task of the source of that name (functions do not travel to a process)."""
+    """Reads, joins and cleans one task of the source of that name (functions do not travel to a
+    process)."""
     source = BY_NAME[name]
     documents = source.documents(cache, right_language, task)
-    if left_language != 'en':
+    if left_language != "en":
         documents = join(source.documents(cache, left_language, task), documents)
     return clean_documents(documents, left_language, right_language)

@@ -1,7 +1,7 @@
 """Train, dev and test by document, without a sentence of dev or test in train.
 
-Documents are (name, [(left, right)]) with clean pairs; the held-out names decide where a document goes.
-"""
+Documents are (name, [(left, right)]) with clean pairs; the held-out names decide where a document
+goes. """
 from dataclasses import dataclass, field
 
 from corpus.text import UNITS_PER_ENGLISH_TOKEN, fingerprint, units
@@ -30,8 +30,8 @@ class Held:
 
 
 def choose(documents, language, count, held):
-    """At most count different sentences, evenly spread over the documents, none of them held already; the
-    chosen ones are held from now on."""
+    """At most count different sentences, evenly spread over the documents, none of them held
+    already; the chosen ones are held from now on."""
     candidates, seen = [], set()
     for _, pairs in documents:
         for pair in pairs:
@@ -47,7 +47,9 @@ def choose(documents, language, count, held):
 
 @dataclass
 class Train:
-    """The pairs to train on, each once, and how many of each source were left out for which reason."""
+    """The pairs to train on, each once, and how many of each source were left out for which
+    reason."""
+
     pairs: list = field(default_factory=list)
     _seen: set = field(default_factory=set)
 
@@ -55,10 +57,10 @@ class Train:
         """Adds the pairs of a document; `counts` gets what happened to them."""
         for pair in pairs:
             if pair in self._seen:
-                counts['duplicate'] += 1
+                counts["duplicate"] += 1
             elif held.has(*pair):
-                counts['held out'] += 1
+                counts["held out"] += 1
             else:
                 self._seen.add(pair)
                 self.pairs.append(pair)
-                counts['train'] += 1
+                counts["train"] += 1

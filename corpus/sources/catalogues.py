@@ -1,36 +1,51 @@
-"""Message catalogues of programs and games: the LibreOffice interface, programs of many kinds, Cataclysm and
-the campaigns of Wesnoth."""
+"""Message catalogues of programs and games: the LibreOffice interface, programs of many kinds,
+Cataclysm and the campaigns of Wesnoth."""
 import posixpath
 import zlib
 
 from corpus.catalogue import catalogue_segments
 from corpus.sources import Source, apt_suffix, locales
 
-PROGRAMS = ('libvirt-l10n gcc-12-locales aisleriot krita-l10n gnucash-common vlc-l10n network-manager coreutils '
-            'util-linux-locales gnupg-l10n subversion kdevelop-l10n libqalculate-data gsettings-desktop-schemas').split()
+PROGRAMS = (
+    "libvirt-l10n gcc-12-locales aisleriot krita-l10n gnucash-common vlc-l10n network-manager "
+    "coreutils "
+    "util-linux-locales gnupg-l10n subversion kdevelop-l10n libqalculate-data "
+    "gsettings-desktop-schemas"
+).split()
 # For languages that have less elsewhere.
-MORE_PROGRAMS = ('audacity-data libgtk-3-common gnome-control-center-data evolution-common ufoai-misc anjuta-common inkscape '
-                 'digikam-data gimp-data pidgin-data hexchat-common libc-l10n sylpheed-i18n kio gnumeric-common').split()
+MORE_PROGRAMS = (
+    "audacity-data libgtk-3-common gnome-control-center-data evolution-common ufoai-misc "
+    "anjuta-common inkscape "
+    "digikam-data gimp-data pidgin-data hexchat-common libc-l10n sylpheed-i18n kio gnumeric-common"
+).split()
 # Campaigns to train on, one for the development set, two for the tests.
-CAMPAIGNS, DEV_CAMPAIGNS, TEST_CAMPAIGNS = ('utbs', 'nr', 'did', 'dm'), ('dw',), ('tsg', 'thot')
+CAMPAIGNS, DEV_CAMPAIGNS, TEST_CAMPAIGNS = ("utbs", "nr", "did", "dm"), ("dw",), ("tsg", "thot")
 _SHELVES = 100  # Cataclysm is one catalogue; it is cut into this many documents
 
 
 def _catalogues(cache, package, language):
-    """(name, bytes) of the catalogues of a package in the first of the language's locales that it has."""
-    patterns = [f'*/{locale}/LC_MESSAGES/*.mo' for locale in locales(language)]
+    """(name, bytes) of the catalogues of a package in the first of the language's locales that it
+    has."""
+    patterns = [f"*/{locale}/LC_MESSAGES/*.mo" for locale in locales(language)]
     files = cache.read(package, *patterns)
     for locale in locales(language):
-        found = [(posixpath.basename(path)[:-3], data) for path, data in files.items() if f'/{locale}/LC_MESSAGES/' in path]
+        found = [
+            (posixpath.basename(path)[:-3], data)
+            for path, data in files.items()
+            if f"/{locale}/LC_MESSAGES/" in path
+        ]
         if found:
             return found
     return []
 
 
-def _reader(accelerators='', prefixes=False):
+def _reader(accelerators="", prefixes=False):
     def documents(cache, language, package):
         for name, data in _catalogues(cache, package, language):
-            yield f'{package}:{name}', list(catalogue_segments(data, language, accelerators, prefixes)), []
+            yield f"{package}:{name}", list(
+                catalogue_segments(data, language, accelerators, prefixes)
+            ), []
+
     return documents
 
 
@@ -40,17 +55,17 @@ def _shelved(cache, language, package):
         for pair in catalogue_segments(data, language):
             shelves[zlib.crc32(pair[0].encode()) % _SHELVES].append(pair)
         for number, pairs in enumerate(shelves):
-            yield f'{package}#{number:02}', pairs, []
+            yield f"{package}#{number:02}", pairs, []
 
 
 def _interface_package(language):
-    return ['libreoffice-l10n-' + apt_suffix(language)]
+    return ["libreoffice-l10n-" + apt_suffix(language)]
 
 
 def _interface(cache, language, task):
     # The name of the package differs from language to language; that of a document must not.
     for name, data in _catalogues(cache, *_interface_package(language), language):
-        yield f'{task}:{name}', list(catalogue_segments(data, language, '~_')), []
+        yield f"{task}:{name}", list(catalogue_segments(data, language, "~_")), []
 
 
 def _fixed(packages):
@@ -62,13 +77,28 @@ def _source(name, title, licence, packages, documents):
 
 
 def _campaigns(name, title, campaigns):
-    return _source(name, title, 'GPL-2+', [f'wesnoth-1.16-{c}' for c in campaigns], _reader(prefixes=True))
+    return _source(
+        name, title, "GPL-2+", [f"wesnoth-1.16-{c}" for c in campaigns], _reader(prefixes=True)
+    )
 
 
-LIBREOFFICE_UI = Source('libreoffice-ui', 'LibreOffice interface', 'MPL-2.0', _interface_package, _fixed(['libreoffice-ui']), _interface)
-PROGRAM_MESSAGES = _source('programs', 'messages of programs', 'GPL-2+ and GPL-3+', PROGRAMS, _reader('&_'))
-MORE_MESSAGES = _source('more-programs', 'messages of more programs', 'GPL-2+ and GPL-3+', MORE_PROGRAMS, _reader('&_'))
-CATACLYSM = _source('cataclysm', 'Cataclysm: Dark Days Ahead', 'CC-BY-SA-3.0', ['cataclysm-dda-data'], _shelved)
-WESNOTH = _campaigns('wesnoth', 'Wesnoth campaigns', CAMPAIGNS)
-WESNOTH_DEV = _campaigns('wesnoth-dev', 'a Wesnoth campaign for development', DEV_CAMPAIGNS)
-WESNOTH_TEST = _campaigns('wesnoth-test', 'Wesnoth campaigns for testing', TEST_CAMPAIGNS)
+LIBREOFFICE_UI = Source(
+    "libreoffice-ui",
+    "LibreOffice interface",
+    "MPL-2.0",
+    _interface_package,
+    _fixed(["libreoffice-ui"]),
+    _interface,
+)
+PROGRAM_MESSAGES = _source(
+    "programs", "messages of programs", "GPL-2+ and GPL-3+", PROGRAMS, _reader("&_")
+)
+MORE_MESSAGES = _source(
+    "more-programs", "messages of more programs", "GPL-2+ and GPL-3+", MORE_PROGRAMS, _reader("&_")
+)
+CATACLYSM = _source(
+    "cataclysm", "Cataclysm: Dark Days Ahead", "CC-BY-SA-3.0", ["cataclysm-dda-data"], _shelved
+)
+WESNOTH = _campaigns("wesnoth", "Wesnoth campaigns", CAMPAIGNS)
+WESNOTH_DEV = _campaigns("wesnoth-dev", "a Wesnoth campaign for development", DEV_CAMPAIGNS)
+WESNOTH_TEST = _campaigns("wesnoth-test", "Wesnoth campaigns for testing", TEST_CAMPAIGNS)

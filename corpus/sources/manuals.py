@@ -1,82 +1,136 @@
-"""Manuals in HTML, one tree or set of files a language, and the kernel's documents (for tests alone)."""
+"""Manuals in HTML, one tree or set of files a language, and the kernel's documents (for tests
+alone)."""
 import posixpath
 import re
 
 from corpus.align import align
-from corpus.markup import blocks, parse
+from corpus.markup import blocks, css_class, parse_html
 from corpus.sources import Source, apt_suffix
 
-_FURNITURE_CLASSES = frozenset((
-    'sphinxsidebar related footer navheader navfooter toc docnav highlight sidebar nav-chapters menu-bar nav-wrapper '
-    'revinfo breadcrumb toc_section programlisting screen sourcelinks headerlink author').split())
-_FURNITURE_IDS = frozenset('sidebar path page-header footer quickview menu-bar toc preamble-nav search-wrapper'.split())
-_SECTION_NUMBER = re.compile(r'^\s*(?:(?:Chapter|Appendix|第)?\s*(?:\d+|[A-Z])(?:\.\d+)*\.?\s*(?:章|章節)?\.?\s+)(?=\S)')
-_PILCROW = '\u00b6'
+_FURNITURE_CLASSES = frozenset(
+    (
+        "sphinxsidebar related footer navheader navfooter toc docnav highlight sidebar "
+        "nav-chapters menu-bar nav-wrapper "
+        "revinfo breadcrumb toc_section programlisting screen sourcelinks headerlink author"
+    ).split()
+)
+_FURNITURE_IDS = frozenset(
+    "sidebar path page-header footer quickview menu-bar toc preamble-nav search-wrapper".split()
+)
+_SECTION_NUMBER = re.compile(
+    r"^\s*(?:(?:Chapter|Appendix|第)?\s*(?:\d+|[A-Z])(?:\.\d+)*\.?\s*(?:章|章節)?\.?\s+)(?=\S)"
+)
+_PILCROW = "\u00b6"
 
 
 def _is_furniture(element):
-    return (element.tag in ('nav', 'footer', 'header', 'head') or element.id in _FURNITURE_IDS
-            or not _FURNITURE_CLASSES.isdisjoint(element.css_class.split()))
+    return (
+        element.tag in ("nav", "footer", "header", "head")
+        or element.get("id") in _FURNITURE_IDS
+        or not _FURNITURE_CLASSES.isdisjoint(css_class(element).split())
+    )
 
 
 def _is_anchor(element):
-    return 'headerlink' in element.css_class or (element.tag == 'sup' and 'footnote' in element.css_class)
+    return "headerlink" in css_class(element) or (
+        element.tag == "sup" and "footnote" in css_class(element)
+    )
 
 
 def page_blocks(page):
-    """The blocks of a manual page without menus and listings."""
-    return [b for b in blocks(parse(page), _is_furniture, _is_anchor) if b.text != _PILCROW]
+    """The blocks of a manual page (bytes) without menus and listings."""
+    return [b for b in blocks(parse_html(page), _is_furniture, _is_anchor) if b.text != _PILCROW]
 
 
 def pair_pages(english, foreign, language):
-    """(pairs of paragraphs, [(language, paragraph)] that found no partner). Section numbers that both sides
-    carry are left out."""
+    """(pairs of paragraphs, [(language, paragraph)] that found no partner). Section numbers that
+    both sides carry are left out."""
     matched = align(english, foreign, language)
     pairs = []
     for i, j in matched:
-        left, right = english[i].text.replace(_PILCROW, ''), foreign[j].text.replace(_PILCROW, '')
+        left, right = english[i].text.replace(_PILCROW, ""), foreign[j].text.replace(_PILCROW, "")
         left_number, right_number = _SECTION_NUMBER.match(left), _SECTION_NUMBER.match(right)
         if left_number and right_number:
-            left, right = left[left_number.end():], right[right_number.end():]
+            left, right = left[left_number.end() :], right[right_number.end() :]
         pairs.append((left, right))
     lefts, rights = {i for i, _ in matched}, {j for _, j in matched}
-    unpaired = [('en', b.text) for i, b in enumerate(english) if i not in lefts and not b.is_code]
-    unpaired += [(language, b.text) for j, b in enumerate(foreign) if j not in rights and not b.is_code]
+    unpaired = [("en", b.text) for i, b in enumerate(english) if i not in lefts and not b.is_code]
+    unpaired += [
+        (language, b.text) for j, b in enumerate(foreign) if j not in rights and not b.is_code
+    ]
     return pairs, unpaired
 
 
 def _debian_reference(language):
     low = apt_suffix(language)
-    return ('debian-reference-en', 'usr/share/debian-reference/*.en.html', '.en.html',
-            f'debian-reference-{low}', f'usr/share/debian-reference/*.{low}.html', f'.{low}.html')
+    return (
+        "debian-reference-en",
+        "usr/share/debian-reference/*.en.html",
+        ".en.html",
+        f"debian-reference-{low}",
+        f"usr/share/debian-reference/*.{low}.html",
+        f".{low}.html",
+    )
 
 
 def _debian_faq(language):
     low = apt_suffix(language)
-    return ('debian-faq', 'usr/share/doc/debian/FAQ/*.en.html', '.en.html',
-            f'debian-faq-{low}', f'usr/share/doc/debian/FAQ/{low}/*.html', f'.{low}.html')
+    return (
+        "debian-faq",
+        "usr/share/doc/debian/FAQ/*.en.html",
+        ".en.html",
+        f"debian-faq-{low}",
+        f"usr/share/doc/debian/FAQ/{low}/*.html",
+        f".{low}.html",
+    )
 
 
 def _maint_guide(language):
     low = apt_suffix(language)
-    return ('maint-guide', 'usr/share/doc/maint-guide/html/*.en.html', '.en.html',
-            f'maint-guide-{low}', f'usr/share/doc/maint-guide-{low}/html/*.html', f'.{low}.html')
+    return (
+        "maint-guide",
+        "usr/share/doc/maint-guide/html/*.en.html",
+        ".en.html",
+        f"maint-guide-{low}",
+        f"usr/share/doc/maint-guide-{low}/html/*.html",
+        f".{low}.html",
+    )
 
 
 def _harden_doc(language):
-    folder = {'zh': 'zh-CN', 'ja': 'ja-JP', 'fr': 'fr-FR', 'de': 'de-DE', 'es': 'es-ES', 'ru': 'ru-RU', 'pt': 'pt-PT'}[language]
-    root = 'usr/share/doc/harden-doc/html/'
-    return 'harden-doc', root + 'en-US/*.html', '.html', 'harden-doc', root + folder + '/*.html', '.html'
+    folder = {
+        "zh": "zh-CN",
+        "ja": "ja-JP",
+        "fr": "fr-FR",
+        "de": "de-DE",
+        "es": "es-ES",
+        "ru": "ru-RU",
+        "pt": "pt-PT",
+    }[language]
+    root = "usr/share/doc/harden-doc/html/"
+    return (
+        "harden-doc",
+        root + "en-US/*.html",
+        ".html",
+        "harden-doc",
+        root + folder + "/*.html",
+        ".html",
+    )
 
 
-# Which manuals a language has. Each gives the package, pattern and ending of the English pages and of the others.
-MANUALS = {'debian-reference': _debian_reference, 'debian-faq': _debian_faq, 'maint-guide': _maint_guide,
-           'harden-doc': _harden_doc}
+# Which manuals a language has. Each gives the package, pattern and ending of the English pages and
+# of the others.
+MANUALS = {
+    "debian-reference": _debian_reference,
+    "debian-faq": _debian_faq,
+    "maint-guide": _maint_guide,
+    "harden-doc": _harden_doc,
+}
 _TRANSLATED = {
-    'debian-reference': ('zh', 'ja', 'fr', 'de', 'es', 'pt'),
-    'debian-faq': ('zh', 'ja', 'fr', 'de', 'ru'),
-    'maint-guide': ('zh', 'ja', 'fr', 'de', 'es', 'ru'),
-    'harden-doc': ('zh', 'ja', 'fr', 'de', 'es', 'ru', 'pt'),
+    "debian-reference": ("zh", "ja", "fr", "de", "es", "pt"),
+    "debian-faq": ("zh", "ja", "fr", "de", "ru"),
+    "maint-guide": ("zh", "ja", "fr", "de", "es", "ru"),
+    "harden-doc": ("zh", "ja", "fr", "de", "es", "ru", "pt"),
 }
 
 
@@ -96,29 +150,40 @@ def _pages(cache, package, pattern, ending):
 
 def _documents(cache, language, task):
     package, pattern, ending, other_package, other_pattern, other_ending = MANUALS[task](language)
-    english, foreign = _pages(cache, package, pattern, ending), _pages(cache, other_package, other_pattern, other_ending)
+    english, foreign = _pages(cache, package, pattern, ending), _pages(
+        cache, other_package, other_pattern, other_ending
+    )
     yield from _pair_documents(task, english, foreign, language)
 
 
 def _pair_documents(name, english, foreign, language):
     for page in english:
         if page in foreign:
-            left, right = (page_blocks(side[page].decode('utf-8', 'replace')) for side in (english, foreign))
+            left, right = (page_blocks(side[page]) for side in (english, foreign))
             pairs, unpaired = pair_pages(left, right, language)
-            yield f'{name}:{page}', pairs, unpaired
+            yield f"{name}:{page}", pairs, unpaired
 
 
-_KERNEL_ROOT = 'usr/share/doc/linux-doc-6.1/html/'
-_KERNEL_FOLDERS = {'zh': 'zh_CN', 'ja': 'ja_JP', 'ko': 'ko_KR'}
+_KERNEL_ROOT = "usr/share/doc/linux-doc-6.1/html/"
+_KERNEL_FOLDERS = {"zh": "zh_CN", "ja": "ja_JP", "ko": "ko_KR"}
 
 
 def _kernel_documents(cache, language, package):
-    folder = f'{_KERNEL_ROOT}translations/{_KERNEL_FOLDERS[language]}/'
-    foreign = {p.removeprefix(folder): d for p, d in cache.read(package, folder + '*.html').items()}
-    english = {p.removeprefix(_KERNEL_ROOT): d for p, d in cache.read(package, *(_KERNEL_ROOT + page for page in foreign)).items()}
-    yield from _pair_documents('linux-doc', english, foreign, language)
+    folder = f"{_KERNEL_ROOT}translations/{_KERNEL_FOLDERS[language]}/"
+    foreign = {p.removeprefix(folder): d for p, d in cache.read(package, folder + "*.html").items()}
+    english = {
+        p.removeprefix(_KERNEL_ROOT): d
+        for p, d in cache.read(package, *(_KERNEL_ROOT + page for page in foreign)).items()
+    }
+    yield from _pair_documents("linux-doc", english, foreign, language)
 
 
-SOURCE = Source('manuals', 'Debian manuals', 'GPL-2+', _packages, _tasks, _documents)
-KERNEL = Source('linux-doc', 'documents of the Linux kernel', 'GPL-2',
-                lambda language: ['linux-doc-6.1'], lambda language: ['linux-doc-6.1'], _kernel_documents)
+SOURCE = Source("manuals", "Debian manuals", "GPL-2+", _packages, _tasks, _documents)
+KERNEL = Source(
+    "linux-doc",
+    "documents of the Linux kernel",
+    "GPL-2",
+    lambda language: ["linux-doc-6.1"],
+    lambda language: ["linux-doc-6.1"],
+    _kernel_documents,
+)

@@ -15,38 +15,54 @@ from corpus.split import Held, Train, choose
 from corpus.text import fingerprint
 from mo import catalogue
 
-NUMBERS = 'one two three four five six seven eight nine ten'.split()
-KOREAN = '하나 둘 셋 넷 다섯 여섯 일곱 여덟 아홉 열'.split()
+NUMBERS = "one two three four five six seven eight nine ten".split()
+KOREAN = "하나 둘 셋 넷 다섯 여섯 일곱 여덟 아홉 열".split()
 
 
 class Split(unittest.TestCase):
     def test_either_side_is_held(self):
         held, train, counts = Held(), Train(), Counter()
-        chosen = choose([('page', [('Open the old file now.', '现在打开旧文件。'), ('Too short', '太短')])], 'en', 10, held)
-        self.assertEqual(chosen, [('Open the old file now.', '现在打开旧文件。')])
-        train.add([('open the OLD file, now', '打开'), ('Something else', '现在打开 旧文件'), ('Close it', '关闭'),
-                   ('Close it', '关闭'), ('...', '…')], held, counts)
-        self.assertEqual(train.pairs, [('Close it', '关闭'), ('...', '…')])
-        self.assertEqual(counts, {'held out': 2, 'duplicate': 1, 'train': 2})
+        chosen = choose(
+            [("page", [("Open the old file now.", "现在打开旧文件。"), ("Too short", "太短")])],
+            "en",
+            10,
+            held,
+        )
+        self.assertEqual(chosen, [("Open the old file now.", "现在打开旧文件。")])
+        train.add(
+            [
+                ("open the OLD file, now", "打开"),
+                ("Something else", "现在打开 旧文件"),
+                ("Close it", "关闭"),
+                ("Close it", "关闭"),
+                ("...", "…"),
+            ],
+            held,
+            counts,
+        )
+        self.assertEqual(train.pairs, [("Close it", "关闭"), ("...", "…")])
+        self.assertEqual(counts, {"held out": 2, "duplicate": 1, "train": 2})
 
     def test_choice_is_spread_and_different(self):
-        pairs = [(f'This is sentence number {i} here', f'这是第{i}句') for i in range(100)]
+        pairs = [(f"This is sentence number {i} here", f"这是第{i}句") for i in range(100)]
         held = Held()
-        first = choose([('a', pairs), ('b', pairs)], 'en', 10, held)
+        first = choose([("a", pairs), ("b", pairs)], "en", 10, held)
         self.assertEqual(first, pairs[::10])
-        second = choose([('a', pairs)], 'en', 200, held)
+        second = choose([("a", pairs)], "en", 200, held)
         self.assertEqual(len(second), 90)
         self.assertTrue(set(first).isdisjoint(second))
 
     def test_lists_do_not_overlap(self):
-        test, dev = held_out_pages('test'), held_out_pages('dev')
+        test, dev = held_out_pages("test"), held_out_pages("dev")
         self.assertTrue(test and dev)
         self.assertTrue(test.isdisjoint(dev))
 
     def test_demo_trains_on_the_listed_packages_and_on_no_test(self):
-        with open(os.path.join(ROOT, 'corpus', 'lists', 'demo-packages.txt'), encoding='utf-8') as f:
+        with open(
+            os.path.join(ROOT, "corpus", "lists", "demo-packages.txt"), encoding="utf-8"
+        ) as f:
             listed = set(f.read().split())
-        demo = SETS['demo-en-zh']
+        demo = SETS["demo-en-zh"]
         self.assertEqual({p for source in demo.train for p in packages_of(source, demo)}, listed)
         for chosen in SETS.values():
             trained = {p for source in chosen.train for p in packages_of(source, chosen)}
@@ -56,21 +72,35 @@ class Split(unittest.TestCase):
 
 class Pipeline(unittest.TestCase):
     def test_join_on_english(self):
-        left = [('a', [('Open', '打开'), ('Cut', '剪切'), ('Open', '开启')], [('en', 'x'), ('zh', '丙')]), ('b', [('Open', '打开')], [])]
-        right = [('a', [('Open', '開く'), ('Open', 'オープン'), ('Paste', '貼り付け')], [])]
-        self.assertEqual(list(join(left, right)), [('a', [('打开', '開く')], [('zh', '丙')])])
+        left = [
+            ("a", [("Open", "打开"), ("Cut", "剪切"), ("Open", "开启")], [("en", "x"), ("zh", "丙")]),
+            ("b", [("Open", "打开")], []),
+        ]
+        right = [("a", [("Open", "開く"), ("Open", "オープン"), ("Paste", "貼り付け")], [])]
+        self.assertEqual(list(join(left, right)), [("a", [("打开", "開く")], [("zh", "丙")])])
 
     def test_counts_add_up(self):
-        segments = [('Open the file. Close it.', '打开文件。关闭它。'), ('Same', 'Same'), ('Line %d', '第 %d 行'),
-                    ('This is a rather long sentence with many words', '好的话')]
-        result = clean_documents([('d', segments, [('zh', '没有伙伴的句子。'), ('zh', '<b>'), ('ja', 'です')])], 'en', 'zh')
-        self.assertEqual(result.counts, {'paragraphs': 4, 'sentences': 5, 'equal': 1, 'placeholder': 1, 'length': 1})
+        segments = [
+            ("Open the file. Close it.", "打开文件。关闭它。"),
+            ("Same", "Same"),
+            ("Line %d", "第 %d 行"),
+            ("This is a rather long sentence with many words", "好的话"),
+        ]
+        result = clean_documents(
+            [("d", segments, [("zh", "没有伙伴的句子。"), ("zh", "<b>"), ("ja", "です")])], "en", "zh"
+        )
+        self.assertEqual(
+            result.counts,
+            {"paragraphs": 4, "sentences": 5, "equal": 1, "placeholder": 1, "length": 1},
+        )
         self.assertEqual(len(result.documents[0][1]), 2)
-        self.assertEqual([t for _, t in result.unpaired], [segments[3][0], segments[3][1], '没有伙伴的句子。'])
+        self.assertEqual(
+            [t for _, t in result.unpaired], [segments[3][0], segments[3][1], "没有伙伴的句子。"]
+        )
 
 
 def sentence(number, words):
-    return ' '.join(words[int(d)] for d in f'{number:06}')
+    return " ".join(words[int(d)] for d in f"{number:06}")
 
 
 class Script(unittest.TestCase):
@@ -79,23 +109,38 @@ class Script(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.folder = tempfile.TemporaryDirectory()
-        cls.cache = os.path.join(cls.folder.name, 'cache')
+        cls.cache = os.path.join(cls.folder.name, "cache")
         os.makedirs(cls.cache)
-        pages = ['text/train/page.html', sorted(held_out_pages('test'))[0], sorted(held_out_pages('dev'))[0]]
-        help_files = {'en-US': {}, 'ko': {}}
+        pages = [
+            "text/train/page.html",
+            sorted(held_out_pages("test"))[0],
+            sorted(held_out_pages("dev"))[0],
+        ]
+        help_files = {"en-US": {}, "ko": {}}
         for index, page in enumerate(pages):
             # the last sentence of every page is the first of the next: a leak that must be stopped
-            for tree, words in (('en-US', NUMBERS), ('ko', KOREAN)):
-                body = ''.join(f'<p id="{i}">{sentence(i, words)}.</p>' for i in range(index * 20, index * 20 + 21))
-                help_files[tree][f'usr/share/libreoffice/help/{tree}/{page}'] = body.encode()
+            for tree, words in (("en-US", NUMBERS), ("ko", KOREAN)):
+                body = "".join(
+                    f'<p id="{i}">{sentence(i, words)}.</p>'
+                    for i in range(index * 20, index * 20 + 21)
+                )
+                help_files[tree][f"usr/share/libreoffice/help/{tree}/{page}"] = body.encode()
         messages = {sentence(i, NUMBERS): sentence(i, KOREAN) for i in range(1000, 1030)}
         cls.manifest = {}
-        cls.make_package('libreoffice-help-en-us', help_files['en-US'])
-        cls.make_package('libreoffice-help-ko', help_files['ko'])
-        cls.make_package('libreoffice-l10n-ko', {'usr/lib/x/ko/LC_MESSAGES/sw.mo': catalogue(messages)})
-        cls.make_package('cataclysm-dda-data', {'usr/share/locale/ko/LC_MESSAGES/c.mo': catalogue(
-            {'The dead %s rises': '%s', 'You hear a distant scream': '멀리서 비명 소리가 들린다'})})
-        with open(os.path.join(cls.cache, 'packages.json'), 'w', encoding='utf-8') as f:
+        cls.make_package("libreoffice-help-en-us", help_files["en-US"])
+        cls.make_package("libreoffice-help-ko", help_files["ko"])
+        cls.make_package(
+            "libreoffice-l10n-ko", {"usr/lib/x/ko/LC_MESSAGES/sw.mo": catalogue(messages)}
+        )
+        cls.make_package(
+            "cataclysm-dda-data",
+            {
+                "usr/share/locale/ko/LC_MESSAGES/c.mo": catalogue(
+                    {"The dead %s rises": "%s", "You hear a distant scream": "멀리서 비명 소리가 들린다"}
+                )
+            },
+        )
+        with open(os.path.join(cls.cache, "packages.json"), "w", encoding="utf-8") as f:
             json.dump(cls.manifest, f)
 
     @classmethod
@@ -105,72 +150,114 @@ class Script(unittest.TestCase):
     @classmethod
     def make_package(cls, name, files):
         root = os.path.join(cls.folder.name, name)
-        control = f'Package: {name}\nVersion: 1\nArchitecture: all\nMaintainer: A Tester <a@example.org>\nDescription: x\n'
-        for path, data in {'DEBIAN/control': control.encode(), **files}.items():
+        control = (
+            f"Package: {name}\nVersion: 1\nArchitecture: all\n"
+            "Maintainer: A Tester <a@example.org>\nDescription: x\n"
+        )
+        for path, data in {"DEBIAN/control": control.encode(), **files}.items():
             os.makedirs(os.path.dirname(os.path.join(root, path)), exist_ok=True)
-            with open(os.path.join(root, path), 'wb') as f:
+            with open(os.path.join(root, path), "wb") as f:
                 f.write(data)
-        file = os.path.join(cls.cache, f'{name}_1_all.deb')
-        subprocess.run(['dpkg-deb', '--root-owner-group', '-b', root, file], check=True, stdout=subprocess.DEVNULL)
-        cls.manifest[name] = {'file': os.path.basename(file), 'version': '1', 'size': os.path.getsize(file)}
+        file = os.path.join(cls.cache, f"{name}_1_all.deb")
+        subprocess.run(
+            ["dpkg-deb", "--root-owner-group", "-b", root, file],
+            check=True,
+            stdout=subprocess.DEVNULL,
+        )
+        cls.manifest[name] = {
+            "file": os.path.basename(file),
+            "version": "1",
+            "size": os.path.getsize(file),
+        }
 
     def run_script(self, out, *options):
-        return subprocess.run([sys.executable, os.path.join(ROOT, 'corpus', 'make_set.py'), 'small-en-ko', '--cache', self.cache,
-                               '--out', os.path.join(self.folder.name, out), *options], text=True, capture_output=True, check=False)
+        return subprocess.run(
+            [
+                sys.executable,
+                os.path.join(ROOT, "corpus", "make_set.py"),
+                "small-en-ko",
+                "--cache",
+                self.cache,
+                "--out",
+                os.path.join(self.folder.name, out),
+                *options,
+            ],
+            text=True,
+            capture_output=True,
+            check=False,
+        )
 
     def read(self, out):
         root = os.path.join(self.folder.name, out)
         files = {}
         for name in sorted(os.listdir(root)):
-            with open(os.path.join(root, name), encoding='utf-8') as f:
+            with open(os.path.join(root, name), encoding="utf-8") as f:
                 files[name] = f.read()
         return files
 
     def test_set(self):
-        ran = self.run_script('one', '--jobs', '1')
+        ran = self.run_script("one", "--jobs", "1")
         self.assertEqual(ran.returncode, 0, ran.stderr)
-        files = self.read('one')
+        files = self.read("one")
         lines = {name: text.splitlines() for name, text in files.items()}
-        self.assertEqual(len(lines['test-help.en']), 21)
-        self.assertEqual(len(lines['dev.en']), 20)       # its first sentence is in the test
-        self.assertEqual(len(lines['train.en']), 20 + 30 + 1)  # and the last of the page to train on too
-        held = {fingerprint(s) for n in ('dev', 'test-help') for l in ('en', 'ko') for s in lines[f'{n}.{l}']}
-        self.assertTrue(held.isdisjoint(fingerprint(s) for l in ('en', 'ko') for s in lines[f'train.{l}']))
-        self.assertIn('You hear a distant scream', lines['train.en'])
-        for name in ('train', 'dev', 'test-help'):
-            self.assertEqual(len(lines[f'{name}.en']), len(lines[f'{name}.ko']))
-        report = json.loads(files['sources.json'])
-        self.assertEqual({s['name']: s['counts'].get('placeholder', 0) for s in report['sources']}['cataclysm'], 1)
-        self.assertRegex(lines['sources.tsv'][1], r'^libreoffice-help\tMPL-2\.0\t')
+        self.assertEqual(len(lines["test-help.en"]), 21)
+        self.assertEqual(len(lines["dev.en"]), 20)  # its first sentence is in the test
+        self.assertEqual(
+            len(lines["train.en"]), 20 + 30 + 1
+        )  # and the last of the page to train on too
+        held = {
+            fingerprint(s)
+            for n in ("dev", "test-help")
+            for lang in ("en", "ko")
+            for s in lines[f"{n}.{lang}"]
+        }
+        self.assertTrue(
+            held.isdisjoint(fingerprint(s) for lang in ("en", "ko") for s in lines[f"train.{lang}"])
+        )
+        self.assertIn("You hear a distant scream", lines["train.en"])
+        for name in ("train", "dev", "test-help"):
+            self.assertEqual(len(lines[f"{name}.en"]), len(lines[f"{name}.ko"]))
+        report = json.loads(files["sources.json"])
+        self.assertEqual(
+            {s["name"]: s["counts"].get("placeholder", 0) for s in report["sources"]}["cataclysm"],
+            1,
+        )
+        self.assertRegex(lines["sources.tsv"][1], r"^libreoffice-help\tMPL-2\.0\t")
 
-        self.run_script('two', '--jobs', '2')
-        self.assertEqual(self.read('two'), files)        # the same bytes from more processes
+        self.run_script("two", "--jobs", "2")
+        self.assertEqual(self.read("two"), files)  # the same bytes from more processes
 
-        before = os.stat(os.path.join(self.folder.name, 'one', 'train.en')).st_ino
-        again = self.run_script('one')
-        self.assertEqual(re.sub('/one', '', again.stdout), re.sub('/one', '', ran.stdout))
-        self.assertEqual(os.stat(os.path.join(self.folder.name, 'one', 'train.en')).st_ino, before)  # not made anew
+        before = os.stat(os.path.join(self.folder.name, "one", "train.en")).st_ino
+        again = self.run_script("one")
+        self.assertEqual(re.sub("/one", "", again.stdout), re.sub("/one", "", ran.stdout))
+        self.assertEqual(
+            os.stat(os.path.join(self.folder.name, "one", "train.en")).st_ino, before
+        )  # not made anew
 
     def test_damaged_package(self):
-        path = os.path.join(self.cache, 'libreoffice-l10n-ko_1_all.deb')
-        with open(path, 'rb') as f:
+        path = os.path.join(self.cache, "libreoffice-l10n-ko_1_all.deb")
+        with open(path, "rb") as f:
             whole = f.read()
         try:
-            with open(path, 'wb') as f:
+            with open(path, "wb") as f:
                 f.write(whole[:-100] + bytes(100))
-            ran = self.run_script('damaged')
+            ran = self.run_script("damaged")
             self.assertEqual(ran.returncode, 1)
-            self.assertRegex(ran.stderr, r'^error: .*libreoffice-l10n-ko_1_all\.deb is damaged')
-            self.assertFalse(os.path.exists(os.path.join(self.folder.name, 'damaged')))
+            self.assertRegex(ran.stderr, r"^error: .*libreoffice-l10n-ko_1_all\.deb is damaged")
+            self.assertFalse(os.path.exists(os.path.join(self.folder.name, "damaged")))
         finally:
-            with open(path, 'wb') as f:
+            with open(path, "wb") as f:
                 f.write(whole)
 
     def test_unknown_set(self):
-        ran = subprocess.run([sys.executable, os.path.join(ROOT, 'corpus', 'make_set.py'), 'nonsense'],
-                             capture_output=True, text=True, check=False)
+        ran = subprocess.run(
+            [sys.executable, os.path.join(ROOT, "corpus", "make_set.py"), "nonsense"],
+            capture_output=True,
+            text=True,
+            check=False,
+        )
         self.assertEqual(ran.returncode, 2)
 
 
-if __name__ == '__main__':
+if __name__ == "__main__":
     unittest.main()
