@@ -7,6 +7,7 @@
 #include <exception>
 #include <memory>
 #include <optional>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -32,8 +33,16 @@ struct Record : lexicut_out {
   lexicut::Lattice lattice;
 };
 
-std::string text_of(const char* path) {
-  return path == nullptr ? std::string() : path;
+using koralite::common::FilePath;
+using koralite::common::MemoryFiles;
+
+// A null model for every failure.
+lexicut_model* load(const FilePath& dictionary, const FilePath& names, const FilePath& ambiguous) {
+  auto segmenter = lexicut::Segmenter::load(dictionary, names, ambiguous);
+  if (!segmenter) {
+    return nullptr;
+  }
+  return std::make_unique<lexicut_model>(lexicut_model{std::move(*segmenter)}).release();
 }
 
 }  // namespace
@@ -41,10 +50,25 @@ std::string text_of(const char* path) {
 lexicut_model* lexicut_load_model(const char* dictionary, const char* names, const char* ambiguous,
                                   std::int32_t) {
   try {
-    auto segmenter =
-        lexicut::Segmenter::load(text_of(dictionary), text_of(names), text_of(ambiguous));
-    if (!segmenter) return nullptr;
-    return std::make_unique<lexicut_model>(lexicut_model{std::move(*segmenter)}).release();
+    return load(dictionary, names, ambiguous);
+  } catch (const std::exception&) {
+    return nullptr;
+  }
+}
+
+lexicut_model* lexicut_load_memory(const lexicut_bytes* dictionary, const lexicut_bytes* names,
+                                   const lexicut_bytes* ambiguous, std::int32_t) {
+  try {
+    MemoryFiles files;
+    const auto path_of = [&](const char* name, const lexicut_bytes* bytes) {
+      if (bytes == nullptr || bytes->data == nullptr) {
+        return FilePath();
+      }
+      files.add(name, {static_cast<const unsigned char*>(bytes->data), bytes->size});
+      return FilePath(files).file(name);
+    };
+    return load(path_of("dictionary", dictionary), path_of("names", names),
+                path_of("ambiguous", ambiguous));
   } catch (const std::exception&) {
     return nullptr;
   }

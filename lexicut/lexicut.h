@@ -1,7 +1,9 @@
 /* liblexicut: cuts a piece of Chinese or Japanese text into words.
  *
- * The engine links this library by its name and calls nothing but the five
+ * The engine links this library by its name and calls nothing but the
  * functions below, so that any library offering them can take its place.
+ * lexicut_load_memory may be missing: such a library cannot serve models that
+ * are opened from memory.
  *
  * Rules
  *  - Text is UTF-8 given as pointer and length; it need not end in a zero byte
@@ -18,6 +20,7 @@
 #ifndef LEXICUT_LEXICUT_H_
 #define LEXICUT_LEXICUT_H_
 
+#include <stddef.h>
 #include <stdint.h>
 
 #if defined(__GNUC__)
@@ -54,6 +57,18 @@ typedef struct lexicut_out {
  * leaves that service out. `flags` is reserved, pass 0. Null on failure. */
 LEXICUT_API lexicut_model* lexicut_load_model(const char* dictionary, const char* names,
                                               const char* ambiguous, int32_t flags);
+
+/* Bytes that the caller holds. */
+typedef struct lexicut_bytes {
+  const void* data;
+  size_t size;
+} lexicut_bytes;
+
+/* The same from files in memory, which are not copied and must stay as they are
+ * until the model is destroyed. A null pointer or null data leaves a list out. */
+LEXICUT_API lexicut_model* lexicut_load_memory(const lexicut_bytes* dictionary,
+                                               const lexicut_bytes* names,
+                                               const lexicut_bytes* ambiguous, int32_t flags);
 
 /* Creates a result record with room for `capacity` words. A piece of fewer than
  * `capacity` bytes always fits. Null on failure or for a capacity below 1. */

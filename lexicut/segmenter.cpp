@@ -62,8 +62,9 @@ std::uint32_t given_cost(const Trie& names, std::uint32_t code, std::size_t posi
 
 Lattice::Lattice(std::uint32_t capacity) : m_places(std::size_t{capacity} + 1) {}
 
-std::optional<Segmenter> Segmenter::load(const std::string& dictionary, const std::string& names,
-                                         const std::string& ambiguous) {
+std::optional<Segmenter> Segmenter::load(const koralite::common::FilePath& dictionary,
+                                         const koralite::common::FilePath& names,
+                                         const koralite::common::FilePath& ambiguous) {
   auto words = Trie::open(dictionary, format::dictionary_magic);
   if (!words) return std::nullopt;
   Segmenter segmenter(std::move(*words));

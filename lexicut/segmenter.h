@@ -49,8 +49,9 @@ class Segmenter {
  public:
   // Loads the word list and, where the path is not empty, the name statistics and the ambiguous
   // strings. Nothing when a file that is asked for is missing or is of another kind.
-  static std::optional<Segmenter> load(const std::string& dictionary, const std::string& names,
-                                       const std::string& ambiguous);
+  static std::optional<Segmenter> load(const koralite::common::FilePath& dictionary,
+                                       const koralite::common::FilePath& names,
+                                       const koralite::common::FilePath& ambiguous);
 
   struct token_t {
     std::uint32_t offset;  // bytes from the start of the text

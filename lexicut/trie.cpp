@@ -9,7 +9,7 @@ namespace lexicut {
 
 namespace format = lexicut_format;
 
-std::optional<Trie> Trie::open(const std::string& path, const char* magic) {
+std::optional<Trie> Trie::open(const koralite::common::FilePath& path, const char* magic) {
   auto file = koralite::common::MappedFile::open(path);
   if (!file) return std::nullopt;
 

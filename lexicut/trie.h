@@ -22,7 +22,7 @@ class Trie {
   static constexpr std::uint32_t root = 0;
 
   // Opens a file of the kind that `magic` names; nothing when it is no such file.
-  static std::optional<Trie> open(const std::string& path, const char* magic);
+  static std::optional<Trie> open(const koralite::common::FilePath& path, const char* magic);
 
   // The code of a character, 0 when no key holds it.
   std::uint32_t code_of(std::uint32_t character) const {

@@ -28,9 +28,8 @@ void unscramble_record(std::span<const unsigned char> record, std::string& line)
   line.resize(std::strlen(line.c_str()));  // the text is a C string
 }
 
-DesFileReader::DesFileReader(const char* path) {
-  std::optional<MappedFile> file;
-  if (path) file = MappedFile::open(path);
+DesFileReader::DesFileReader(const FilePath& path) {
+  std::optional<MappedFile> file = MappedFile::open(path);
   if (!file) throw std::runtime_error("Invalidate Input file");
   file_ = std::move(*file);
   std::int32_t size = 0;

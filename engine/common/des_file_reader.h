@@ -19,8 +19,7 @@ class DesFileReader {
  public:
   // Throws std::runtime_error "Invalidate Input file" when the file cannot be opened and
   // "Cannot read line size" when it has no record size or one that is zero or negative.
-  explicit DesFileReader(const char* path);
-  explicit DesFileReader(const std::string& path) : DesFileReader(path.c_str()) {}
+  explicit DesFileReader(const FilePath& path);
 
   // The next record in file order; false at the end and after CloseEnumMode().
   bool getline(std::string& line);

@@ -89,19 +89,27 @@ bool read_whole(const std::string& path, std::vector<unsigned char>& bytes, std:
 
 }  // namespace
 
-MappedFile::MappedFile(const std::string& path, Access access) {
+MappedFile::MappedFile(const FilePath& path, Access access) {
   std::string reason;
   std::optional<MappedFile> file = open(path, &reason, access);
-  if (!file) throw std::runtime_error("can't open [file=" + path + "]: " + reason);
+  if (!file) throw std::runtime_error("can't open [file=" + path.text() + "]: " + reason);
   *this = std::move(*file);
 }
 
-std::optional<MappedFile> MappedFile::open(const std::string& path, std::string* reason,
+std::optional<MappedFile> MappedFile::open(const FilePath& place, std::string* reason,
                                            Access access) {
   const auto refuse = [&](const std::string& why) {
     if (reason) *reason = why;
     return std::nullopt;
   };
+  if (place.memory() != nullptr) {
+    const auto* const bytes = place.memory()->find(place.text());
+    if (bytes == nullptr) return refuse("not among the files in memory");
+    MappedFile view;
+    view.bytes_ = *bytes;
+    return view;
+  }
+  const std::string& path = place.text();
   // A path is handed to the system as a C string and would be cut at a zero byte.
   if (path.find('\0') != std::string::npos) return refuse("zero byte in the name");
   // Only regular files have a size that bounds the work; a pipe or a device could stall the caller.

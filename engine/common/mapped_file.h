@@ -1,5 +1,7 @@
 // A whole file as read-only bytes.
 //
+// A file in memory is not copied: the object is then a view of the bytes that the path's
+// MemoryFiles borrow. Of one in the file system
 // The bytes are the system's page cache where the platform can map files, and a
 // plain copy in memory elsewhere; callers cannot tell the difference. The object
 // owns the mapping: it moves but does not copy, and every view into it dies with
@@ -14,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "common/file_path.h"
+
 namespace koralite::common {
 
 class MappedFile {
@@ -24,11 +28,11 @@ class MappedFile {
   MappedFile() = default;  // no bytes
 
   // Opens a regular file. Throws std::runtime_error "can't open [file=PATH]: REASON".
-  explicit MappedFile(const std::string& path, Access access = Access::kMap);
+  explicit MappedFile(const FilePath& path, Access access = Access::kMap);
 
   // The same for loaders with a message of their own: nothing when the file cannot be opened, is a
   // folder or no regular file, or cannot be read; `reason`, if given, then says why.
-  static std::optional<MappedFile> open(const std::string& path, std::string* reason = nullptr,
+  static std::optional<MappedFile> open(const FilePath& path, std::string* reason = nullptr,
                                         Access access = Access::kMap);
 
   MappedFile(MappedFile&& other) noexcept;

@@ -7,10 +7,10 @@
 
 namespace koralite::common {
 
-void PickConf(const std::string& path, std::vector<std::string>& lines) {
+void PickConf(const FilePath& path, std::vector<std::string>& lines) {
   lines.clear();
   const std::optional<MappedFile> file = MappedFile::open(path);
-  if (!file) throw std::runtime_error("failed to open config [file=" + path + "]");
+  if (!file) throw std::runtime_error("failed to open config [file=" + path.text() + "]");
   std::string_view rest(reinterpret_cast<const char*>(file->data().data()), file->size());
   while (!rest.empty()) {
     const std::size_t end = rest.find('\n');

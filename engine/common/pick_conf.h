@@ -9,11 +9,13 @@
 #include <string_view>
 #include <vector>
 
+#include "common/file_path.h"
+
 namespace koralite::common {
 
 // Empties `lines` and reads every line of the file into it, empty ones included. Throws
 // std::runtime_error "failed to open config [file=PATH]" when the file cannot be opened or read.
-void PickConf(const std::string& path, std::vector<std::string>& lines);
+void PickConf(const FilePath& path, std::vector<std::string>& lines);
 
 // Single lookup: the line after the first header `section` that is not the last line.
 bool find_conf(const std::vector<std::string>& lines, std::string_view section, std::string& value);

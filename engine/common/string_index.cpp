@@ -151,9 +151,9 @@ void StringIndex::save(const std::string& path) const {
   }
 }
 
-void StringIndex::load(const std::string& path) {
+void StringIndex::load(const FilePath& path) {
   std::optional<MappedFile> file = MappedFile::open(path);
-  if (!file) throw std::runtime_error("failed to load string index [file=" + path + "]");
+  if (!file) throw std::runtime_error("failed to load string index [file=" + path.text() + "]");
 
   ByteReader reader(file->data());
   std::uint64_t entries = 0;

@@ -64,7 +64,7 @@ class StringIndex {
   // Adds the entries of a file; a sorted file is taken over in place in one pass. Throws
   // std::runtime_error "failed to load string index [file=PATH]" when it cannot be opened and
   // "can't read file in StringIndex::load()" when it is damaged; the index is then unchanged.
-  void load(const std::string& path);
+  void load(const FilePath& path);
 
   void clear();
   void reserve(std::size_t entries) { nodes_.reserve(entries); }

@@ -58,7 +58,7 @@ const unsigned char* find_child(const unsigned char* group, int word) {
 
 }  // namespace
 
-CompactLmModel::CompactLmModel(const std::string& path, int order, std::int64_t budget)
+CompactLmModel::CompactLmModel(const common::FilePath& path, int order, std::int64_t budget)
     : LangModel(order) {
   auto file = common::MappedFile::open(path);
   if (!file) throw std::runtime_error("failed to open file in PackedLM");

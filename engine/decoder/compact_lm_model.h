@@ -70,7 +70,7 @@ class CompactLmModel final : public LangModel {
   // PackedLM", "failed to open file in PackedLM", "Invalidate head size in
   // language model", or "damaged file in PackedLM" for what does not fit together.
   // `order` may differ from the order of the n-grams in the file.
-  CompactLmModel(const std::string& path, int order, std::int64_t budget = kBudget);
+  CompactLmModel(const common::FilePath& path, int order, std::int64_t budget = kBudget);
   ~CompactLmModel() override;
 
   void compute_phrase_score(std::span<const int> ids, float& complete, float& total) const override;

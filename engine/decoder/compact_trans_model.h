@@ -26,7 +26,7 @@ class CompactTransModel final : public TransModel {
   // CompactTransModel" for a head file shorter than its count says, "failed to open
   // nodes file in CompactTransModel" or "failed to open data file in
   // CompactTransModel".
-  explicit CompactTransModel(const std::string& path);
+  explicit CompactTransModel(const common::FilePath& path);
   ~CompactTransModel() override;
 
   // Not supported: throw "This interface should not be called".

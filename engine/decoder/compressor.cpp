@@ -17,7 +17,7 @@ namespace {
 
 }  // namespace
 
-Compressor::Compressor(const std::string& quantifier_path, int score_size)
+Compressor::Compressor(const common::FilePath& quantifier_path, int score_size)
     : score_size_(score_size) {
   if (score_size <= kReorderCount) throw std::runtime_error("unknown score size in Compressor()");
   const auto file = common::MappedFile::open(quantifier_path);

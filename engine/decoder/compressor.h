@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "common/file_path.h"
 #include "decoder/quantifier.h"
 #include "decoder/target_data.h"
 
@@ -26,7 +27,7 @@ class Compressor {
   // Loads `score_size - 6` sample lists. Throws "unknown score size in
   // Compressor()" below 7, "failed to open quantifier file in Compressor()", and
   // the messages of Quantifier::load.
-  Compressor(const std::string& quantifier_path, int score_size);
+  Compressor(const common::FilePath& quantifier_path, int score_size);
 
   // The same over sample lists at hand, one per translation score (at least one).
   explicit Compressor(std::vector<Quantifier> quantifiers);

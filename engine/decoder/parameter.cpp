@@ -35,13 +35,13 @@ void require(bool holds, const char* message) {
 
 }  // namespace
 
-Parameter::Parameter(const char* path) {
-  if (path) initialize(path);
+Parameter::Parameter(const common::FilePath& path) {
+  initialize(path);
 }
 
-void Parameter::initialize(const char* path) {
+void Parameter::initialize(const common::FilePath& path) {
   Lines lines;
-  common::PickConf(path ? path : "", lines);
+  common::PickConf(path, lines);
 
   read_flag(lines, "[debug]", debug);
   read_flag(lines, "[combine]", combine);

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "common/file_path.h"
+
 namespace koralite::decoder {
 
 struct Parameter {
@@ -41,11 +43,12 @@ struct Parameter {
   std::vector<std::string> further;  // nothing fills it
 
   // The defaults; with a path also initialize(path).
-  explicit Parameter(const char* path = nullptr);
+  Parameter() = default;
+  explicit Parameter(const common::FilePath& path);
 
   // Reads a parameter file over the current values. Throws std::runtime_error at the first key
   // whose value is out of range or that is missing though needed; earlier fields keep their values.
-  void initialize(const char* path);
+  void initialize(const common::FilePath& path);
 
   // The lookups of configuration files, see common/pick_conf.h.
   static bool find(const std::vector<std::string>& lines, const std::string& section,

@@ -7,16 +7,16 @@
 
 namespace koralite::decoder {
 
-SharedMember::SharedMember(Parameter* parameters, const std::string& model_folder)
+SharedMember::SharedMember(Parameter* parameters, const common::FilePath& model_folder)
     : parameter(parameters) {
-  const auto in_folder = [&](const std::string& name) { return model_folder + "/" + name; };
+  const auto in_folder = [&](const std::string& name) { return model_folder.file(name); };
   try {
     lang_model =
         std::make_unique<CompactLmModel>(in_folder(parameter->lang_model), parameter->ngram_order);
     source_vocab = std::make_unique<Vocab>();
-    source_vocab->load(in_folder(parameter->source_vocab).c_str());
+    source_vocab->load(in_folder(parameter->source_vocab));
     target_vocab = std::make_unique<Vocab>();
-    target_vocab->load(in_folder(parameter->target_vocab).c_str());
+    target_vocab->load(in_folder(parameter->target_vocab));
     target_vocab->encode("<s>");
     target_vocab->encode("</s>");
     source_vocab->remove_useless_capacity();

@@ -7,8 +7,8 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
+#include "common/file_path.h"
 #include "decoder/compact_lm_model.h"
 #include "decoder/compressor.h"
 #include "decoder/parameter.h"
@@ -21,7 +21,7 @@ class SharedMember {
   // Loads everything that `parameter` names from `model_folder` and sets
   // TargetData::s_score_size. Throws "failed to create SharedMember" for every
   // failure.
-  SharedMember(Parameter* parameter, const std::string& model_folder);
+  SharedMember(Parameter* parameter, const common::FilePath& model_folder);
   SharedMember(const SharedMember&) = delete;
   SharedMember& operator=(const SharedMember&) = delete;
   virtual ~SharedMember();
@@ -31,7 +31,7 @@ class SharedMember {
   std::unique_ptr<Vocab> source_vocab;
   std::unique_ptr<Vocab> target_vocab;
   std::unique_ptr<Compressor> compressor;  // null when the table is not compact
-  std::string trans_model_path;
+  common::FilePath trans_model_path;
 };
 
 }  // namespace koralite::decoder

@@ -86,7 +86,7 @@ bool Vocab::find(const char* word, int& id) const {
   return index_.find(word, id);
 }
 
-void Vocab::load(const char* path) {
+void Vocab::load(const common::FilePath& path) {
   common::StringIndex index;
   index.load(path);
 

@@ -36,7 +36,7 @@ class Vocab {
   // Replaces everything by a string index file. Throws as StringIndex::load, and std::runtime_error
   // "illegal word id in Vocab::load()" unless ids are dense and unique below and from 256 on. The
   // vocabulary is unchanged when it throws.
-  virtual void load(const char* path);
+  virtual void load(const common::FilePath& path);
   virtual void save(const char* path) const;
 
   // Whether a word is '<', a name without '>', ">#" and one digit 0 to 7.

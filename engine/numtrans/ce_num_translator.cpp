@@ -17,7 +17,7 @@ std::string_view first_character(std::string_view text) {
 
 }  // namespace
 
-CeNumTranslator::CeNumTranslator(const char* path) : NumTranslator(path) {
+CeNumTranslator::CeNumTranslator(const common::FilePath& path) : NumTranslator(path) {
   for (const Rule& rule : rules()) {
     for (std::string_view piece : rule.source) {
       if (is_number(piece)) continue;

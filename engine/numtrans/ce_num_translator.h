@@ -12,7 +12,7 @@ namespace koralite::numtrans {
 
 class CeNumTranslator : public NumTranslator<ChsNumAcceptor, EngNumGenerator> {
  public:
-  explicit CeNumTranslator(const char* path);
+  explicit CeNumTranslator(const common::FilePath& path);
 
   // True when each character is a digit, a full stop, a numeral or a character
   // of some rule's literal text.

@@ -5,7 +5,7 @@
 
 namespace koralite::numtrans {
 
-EcNumTranslator::EcNumTranslator(const char* path) : NumTranslator(path) {
+EcNumTranslator::EcNumTranslator(const common::FilePath& path) : NumTranslator(path) {
   for (const Rule& rule : rules()) {
     for (std::string_view piece : rule.source) {
       if (is_number(piece)) continue;

@@ -12,7 +12,7 @@ namespace koralite::numtrans {
 
 class EcNumTranslator : public NumTranslator<EngNumAcceptor, ChsNumGenerator> {
  public:
-  explicit EcNumTranslator(const char* path);
+  explicit EcNumTranslator(const common::FilePath& path);
 
   // True when each word is a digit string, a number word or a word of some
   // rule's literal text.

@@ -37,7 +37,7 @@ class KeywordTable {
 template <class Acceptor, class Generator>
 class NumTranslator : public RuleTranslator {
  protected:
-  explicit NumTranslator(const char* path) : RuleTranslator(path) {
+  explicit NumTranslator(const common::FilePath& path) : RuleTranslator(path) {
     std::vector<const char*> words;
     acceptor_.get_keywords(words);
     for (const char* word : words) keywords_.add(word);

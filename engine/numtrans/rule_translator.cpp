@@ -127,7 +127,7 @@ bool RuleTranslator::is_integer(std::string_view text) {
   return !text.empty() && std::all_of(text.begin(), text.end(), is_ascii_digit);
 }
 
-RuleTranslator::RuleTranslator(const char* path) {
+RuleTranslator::RuleTranslator(const common::FilePath& path) {
   common::DesFileReader reader(path);
   std::string line;
   while (reader.getline(line)) {

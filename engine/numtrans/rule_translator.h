@@ -18,6 +18,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "common/file_path.h"
 #include "common/string_pool.h"
 #include "numtrans/number.h"
 
@@ -43,7 +44,7 @@ class RuleTranslator {
 
   // Reads a resource file of rules. Throws what common::DesFileReader throws. A
   // line of the wrong form becomes a rule that never matches.
-  explicit RuleTranslator(const char* path);
+  explicit RuleTranslator(const common::FilePath& path);
   virtual ~RuleTranslator() = default;
   RuleTranslator(const RuleTranslator&) = delete;
   RuleTranslator& operator=(const RuleTranslator&) = delete;

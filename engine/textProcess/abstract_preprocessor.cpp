@@ -38,8 +38,8 @@ void keep_in_order(ProcessWordSeq::Positions& words, const ProcessStr::Positions
 AbstractPreprocessor::AbstractPreprocessor() : pool_(kPoolBlock) {}
 
 void AbstractPreprocessor::Organize(LangType source, LangType target,
-                                    const std::string& configuration,
-                                    const std::string& model_folder) {
+                                    const common::FilePath& configuration,
+                                    const common::FilePath& model_folder) {
   try {
     const Lines lines = Config2Vec(configuration);
     debug_ = GetDebLevel(lines);
@@ -54,7 +54,7 @@ void AbstractPreprocessor::Organize(LangType source, LangType target,
   }
 }
 
-void AbstractPreprocessor::OrganizeUnkTrans(LangType, const Lines&, const std::string&) {
+void AbstractPreprocessor::OrganizeUnkTrans(LangType, const Lines&, const common::FilePath&) {
   unk_translator_ = std::make_unique<decoder::UnkTranslator>();
 }
 
@@ -70,11 +70,11 @@ void AbstractPreprocessor::add_general_word_steps() {
 }
 
 void AbstractPreprocessor::build_str2word(const Lines& configuration,
-                                          const std::string& model_folder,
+                                          const common::FilePath& model_folder,
                                           std::unique_ptr<numtrans::RuleTranslator> rules,
                                           char join) {
-  const std::string path = section_path(configuration, "[ne]", model_folder);
-  if (!path.empty()) dictionary_ = std::make_unique<NeDict>(path.c_str());
+  const common::FilePath path = section_path(configuration, "[ne]", model_folder);
+  if (!path.empty()) dictionary_ = std::make_unique<NeDict>(path);
   rules_ = std::move(rules);
   str2word_ = std::make_unique<Str2Word>(dictionary_.get(), rules_.get(), pool_, join);
 }

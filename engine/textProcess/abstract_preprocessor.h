@@ -61,20 +61,20 @@ class AbstractPreprocessor : public AbstractProcessor {
   // Builds everything by the five operations below, in their order, for the
   // language of the other side. Memory exhaustion is reported as std::runtime_error
   // "Cannot allocate for preprocess"; other errors keep their message.
-  void Organize(LangType source, LangType target, const std::string& configuration,
-                const std::string& model_folder);
+  void Organize(LangType source, LangType target, const common::FilePath& configuration,
+                const common::FilePath& model_folder);
 
   virtual void OrganizeStringProcessor(LangType other, const Lines& configuration,
-                                       const std::string& model_folder) = 0;
+                                       const common::FilePath& model_folder) = 0;
   virtual void OrganizeStr2Word(LangType other, const Lines& configuration,
-                                const std::string& model_folder) = 0;
+                                const common::FilePath& model_folder) = 0;
   virtual void OrganizeWsProcessor(LangType other, const Lines& configuration,
-                                   const std::string& model_folder) = 0;
+                                   const common::FilePath& model_folder) = 0;
   virtual void OrganizeConstraint(LangType other, const Lines& configuration,
-                                  const std::string& model_folder) = 0;
+                                  const common::FilePath& model_folder) = 0;
   // The base form builds one that copies the word.
   virtual void OrganizeUnkTrans(LangType other, const Lines& configuration,
-                                const std::string& model_folder);
+                                const common::FilePath& model_folder);
 
   // Adds a step behind the last one; gives it back for further setting up.
   template <class Step, class... Args>
@@ -99,7 +99,7 @@ class AbstractPreprocessor : public AbstractProcessor {
   void add_general_word_steps();
   // The step to words: the dictionary of "[ne]" if there is one, the given rules
   // or none, and what stands between the words of a looked-up span.
-  void build_str2word(const Lines& configuration, const std::string& model_folder,
+  void build_str2word(const Lines& configuration, const common::FilePath& model_folder,
                       std::unique_ptr<numtrans::RuleTranslator> rules, char join);
 
   // Borrowers come after what they borrow.

@@ -4,7 +4,7 @@
 
 namespace koralite::textProcess {
 
-AbstractProcessor::Lines AbstractProcessor::Config2Vec(const std::string& path) {
+AbstractProcessor::Lines AbstractProcessor::Config2Vec(const common::FilePath& path) {
   Lines lines;
   common::PickConf(path, lines);
   return lines;
@@ -21,10 +21,11 @@ std::string AbstractProcessor::section_value(const Lines& configuration, std::st
   return value;
 }
 
-std::string AbstractProcessor::section_path(const Lines& configuration, std::string_view section,
-                                            const std::string& model_folder) {
+common::FilePath AbstractProcessor::section_path(const Lines& configuration,
+                                                 std::string_view section,
+                                                 const common::FilePath& model_folder) {
   const std::string value = section_value(configuration, section);
-  return value.empty() ? value : model_folder + "/" + value;
+  return value.empty() ? common::FilePath() : model_folder.file(value);
 }
 
 }  // namespace koralite::textProcess

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <vector>
 
+#include "common/file_path.h"
+
 namespace koralite::textProcess {
 
 class AbstractProcessor {
@@ -18,7 +20,7 @@ class AbstractProcessor {
   virtual ~AbstractProcessor() = default;
 
   // The lines of a configuration file; throws as common::PickConf.
-  static Lines Config2Vec(const std::string& path);
+  static Lines Config2Vec(const common::FilePath& path);
   // Whether "[debugLevel]" has a value that does not begin with "0".
   static bool GetDebLevel(const Lines& configuration);
 
@@ -27,8 +29,8 @@ class AbstractProcessor {
   static std::string section_value(const Lines& configuration, std::string_view section);
   // The path of the file in the model folder that a section names; empty when
   // the section is absent or has an empty value, which leaves the service out.
-  static std::string section_path(const Lines& configuration, std::string_view section,
-                                  const std::string& model_folder);
+  static common::FilePath section_path(const Lines& configuration, std::string_view section,
+                                       const common::FilePath& model_folder);
 };
 
 }  // namespace koralite::textProcess

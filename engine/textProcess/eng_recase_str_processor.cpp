@@ -40,12 +40,12 @@ std::array<std::uint32_t, 3> parse_head(std::string_view line) {
 
 EngRecaseStrProcessor::EngRecaseStrProcessor(unsigned id,
                                              std::unique_ptr<AbstractStringProcessor> prior,
-                                             const std::string& path)
+                                             const common::FilePath& path)
     : RewriteStrProcessor(id, std::move(prior), "eng-recase") {
   if (!path.empty()) load(path);
 }
 
-void EngRecaseStrProcessor::load(const std::string& path) {
+void EngRecaseStrProcessor::load(const common::FilePath& path) {
   common::DesFileReader reader(path);
   std::string line;
   if (!reader.getline(line)) refuse();

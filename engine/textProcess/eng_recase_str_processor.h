@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/file_path.h"
 #include "textProcess/rewrite_str_processor.h"
 
 namespace koralite::textProcess {
@@ -22,7 +23,7 @@ class EngRecaseStrProcessor final : public RewriteStrProcessor<EngRecaseStrProce
   // Throws std::runtime_error "Invalidate head info in ercase" for a bad head line or entries that
   // do not agree with it, and as DesFileReader.
   EngRecaseStrProcessor(unsigned id, std::unique_ptr<AbstractStringProcessor> prior,
-                        const std::string& path);
+                        const common::FilePath& path);
 
   // The model's units, then the sentence starts.
   int OnProcess(ProcessStr& str) override;
@@ -37,7 +38,7 @@ class EngRecaseStrProcessor final : public RewriteStrProcessor<EngRecaseStrProce
   void rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const;
 
  private:
-  void load(const std::string& path);
+  void load(const common::FilePath& path);
   std::string_view lowered_entry(std::size_t index) const;
 
   std::uint32_t max_words_ = 0;  // of an entry

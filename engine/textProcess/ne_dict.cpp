@@ -26,7 +26,7 @@ bool cut(std::string_view line, Fields& fields) {
 
 }  // namespace
 
-NeDict::NeDict(const char* path) : reader_(path) {
+NeDict::NeDict(const common::FilePath& path) : reader_(path) {
   std::string line;
   std::string previous;
   index_.reserve(10000);

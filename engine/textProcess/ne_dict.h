@@ -22,7 +22,7 @@ class NeDict {
   // Input" for a line out of order, "unknown format in named entity dictionary
   // file [LINE]" for one without two TABs, "duplicated source words in named
   // entity dictionary file [LINE]" for a source that is already there.
-  explicit NeDict(const char* path);
+  explicit NeDict(const common::FilePath& path);
   NeDict(const NeDict&) = delete;
   NeDict& operator=(const NeDict&) = delete;
 

@@ -22,7 +22,7 @@ void require(bool there) {
 
 }  // namespace
 
-PinyinConverter::PinyinConverter(const std::string& path) {
+PinyinConverter::PinyinConverter(const common::FilePath& path) {
   std::optional<common::MappedFile> file = common::MappedFile::open(path);
   if (!file) throw std::runtime_error("Cannot open the input pinyin file!");
   file_ = *std::move(file);

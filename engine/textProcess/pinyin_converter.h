@@ -20,7 +20,7 @@ class PinyinConverter {
   // Throws std::runtime_error "Cannot open the input pinyin file!", "Invalidate
   // wordSize in the Pinyin File", "Invalidate Pinyin Info in the Pinyin File", or
   // "Invalid input file for PackFreeInput" when the file is too short for its sizes.
-  explicit PinyinConverter(const std::string& path);
+  explicit PinyinConverter(const common::FilePath& path);
 
   // Sets `out` to the pinyin of `text`: ASCII bytes as they are, known characters
   // as their pinyin without separators, everything else left out. False when a

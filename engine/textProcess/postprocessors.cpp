@@ -12,8 +12,8 @@
 namespace koralite::textProcess {
 
 void AbstractPostprocessor::Organize(LangType source, LangType target,
-                                     const std::string& configuration,
-                                     const std::string& model_folder) {
+                                     const common::FilePath& configuration,
+                                     const common::FilePath& model_folder) {
   try {
     const Lines lines = Config2Vec(configuration);
     debug_ = GetDebLevel(lines);
@@ -28,36 +28,38 @@ void AbstractPostprocessor::Postprocess(ProcessStr& str) {
   if (string_head_->Process(str) == 0) throw std::runtime_error("Postprocess error\n");
 }
 
-EngPostprocessor::EngPostprocessor(LangType source, const std::string& configuration,
-                                   const std::string& model_folder) {
+EngPostprocessor::EngPostprocessor(LangType source, const common::FilePath& configuration,
+                                   const common::FilePath& model_folder) {
   Organize(source, LangType::kEnglish, configuration, model_folder);
 }
 
 void EngPostprocessor::OrganizeStringProcessor(LangType, const Lines& configuration,
-                                               const std::string& model_folder) {
+                                               const common::FilePath& model_folder) {
   // Without a model the recaser still capitalises sentence starts.
   add_string_step<EngRecaseStrProcessor>(section_path(configuration, "[recase]", model_folder));
   add_string_step<DetokenizeEngStrProcessor>();
   add_string_step<RestoreSpecCharStrProcessor>();
 }
 
-SimpChsPostprocessor::SimpChsPostprocessor(LangType source, const std::string& configuration,
-                                           const std::string& model_folder) {
+SimpChsPostprocessor::SimpChsPostprocessor(LangType source, const common::FilePath& configuration,
+                                           const common::FilePath& model_folder) {
   Organize(source, LangType::kChinese, configuration, model_folder);
 }
 
-void SimpChsPostprocessor::OrganizeStringProcessor(LangType, const Lines&, const std::string&) {
+void SimpChsPostprocessor::OrganizeStringProcessor(LangType, const Lines&,
+                                                   const common::FilePath&) {
   add_string_step<EraseBlankChsStrProcessor>();
   add_string_step<RestoreSpecCharStrProcessor>();
 }
 
 GeneralPostprocessor::GeneralPostprocessor(LangType source, LangType target,
-                                           const std::string& configuration,
-                                           const std::string& model_folder) {
+                                           const common::FilePath& configuration,
+                                           const common::FilePath& model_folder) {
   Organize(source, target, configuration, model_folder);
 }
 
-void GeneralPostprocessor::OrganizeStringProcessor(LangType, const Lines&, const std::string&) {
+void GeneralPostprocessor::OrganizeStringProcessor(LangType, const Lines&,
+                                                   const common::FilePath&) {
   add_string_step<EraseBlankChsStrProcessor>();
   add_string_step<RestoreSpecCharStrProcessor>();
 }

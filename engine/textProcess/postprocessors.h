@@ -32,11 +32,11 @@ class AbstractPostprocessor : public AbstractProcessor {
  protected:
   // Memory exhaustion is reported as std::runtime_error "Cannot allocate for
   // postprocess"; other errors keep their message.
-  void Organize(LangType source, LangType target, const std::string& configuration,
-                const std::string& model_folder);
+  void Organize(LangType source, LangType target, const common::FilePath& configuration,
+                const common::FilePath& model_folder);
 
   virtual void OrganizeStringProcessor(LangType other, const Lines& configuration,
-                                       const std::string& model_folder) = 0;
+                                       const common::FilePath& model_folder) = 0;
 
   template <class Step, class... Args>
   void add_string_step(Args&&... args) {
@@ -52,32 +52,32 @@ class AbstractPostprocessor : public AbstractProcessor {
 // English, and Korean, which is written the same way.
 class EngPostprocessor final : public AbstractPostprocessor {
  public:
-  EngPostprocessor(LangType source, const std::string& configuration,
-                   const std::string& model_folder);
+  EngPostprocessor(LangType source, const common::FilePath& configuration,
+                   const common::FilePath& model_folder);
 
  protected:
   void OrganizeStringProcessor(LangType other, const Lines& configuration,
-                               const std::string& model_folder) override;
+                               const common::FilePath& model_folder) override;
 };
 
 class SimpChsPostprocessor final : public AbstractPostprocessor {
  public:
-  SimpChsPostprocessor(LangType source, const std::string& configuration,
-                       const std::string& model_folder);
+  SimpChsPostprocessor(LangType source, const common::FilePath& configuration,
+                       const common::FilePath& model_folder);
 
  protected:
   void OrganizeStringProcessor(LangType other, const Lines& configuration,
-                               const std::string& model_folder) override;
+                               const common::FilePath& model_folder) override;
 };
 
 class GeneralPostprocessor final : public AbstractPostprocessor {
  public:
-  GeneralPostprocessor(LangType source, LangType target, const std::string& configuration,
-                       const std::string& model_folder);
+  GeneralPostprocessor(LangType source, LangType target, const common::FilePath& configuration,
+                       const common::FilePath& model_folder);
 
  protected:
   void OrganizeStringProcessor(LangType other, const Lines& configuration,
-                               const std::string& model_folder) override;
+                               const common::FilePath& model_folder) override;
 };
 
 }  // namespace koralite::textProcess

@@ -38,12 +38,12 @@ bool has_chinese_marks(LangType language) {
 
 }  // namespace
 
-EngPreprocessor::EngPreprocessor(LangType target, const std::string& configuration,
-                                 const std::string& model_folder) {
+EngPreprocessor::EngPreprocessor(LangType target, const common::FilePath& configuration,
+                                 const common::FilePath& model_folder) {
   Organize(LangType::kEnglish, target, configuration, model_folder);
 }
 
-void EngPreprocessor::OrganizeStringProcessor(LangType, const Lines&, const std::string&) {
+void EngPreprocessor::OrganizeStringProcessor(LangType, const Lines&, const common::FilePath&) {
   add_string_step<CleanStrProcessor>();
   add_string_step<NormPuncEngStrProcessor>();
   add_string_step<EraseCommaStrProcessor>();
@@ -54,59 +54,59 @@ void EngPreprocessor::OrganizeStringProcessor(LangType, const Lines&, const std:
 }
 
 void EngPreprocessor::OrganizeStr2Word(LangType, const Lines& configuration,
-                                       const std::string& model_folder) {
+                                       const common::FilePath& model_folder) {
   std::unique_ptr<numtrans::RuleTranslator> rules;
-  const std::string path = section_path(configuration, "[rule]", model_folder);
-  if (!path.empty()) rules = std::make_unique<numtrans::EcNumTranslator>(path.c_str());
+  const common::FilePath path = section_path(configuration, "[rule]", model_folder);
+  if (!path.empty()) rules = std::make_unique<numtrans::EcNumTranslator>(path);
   build_str2word(configuration, model_folder, std::move(rules), ' ');
 }
 
-void EngPreprocessor::OrganizeWsProcessor(LangType, const Lines&, const std::string&) {
+void EngPreprocessor::OrganizeWsProcessor(LangType, const Lines&, const common::FilePath&) {
   add_general_word_steps();
 }
 
-void EngPreprocessor::OrganizeConstraint(LangType, const Lines&, const std::string&) {
+void EngPreprocessor::OrganizeConstraint(LangType, const Lines&, const common::FilePath&) {
   constraint_ = std::make_unique<EngConstraint>();
 }
 
-SimpChsPreprocessor::SimpChsPreprocessor(LangType target, const std::string& configuration,
-                                         const std::string& model_folder,
+SimpChsPreprocessor::SimpChsPreprocessor(LangType target, const common::FilePath& configuration,
+                                         const common::FilePath& model_folder,
                                          const LexicutApi& segmenter)
     : segmenter_(segmenter) {
   Organize(LangType::kChinese, target, configuration, model_folder);
 }
 
 void SimpChsPreprocessor::OrganizeStringProcessor(LangType, const Lines& configuration,
-                                                  const std::string& model_folder) {
+                                                  const common::FilePath& model_folder) {
   const auto path = [&](std::string_view section) {
     return section_path(configuration, section, model_folder);
   };
-  const std::string dictionary = path("[segment]");
+  const common::FilePath dictionary = path("[segment]");
   if (dictionary.empty()) throw std::runtime_error("can't find segment dictionary configure file");
 
   add_string_step<CleanStrProcessor>();
   add_string_step<Sbc2DbcStrProcessor>();
   add_string_step<NormPuncChsStrProcessor>();
   add_string_step<EraseCommaStrProcessor>();
-  add_string_step<ChsSegmentStrProcessor>(dictionary.c_str(), path("[segment_name]").c_str(),
-                                          path("[ambiguous_path]").c_str(),
-                                          path("[anti-name]").c_str(), kAskedPiece, segmenter_)
+  add_string_step<ChsSegmentStrProcessor>(dictionary, path("[segment_name]"),
+                                          path("[ambiguous_path]"), path("[anti-name]"),
+                                          kAskedPiece, segmenter_)
       .SetNameBuffer(&names_);
   add_final_string_steps();
 }
 
 void SimpChsPreprocessor::OrganizeStr2Word(LangType, const Lines& configuration,
-                                           const std::string& model_folder) {
+                                           const common::FilePath& model_folder) {
   std::unique_ptr<numtrans::RuleTranslator> rules;
-  const std::string path = section_path(configuration, "[rule]", model_folder);
-  if (!path.empty()) rules = std::make_unique<numtrans::CeNumTranslator>(path.c_str());
+  const common::FilePath path = section_path(configuration, "[rule]", model_folder);
+  if (!path.empty()) rules = std::make_unique<numtrans::CeNumTranslator>(path);
   build_str2word(configuration, model_folder, std::move(rules), kNoJoin);
 }
 
 void SimpChsPreprocessor::OrganizeWsProcessor(LangType, const Lines& configuration,
-                                              const std::string& model_folder) {
+                                              const common::FilePath& model_folder) {
   add_word_step<RecAsciiWsProcessor>();
-  const std::string path = section_path(configuration, "[pinyin]", model_folder);
+  const common::FilePath path = section_path(configuration, "[pinyin]", model_folder);
   if (!path.empty()) {
     pinyin_ = std::make_unique<PinyinConverter>(path);
     name_converter_ = std::make_unique<NameConverter>(*pinyin_);
@@ -115,12 +115,12 @@ void SimpChsPreprocessor::OrganizeWsProcessor(LangType, const Lines& configurati
   add_word_step<ConvertNeTagWsProcessor>(pool_);
 }
 
-void SimpChsPreprocessor::OrganizeConstraint(LangType, const Lines&, const std::string&) {
+void SimpChsPreprocessor::OrganizeConstraint(LangType, const Lines&, const common::FilePath&) {
   constraint_ = std::make_unique<ChsConstraint>();
 }
 
 void SimpChsPreprocessor::OrganizeUnkTrans(LangType other, const Lines& configuration,
-                                           const std::string& model_folder) {
+                                           const common::FilePath& model_folder) {
   if (pinyin_) {
     unk_translator_ = std::make_unique<PinyinTranslator>(*pinyin_);
   } else {
@@ -129,19 +129,19 @@ void SimpChsPreprocessor::OrganizeUnkTrans(LangType other, const Lines& configur
 }
 
 GeneralPreprocessor::GeneralPreprocessor(LangType source, LangType target,
-                                         const std::string& configuration,
-                                         const std::string& model_folder,
+                                         const common::FilePath& configuration,
+                                         const common::FilePath& model_folder,
                                          const LexicutApi& segmenter)
     : source_(source), segmenter_(segmenter) {
   Organize(source, target, configuration, model_folder);
 }
 
 void GeneralPreprocessor::OrganizeStringProcessor(LangType, const Lines& configuration,
-                                                  const std::string& model_folder) {
+                                                  const common::FilePath& model_folder) {
   const auto path = [&](std::string_view section) {
     return section_path(configuration, section, model_folder);
   };
-  const std::string dictionary = path("[segment]");
+  const common::FilePath dictionary = path("[segment]");
   const std::string split = section_value(configuration, "[single-word-split]");
   if (dictionary.empty() && split.empty())
     throw std::runtime_error("can't find segment dictionary configure file, worddict is null");
@@ -149,24 +149,24 @@ void GeneralPreprocessor::OrganizeStringProcessor(LangType, const Lines& configu
   add_string_step<CleanStrProcessor>();
   add_string_step<Sbc2DbcStrProcessor>();
   if (!dictionary.empty())
-    add_string_step<GeneralSegmentStrProcessor>(
-        dictionary.c_str(), path("[segment_name]").c_str(), path("[ambiguous_path]").c_str(),
-        path("[anti-name]").c_str(), kAskedPiece, segmenter_);
+    add_string_step<GeneralSegmentStrProcessor>(dictionary, path("[segment_name]"),
+                                                path("[ambiguous_path]"), path("[anti-name]"),
+                                                kAskedPiece, segmenter_);
   if (split == "1") add_string_step<SingleWordSegStrProcessor>();
   add_final_string_steps();
 }
 
 void GeneralPreprocessor::OrganizeStr2Word(LangType, const Lines& configuration,
-                                           const std::string& model_folder) {
+                                           const common::FilePath& model_folder) {
   build_str2word(configuration, model_folder, nullptr,
                  is_written_with_blanks(source_) ? ' ' : kNoJoin);
 }
 
-void GeneralPreprocessor::OrganizeWsProcessor(LangType, const Lines&, const std::string&) {
+void GeneralPreprocessor::OrganizeWsProcessor(LangType, const Lines&, const common::FilePath&) {
   add_general_word_steps();
 }
 
-void GeneralPreprocessor::OrganizeConstraint(LangType, const Lines&, const std::string&) {
+void GeneralPreprocessor::OrganizeConstraint(LangType, const Lines&, const common::FilePath&) {
   if (has_chinese_marks(source_)) {
     constraint_ = std::make_unique<JpaConstraint>();
   } else {

@@ -19,38 +19,38 @@ namespace koralite::textProcess {
 
 class EngPreprocessor final : public AbstractPreprocessor {
  public:
-  EngPreprocessor(LangType target, const std::string& configuration,
-                  const std::string& model_folder);
+  EngPreprocessor(LangType target, const common::FilePath& configuration,
+                  const common::FilePath& model_folder);
 
  protected:
   void OrganizeStringProcessor(LangType other, const Lines& configuration,
-                               const std::string& model_folder) override;
+                               const common::FilePath& model_folder) override;
   void OrganizeStr2Word(LangType other, const Lines& configuration,
-                        const std::string& model_folder) override;
+                        const common::FilePath& model_folder) override;
   void OrganizeWsProcessor(LangType other, const Lines& configuration,
-                           const std::string& model_folder) override;
+                           const common::FilePath& model_folder) override;
   void OrganizeConstraint(LangType other, const Lines& configuration,
-                          const std::string& model_folder) override;
+                          const common::FilePath& model_folder) override;
 };
 
 class SimpChsPreprocessor final : public AbstractPreprocessor {
  public:
   // "can't find segment dictionary configure file" without "[segment]".
-  SimpChsPreprocessor(LangType target, const std::string& configuration,
-                      const std::string& model_folder,
+  SimpChsPreprocessor(LangType target, const common::FilePath& configuration,
+                      const common::FilePath& model_folder,
                       const LexicutApi& segmenter = linked_lexicut());
 
  protected:
   void OrganizeStringProcessor(LangType other, const Lines& configuration,
-                               const std::string& model_folder) override;
+                               const common::FilePath& model_folder) override;
   void OrganizeStr2Word(LangType other, const Lines& configuration,
-                        const std::string& model_folder) override;
+                        const common::FilePath& model_folder) override;
   void OrganizeWsProcessor(LangType other, const Lines& configuration,
-                           const std::string& model_folder) override;
+                           const common::FilePath& model_folder) override;
   void OrganizeConstraint(LangType other, const Lines& configuration,
-                          const std::string& model_folder) override;
+                          const common::FilePath& model_folder) override;
   void OrganizeUnkTrans(LangType other, const Lines& configuration,
-                        const std::string& model_folder) override;
+                        const common::FilePath& model_folder) override;
 
  private:
   LexicutApi segmenter_;
@@ -63,19 +63,19 @@ class GeneralPreprocessor final : public AbstractPreprocessor {
  public:
   // "can't find segment dictionary configure file, worddict is null" with neither
   // "[segment]" nor "[single-word-split]".
-  GeneralPreprocessor(LangType source, LangType target, const std::string& configuration,
-                      const std::string& model_folder,
+  GeneralPreprocessor(LangType source, LangType target, const common::FilePath& configuration,
+                      const common::FilePath& model_folder,
                       const LexicutApi& segmenter = linked_lexicut());
 
  protected:
   void OrganizeStringProcessor(LangType other, const Lines& configuration,
-                               const std::string& model_folder) override;
+                               const common::FilePath& model_folder) override;
   void OrganizeStr2Word(LangType other, const Lines& configuration,
-                        const std::string& model_folder) override;
+                        const common::FilePath& model_folder) override;
   void OrganizeWsProcessor(LangType other, const Lines& configuration,
-                           const std::string& model_folder) override;
+                           const common::FilePath& model_folder) override;
   void OrganizeConstraint(LangType other, const Lines& configuration,
-                          const std::string& model_folder) override;
+                          const common::FilePath& model_folder) override;
 
  private:
   LangType source_;

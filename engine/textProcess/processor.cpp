@@ -9,8 +9,8 @@ namespace koralite::textProcess {
 namespace {
 
 std::unique_ptr<AbstractPreprocessor> make_preprocessor(LangType source, LangType target,
-                                                        const std::string& configuration,
-                                                        const std::string& model_folder,
+                                                        const common::FilePath& configuration,
+                                                        const common::FilePath& model_folder,
                                                         const LexicutApi& segmenter) {
   switch (source) {
     case LangType::kEnglish:
@@ -32,8 +32,8 @@ std::unique_ptr<AbstractPreprocessor> make_preprocessor(LangType source, LangTyp
 }
 
 std::unique_ptr<AbstractPostprocessor> make_postprocessor(LangType source, LangType target,
-                                                          const std::string& configuration,
-                                                          const std::string& model_folder) {
+                                                          const common::FilePath& configuration,
+                                                          const common::FilePath& model_folder) {
   switch (target) {
     case LangType::kEnglish:
     case LangType::kKorean:
@@ -54,8 +54,8 @@ std::unique_ptr<AbstractPostprocessor> make_postprocessor(LangType source, LangT
 
 }  // namespace
 
-Processor::Processor(LangType source, LangType target, const std::string& configuration,
-                     const std::string& model_folder, const LexicutApi& segmenter)
+Processor::Processor(LangType source, LangType target, const common::FilePath& configuration,
+                     const common::FilePath& model_folder, const LexicutApi& segmenter)
     : postprocessor_(nullptr),
       preprocessor_(make_preprocessor(source, target, configuration, model_folder, segmenter)) {
   postprocessor_ = make_postprocessor(source, target, configuration, model_folder);

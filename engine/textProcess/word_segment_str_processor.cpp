@@ -1,11 +1,14 @@
 #include "textProcess/word_segment_str_processor.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <utility>
 
 #include "common/des_file_reader.h"
+#include "common/mapped_file.h"
 
 namespace koralite::textProcess {
 namespace {
@@ -29,19 +32,42 @@ bool is_ascii(std::string_view text) {
                      [](char c) { return static_cast<unsigned char>(c) < 0x80U; });
 }
 
+lexicut_model* load_words(const LexicutApi& api, const common::FilePath& dictionary,
+                          const common::FilePath& names, const common::FilePath& ambiguous) {
+  if (dictionary.memory() == nullptr) {
+    return api.load_model(dictionary.c_str(), names.c_str(), ambiguous.c_str(), 0);
+  }
+  if (api.load_memory == nullptr) {
+    throw std::runtime_error("the segmentation library cannot read word lists from memory");
+  }
+  std::array<lexicut_bytes, 3> lists{};
+  const std::array<const common::FilePath*, 3> paths = {&dictionary, &names, &ambiguous};
+  for (std::size_t i = 0; i < lists.size(); ++i) {
+    if (paths[i]->empty()) {
+      continue;
+    }
+    const std::optional<common::MappedFile> file = common::MappedFile::open(*paths[i]);
+    if (!file) {
+      return nullptr;
+    }
+    // Views into the caller's memory, which outlive this object.
+    lists[i] = {file->data().data(), file->size()};
+  }
+  return api.load_memory(&lists[0], &lists[1], &lists[2], 0);
+}
+
 }  // namespace
 
-WordSegmentStrProcessor::WordSegmentStrProcessor(unsigned id,
-                                                 std::unique_ptr<AbstractStringProcessor> prior,
-                                                 const labels_t& labels, const char* dictionary,
-                                                 const char* names, const char* ambiguous,
-                                                 const char* anti_names, unsigned longest_piece,
-                                                 const LexicutApi& api)
+WordSegmentStrProcessor::WordSegmentStrProcessor(
+    unsigned id, std::unique_ptr<AbstractStringProcessor> prior, const labels_t& labels,
+    const common::FilePath& dictionary, const common::FilePath& names,
+    const common::FilePath& ambiguous, const common::FilePath& anti_names, unsigned longest_piece,
+    const LexicutApi& api)
     : SegmentStrProcessor(id, std::move(prior), labels.name),
       longest_piece_(longest_piece == 0 ? kLongestPiece : std::min(longest_piece, kLongestPiece)),
       segmented_capacity_(std::size_t{10} * longest_piece_),
       segment_full_(api.segment_full),
-      model_(api.load_model(dictionary, names, ambiguous, 0), ModelDeleter{api.destroy}),
+      model_(load_words(api, dictionary, names, ambiguous), ModelDeleter{api.destroy}),
       record_(nullptr, RecordDeleter{api.destroy_out}) {
   if (!model_) throw std::runtime_error(labels.no_model);
   record_.reset(api.create_out(static_cast<std::int32_t>(longest_piece_ + 1)));
@@ -49,8 +75,8 @@ WordSegmentStrProcessor::WordSegmentStrProcessor(unsigned id,
   load_anti_names(anti_names);
 }
 
-void WordSegmentStrProcessor::load_anti_names(const char* path) {
-  if (path == nullptr || *path == '\0') return;
+void WordSegmentStrProcessor::load_anti_names(const common::FilePath& path) {
+  if (path.empty()) return;
   common::DesFileReader reader(path);
   for (std::string line; reader.getline(line);) {
     if (!anti_names_.empty() && line < anti_names_.back())
@@ -171,11 +197,10 @@ void WordSegmentStrProcessor::connect_hyphen(std::string& piece) {
   piece = std::move(out);
 }
 
-ChsSegmentStrProcessor::ChsSegmentStrProcessor(unsigned id,
-                                               std::unique_ptr<AbstractStringProcessor> prior,
-                                               const char* dictionary, const char* names,
-                                               const char* ambiguous, const char* anti_names,
-                                               unsigned longest_piece, const LexicutApi& api)
+ChsSegmentStrProcessor::ChsSegmentStrProcessor(
+    unsigned id, std::unique_ptr<AbstractStringProcessor> prior, const common::FilePath& dictionary,
+    const common::FilePath& names, const common::FilePath& ambiguous,
+    const common::FilePath& anti_names, unsigned longest_piece, const LexicutApi& api)
     : WordSegmentStrProcessor(
           id, std::move(prior),
           {"segment", "NULL word segment dictionary in ChsSegmenter::ChsSegmenter()",
@@ -183,9 +208,9 @@ ChsSegmentStrProcessor::ChsSegmentStrProcessor(unsigned id,
           dictionary, names, ambiguous, anti_names, longest_piece, api) {}
 
 GeneralSegmentStrProcessor::GeneralSegmentStrProcessor(
-    unsigned id, std::unique_ptr<AbstractStringProcessor> prior, const char* dictionary,
-    const char* names, const char* ambiguous, const char* anti_names, unsigned longest_piece,
-    const LexicutApi& api)
+    unsigned id, std::unique_ptr<AbstractStringProcessor> prior, const common::FilePath& dictionary,
+    const common::FilePath& names, const common::FilePath& ambiguous,
+    const common::FilePath& anti_names, unsigned longest_piece, const LexicutApi& api)
     : WordSegmentStrProcessor(
           id, std::move(prior),
           {"word segment",

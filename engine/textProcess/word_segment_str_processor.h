@@ -16,6 +16,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/file_path.h"
 #include "textProcess/lexicut_api.h"
 #include "textProcess/segment_str_processor.h"
 
@@ -45,8 +46,9 @@ class WordSegmentStrProcessor : public SegmentStrProcessor {
   // "Invalidate antiname!" when the lines are not in ascending byte order, and
   // the errors of DesFileReader.
   WordSegmentStrProcessor(unsigned id, std::unique_ptr<AbstractStringProcessor> prior,
-                          const labels_t& labels, const char* dictionary, const char* names,
-                          const char* ambiguous, const char* anti_names, unsigned longest_piece,
+                          const labels_t& labels, const common::FilePath& dictionary,
+                          const common::FilePath& names, const common::FilePath& ambiguous,
+                          const common::FilePath& anti_names, unsigned longest_piece,
                           const LexicutApi& api);
 
  private:
@@ -67,7 +69,7 @@ class WordSegmentStrProcessor : public SegmentStrProcessor {
   static void connect_float(std::string& piece);
   static void connect_hyphen(std::string& piece);
 
-  void load_anti_names(const char* path);
+  void load_anti_names(const common::FilePath& path);
 
   unsigned longest_piece_;
   std::size_t segmented_capacity_;  // room kept for a piece with its blanks
@@ -82,18 +84,18 @@ class WordSegmentStrProcessor : public SegmentStrProcessor {
 class ChsSegmentStrProcessor : public WordSegmentStrProcessor {
  public:
   ChsSegmentStrProcessor(unsigned id, std::unique_ptr<AbstractStringProcessor> prior,
-                         const char* dictionary, const char* names, const char* ambiguous,
-                         const char* anti_names, unsigned longest_piece,
-                         const LexicutApi& api = linked_lexicut());
+                         const common::FilePath& dictionary, const common::FilePath& names,
+                         const common::FilePath& ambiguous, const common::FilePath& anti_names,
+                         unsigned longest_piece, const LexicutApi& api = linked_lexicut());
 };
 
 // The segmenter of every other language that needs one.
 class GeneralSegmentStrProcessor : public WordSegmentStrProcessor {
  public:
   GeneralSegmentStrProcessor(unsigned id, std::unique_ptr<AbstractStringProcessor> prior,
-                             const char* dictionary, const char* names, const char* ambiguous,
-                             const char* anti_names, unsigned longest_piece,
-                             const LexicutApi& api = linked_lexicut());
+                             const common::FilePath& dictionary, const common::FilePath& names,
+                             const common::FilePath& ambiguous, const common::FilePath& anti_names,
+                             unsigned longest_piece, const LexicutApi& api = linked_lexicut());
 };
 
 }  // namespace koralite::textProcess

@@ -14,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/file_path.h"
 #include "common/parse_number.h"
 #include "common/pick_conf.h"
 #include "decoder/parameter.h"
@@ -24,12 +25,15 @@
 #include "translator/trans_impl.h"
 
 using koralite::common::align_t;
+using koralite::common::FilePath;
+using koralite::common::MemoryFiles;
 using koralite::textProcess::LangType;
 using koralite::textProcess::ProcessStr;
 using koralite::textProcess::ProcessWordSeq;
 using koralite::translator::TransImpl;
 
 struct kora_c_translator {
+  MemoryFiles files;  // of a model in memory; outlives the engine
   std::unique_ptr<TransImpl> engine;
   LangType source;
   std::string message;  // of the last call
@@ -129,17 +133,18 @@ std::string path(const char* text, std::size_t length) {
   return result;
 }
 
-std::string parameter_file(const std::string& configuration) {
+std::string parameter_file(const FilePath& configuration) {
   try {
     std::vector<std::string> lines;
     koralite::common::PickConf(configuration, lines);
     std::string version;
     if (!koralite::common::find_conf(lines, "[version]", version) || !version.starts_with("1.0.")) {
-      throw Failure(KORA_C_BAD_CONFIGURATION, configuration + ": no [version] beginning with 1.0.");
+      throw Failure(KORA_C_BAD_CONFIGURATION,
+                    configuration.text() + ": no [version] beginning with 1.0.");
     }
     std::vector<std::string> values;
     if (!koralite::common::find_conf(lines, "[decoder]", values)) {
-      throw Failure(KORA_C_BAD_CONFIGURATION, configuration + ": no value for [decoder]");
+      throw Failure(KORA_C_BAD_CONFIGURATION, configuration.text() + ": no value for [decoder]");
     }
     return values.front();
   } catch (const Failure&) {
@@ -149,7 +154,7 @@ std::string parameter_file(const std::string& configuration) {
   }
 }
 
-void check_manifest(const std::string& configuration, const std::string& folder) {
+void check_manifest(const FilePath& configuration, const FilePath& folder) {
   try {
     koralite::translator::verify_model_folder(configuration, folder);
   } catch (const std::runtime_error& error) {
@@ -158,11 +163,58 @@ void check_manifest(const std::string& configuration, const std::string& folder)
 }
 
 // A folder says how long a sentence takes; this bounds what it can say.
-void check_search_width(const std::string& path) {
-  const koralite::decoder::Parameter parameter(path.c_str());
+void check_search_width(const FilePath& path) {
+  const koralite::decoder::Parameter parameter(path);
   if (parameter.stack_limit > max_stack || parameter.translation_limit > max_options) {
-    throw Failure(KORA_C_BAD_CONFIGURATION, path + ": [stack] or [option] above 1000");
+    throw Failure(KORA_C_BAD_CONFIGURATION, path.text() + ": [stack] or [option] above 1000");
   }
+}
+
+// The languages of a direction that may be opened with these flags.
+koralite::translator::language_pair_t languages_for(std::int32_t direction, std::uint32_t flags) {
+  need((flags & ~KORA_C_CHECK_MANIFEST) == 0, "an unknown flag");
+  const auto languages = koralite::translator::languages_of(direction);
+  if (!koralite::translator::can_split(languages.source)) {
+    throw Failure(KORA_C_BAD_DIRECTION, "a direction that cannot be translated");
+  }
+  return languages;
+}
+
+void load(kora_c_translator& translator, const koralite::translator::language_pair_t& languages,
+          const FilePath& configuration, const FilePath& folder, std::uint32_t flags) {
+  const std::string parameters = parameter_file(configuration);
+  if ((flags & KORA_C_CHECK_MANIFEST) != 0) {
+    check_manifest(configuration, folder);
+  }
+  check_search_width(folder.file(parameters));
+  translator.source = languages.source;
+  translator.engine = std::make_unique<TransImpl>(languages.source, languages.target, configuration,
+                                                  folder, parameters);
+}
+
+// Makes a translator by `make(kora_c_translator&)`.
+template <class Make>
+std::int32_t open_with(kora_c_translator** translator, char** message, Make&& make) noexcept {
+  if (message != nullptr) {
+    *message = nullptr;
+  }
+  if (translator != nullptr) {
+    *translator = nullptr;
+  }
+  std::string problem;
+  const std::int32_t result = guard(KORA_C_BAD_MODEL, problem, [&] {
+    need(translator != nullptr, "no place for the translator");
+    auto made = std::make_unique<kora_c_translator>();
+    make(*made);
+    *translator = made.release();
+  });
+  if (result != KORA_C_OK && message != nullptr) {
+    *message = static_cast<char*>(std::malloc(problem.size() + 1));
+    if (*message != nullptr) {
+      std::memcpy(*message, problem.c_str(), problem.size() + 1);
+    }
+  }
+  return result;
 }
 
 }  // namespace
@@ -198,34 +250,35 @@ std::int32_t kora_c_open(std::int32_t direction, const char* configuration,
                          std::size_t configuration_length, const char* folder,
                          std::size_t folder_length, std::uint32_t flags,
                          kora_c_translator** translator, char** message) {
-  if (message != nullptr) *message = nullptr;
-  if (translator != nullptr) *translator = nullptr;
-  std::string problem;
-  const std::int32_t result = guard(KORA_C_BAD_MODEL, problem, [&] {
-    need(translator != nullptr, "no place for the translator");
-    need((flags & ~KORA_C_CHECK_MANIFEST) == 0, "an unknown flag");
-    const auto languages = koralite::translator::languages_of(direction);
-    if (!koralite::translator::can_split(languages.source)) {
-      throw Failure(KORA_C_BAD_DIRECTION, "a direction that cannot be translated");
-    }
+  return open_with(translator, message, [&](kora_c_translator& made) {
+    const auto languages = languages_for(direction, flags);
     const std::string folder_path = path(folder, folder_length);
     need(!folder_path.empty(), "no model folder");
     std::string configuration_path = path(configuration, configuration_length);
-    if (configuration_path.empty()) configuration_path = folder_path + "/engine.conf";
-    const std::string parameters = parameter_file(configuration_path);
-    if ((flags & KORA_C_CHECK_MANIFEST) != 0) check_manifest(configuration_path, folder_path);
-    check_search_width(folder_path + '/' + parameters);
-    auto made = std::make_unique<kora_c_translator>();
-    made->source = languages.source;
-    made->engine = std::make_unique<TransImpl>(languages.source, languages.target,
-                                               configuration_path, folder_path, parameters);
-    *translator = made.release();
+    if (configuration_path.empty()) {
+      configuration_path = folder_path + "/engine.conf";
+    }
+    load(made, languages, configuration_path, folder_path, flags);
   });
-  if (result != KORA_C_OK && message != nullptr) {
-    *message = static_cast<char*>(std::malloc(problem.size() + 1));
-    if (*message != nullptr) std::memcpy(*message, problem.c_str(), problem.size() + 1);
-  }
-  return result;
+}
+
+std::int32_t kora_c_open_memory(std::int32_t direction, const kora_c_file* files, std::size_t count,
+                                std::uint32_t flags, kora_c_translator** translator,
+                                char** message) {
+  return open_with(translator, message, [&](kora_c_translator& made) {
+    const auto languages = languages_for(direction, flags);
+    need(files != nullptr || count == 0, "a null pointer with a count");
+    for (std::size_t i = 0; i < count; ++i) {
+      const kora_c_file& file = files[i];
+      need(file.data != nullptr || file.size == 0, "a null pointer with a size");
+      std::string name = path(file.name, file.name_length);
+      if (!made.files.add(name, {static_cast<const unsigned char*>(file.data), file.size})) {
+        throw Failure(KORA_C_BAD_ARGUMENT, "two files of the name '" + name + "'");
+      }
+    }
+    const FilePath folder(made.files);
+    load(made, languages, folder.file("engine.conf"), folder, flags);
+  });
 }
 
 void kora_c_close(kora_c_translator* translator) {

@@ -42,7 +42,7 @@ bool parse_file_line(const std::string& line, manifest_file_t& file) {
 
 // Every file that the engine opens for a configuration.
 std::set<std::string> named_files(const std::vector<std::string>& configuration,
-                                  const std::string& folder) {
+                                  const common::FilePath& folder) {
   std::set<std::string> names;
   std::string value;
   for (const char* section : resource_sections) {
@@ -51,7 +51,7 @@ std::set<std::string> named_files(const std::vector<std::string>& configuration,
   std::vector<std::string> values;
   if (!common::find_conf(configuration, "[decoder]", values)) return names;
   names.insert(values.front());
-  const decoder::Parameter parameter((folder + '/' + values.front()).c_str());
+  const decoder::Parameter parameter(folder.file(values.front()));
   names.insert({parameter.source_vocab, parameter.target_vocab, parameter.lang_model});
   if (parameter.compress) names.insert(parameter.compress_vocab);
   for (const char* suffix : {"", ".nodes", ".data"}) names.insert(parameter.trans_model + suffix);
@@ -65,12 +65,13 @@ std::string with_manifest_digest(std::string text) {
   return text.append(digest_header).append(digest).append(1, '\n');
 }
 
-std::vector<std::string> manifest_lines(const std::string& path) {
+std::vector<std::string> manifest_lines(const common::FilePath& path) {
   std::vector<std::string> lines;
   common::PickConf(path, lines);
   std::string version;
   if (!common::find_conf(lines, "[manifest]", version) || (version != "1" && version != "2")) {
-    throw std::runtime_error(path + ": no [manifest] of version 1 or 2; pack the folder again");
+    throw std::runtime_error(path.text() +
+                             ": no [manifest] of version 1 or 2; pack the folder again");
   }
   const common::MappedFile file(path);
   const std::string_view text(reinterpret_cast<const char*>(file.data().data()), file.size());
@@ -79,7 +80,8 @@ std::vector<std::string> manifest_lines(const std::string& path) {
   if (version == "1" && header == std::string_view::npos) return lines;
   if (header == std::string_view::npos ||
       text != with_manifest_digest(std::string(text.substr(0, header)))) {
-    throw std::runtime_error(path + ": contents differ from their own digest; copy the folder " +
+    throw std::runtime_error(path.text() +
+                             ": contents differ from their own digest; copy the folder " +
                              "again, or run 'kora pack' again");
   }
   return lines;
@@ -101,10 +103,11 @@ std::vector<manifest_file_t> manifest_files(const std::vector<std::string>& line
   return files;
 }
 
-std::string compare_with_manifest(const std::string& folder, const manifest_file_t& listed) {
-  const std::string path = folder + '/' + listed.name;
+std::string compare_with_manifest(const common::FilePath& folder, const manifest_file_t& listed) {
+  const common::FilePath place = folder.file(listed.name);
+  const std::string& path = place.text();
   std::string reason;
-  const auto file = common::MappedFile::open(path, &reason);
+  const auto file = common::MappedFile::open(place, &reason);
   if (!file) return path + ": " + reason + "; copy the folder again from where it was made";
   if (file->size() != listed.size) {
     return path + ": " + std::to_string(file->size()) + " bytes, the manifest says " +
@@ -117,10 +120,10 @@ std::string compare_with_manifest(const std::string& folder, const manifest_file
   return {};
 }
 
-void verify_model_folder(const std::string& configuration, const std::string& folder) {
-  const std::string path = folder + '/' + manifest_name;
+void verify_model_folder(const common::FilePath& configuration, const common::FilePath& folder) {
+  const common::FilePath path = folder.file(manifest_name);
   std::vector<std::string> lines = manifest_lines(path);
-  std::vector<manifest_file_t> files = manifest_files(lines, path);
+  std::vector<manifest_file_t> files = manifest_files(lines, path.text());
   // From small to large, so that most damage is found before much is read.
   std::stable_sort(
       files.begin(), files.end(),
@@ -137,12 +140,12 @@ void verify_model_folder(const std::string& configuration, const std::string& fo
   const common::MappedFile given(configuration);
   if (engine == files.end() || given.size() != engine->size ||
       common::Sha256::hex_of(given.data()) != engine->sha256) {
-    throw std::runtime_error(configuration + ": not the engine.conf of the manifest");
+    throw std::runtime_error(configuration.text() + ": not the engine.conf of the manifest");
   }
   common::PickConf(configuration, lines);
   for (const std::string& name : named_files(lines, folder)) {
     if (listed(name) == files.end()) {
-      throw std::runtime_error(folder + '/' + name +
+      throw std::runtime_error(folder.file(name).text() +
                                ": not listed in the manifest; run 'kora pack' again");
     }
   }

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "common/file_path.h"
+
 namespace koralite::translator {
 
 inline constexpr const char* manifest_name = "manifest.conf";
@@ -23,7 +25,7 @@ std::string with_manifest_digest(std::string text);
 
 // The lines of a manifest. Throws std::runtime_error when it cannot be read, differs
 // from its own digest, or has none although its version asks for one.
-std::vector<std::string> manifest_lines(const std::string& path);
+std::vector<std::string> manifest_lines(const common::FilePath& path);
 
 // The lines "digest size name" under "[files]" of a manifest whose lines are given.
 // `path` is for messages. Throws std::runtime_error naming the line that is broken.
@@ -31,12 +33,12 @@ std::vector<manifest_file_t> manifest_files(const std::vector<std::string>& line
                                             const std::string& path);
 
 // What is wrong with the file of a folder, and what to do; empty when it agrees.
-std::string compare_with_manifest(const std::string& folder, const manifest_file_t& listed);
+std::string compare_with_manifest(const common::FilePath& folder, const manifest_file_t& listed);
 
 // Reads the folder's manifest and compares every listed file, and requires that the
 // configuration and every file that it and the decoder parameters name are listed.
 // A configuration outside the folder must equal the folder's "engine.conf". Throws
 // std::runtime_error with the first problem found.
-void verify_model_folder(const std::string& configuration, const std::string& folder);
+void verify_model_folder(const common::FilePath& configuration, const common::FilePath& folder);
 
 }  // namespace koralite::translator

@@ -2,12 +2,12 @@
 
 namespace koralite::translator {
 
-PhraseBasedDecoder::PhraseBasedDecoder(const std::string& model_folder,
-                                       const std::string& parameter_path,
+PhraseBasedDecoder::PhraseBasedDecoder(const common::FilePath& model_folder,
+                                       const common::FilePath& parameter_path,
                                        textProcess::Processor& processor, bool debug)
     : debug_(debug),
       processor_(processor),
-      parameter_(parameter_path.c_str()),
+      parameter_(parameter_path),
       shared_(&parameter_, model_folder),
       decoder_(std::make_unique<decoder::Decoder>(shared_, processor.GetConstraint(),
                                                   processor.GetUnkTranslator())) {

@@ -22,7 +22,7 @@ class PhraseBasedDecoder : public AbstractTranslator {
  public:
   // Reads the parameter file and loads the models that it names. Throws their
   // errors as std::runtime_error.
-  PhraseBasedDecoder(const std::string& model_folder, const std::string& parameter_path,
+  PhraseBasedDecoder(const common::FilePath& model_folder, const common::FilePath& parameter_path,
                      textProcess::Processor& processor, bool debug);
   ~PhraseBasedDecoder() override;
 

@@ -9,7 +9,7 @@ using textProcess::ProcessStr;
 using textProcess::ProcessWordSeq;
 
 TransImpl::TransImpl(textProcess::LangType source, textProcess::LangType target,
-                     const std::string& configuration, const std::string& model_folder,
+                     const common::FilePath& configuration, const common::FilePath& model_folder,
                      const std::string& parameter_file)
     : Processor(source, target, configuration, model_folder), source_type_(source) {
   std::vector<std::string> lines;
@@ -17,7 +17,7 @@ TransImpl::TransImpl(textProcess::LangType source, textProcess::LangType target,
   std::string level;
   debug_ = common::find_conf(lines, "[debugLevel]", level) && !level.empty() && level[0] != '0';
   translator_ = std::make_unique<PhraseBasedDecoder>(
-      model_folder, model_folder + '/' + parameter_file, *this, debug_);
+      model_folder, model_folder.file(parameter_file), *this, debug_);
 }
 
 TransImpl::~TransImpl() = default;

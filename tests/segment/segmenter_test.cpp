@@ -105,6 +105,34 @@ TEST_F(Segmentation, AmbiguousStringsKeepTheirFixedPath) {
   EXPECT_EQ(cut(odd.get(), "起源的"), "起/源的");
 }
 
+TEST_F(Segmentation, FilesInMemoryCutTheSameWay) {
+  const std::string files[] = {kora_test::read_file(path("words")),
+                               kora_test::read_file(path("names")),
+                               kora_test::read_file(path("ambiguous"))};
+  const auto bytes = [&](std::size_t i, std::size_t size) {
+    return lexicut_bytes{files[i].data(), size};
+  };
+  const lexicut_bytes words = bytes(0, files[0].size());
+  const lexicut_bytes names = bytes(1, files[1].size());
+  const lexicut_bytes ambiguous = bytes(2, files[2].size());
+  const auto from_folder = load(true, true);
+  const model_ptr from_memory(lexicut_load_memory(&words, &names, &ambiguous, 0));
+  const model_ptr words_alone(lexicut_load_memory(&words, nullptr, nullptr, 0));
+  ASSERT_TRUE(from_memory && words_alone);
+  for (const char* section : {"words", "names"}) {
+    kora_test::for_cases("cases.txt", section, [&](const kora_test::Case& c) {
+      EXPECT_EQ(cut(from_memory.get(), c[0]), cut(from_folder.get(), c[0]));
+      EXPECT_EQ(cut(words_alone.get(), c[0]), cut(load(false, false).get(), c[0]));
+    });
+  }
+  EXPECT_EQ(lexicut_load_memory(nullptr, nullptr, nullptr, 0), nullptr);
+  EXPECT_EQ(lexicut_load_memory(&names, nullptr, nullptr, 0), nullptr);  // of another kind
+  for (std::size_t size = 0; size < files[0].size(); size += 1 + files[0].size() / 20) {
+    const lexicut_bytes cut_short = bytes(0, size);
+    EXPECT_EQ(lexicut_load_memory(&cut_short, nullptr, nullptr, 0), nullptr) << size;
+  }
+}
+
 TEST_F(Segmentation, RefusesWrongArguments) {
   const auto model = load(true, true);
   const out_ptr out(lexicut_create_out(4));

@@ -119,6 +119,22 @@ KORA_API int32_t kora_c_translate_nbest(kora_c_translator* translator, const cha
                                         size_t length, uint32_t n, char** outputs, size_t** ends,
                                         float** scores, size_t* count);
 
+/* A file in memory. The name is that of a file in a model folder, such as
+ * "engine.conf"; it need not end in a zero byte. */
+typedef struct kora_c_file {
+  const char* name;
+  size_t name_length;
+  const void* data;
+  size_t size;
+} kora_c_file;
+
+/* The same as kora_c_open for a model folder whose files are in memory: nothing is
+ * copied and the file system is not touched. "engine.conf" is the configuration;
+ * files that it does not name are ignored; two of one name are refused. The names may
+ * go after the call, the bytes must stay as they are until the translator is closed. */
+KORA_API int32_t kora_c_open_memory(int32_t direction, const kora_c_file* files, size_t count,
+                                    uint32_t flags, kora_c_translator** translator, char** message);
+
 #ifdef __cplusplus
 }
 #endif
