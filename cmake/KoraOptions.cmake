@@ -26,6 +26,12 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 # fused multiply-add or x87 excess precision would change their last bits.
 add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -ffp-contract=off)
 
+# Not CMake's way, which asks for thin files: Debian has no system libraries of emscripten in that form.
+if(EMSCRIPTEN)
+  add_compile_options(-flto)
+  add_link_options(-flto)
+endif()
+
 if(KORA_SANITIZE)
   add_compile_options(-fsanitize=${KORA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${KORA_SANITIZE})

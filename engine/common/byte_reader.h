@@ -17,6 +17,8 @@
 #include <span>
 #include <type_traits>
 
+#include "common/bits.h"
+
 namespace koralite::common {
 
 template <class T>
@@ -33,7 +35,7 @@ inline T load_le(const unsigned char* at) noexcept {
   } else {
     std::array<unsigned char, sizeof(T)> bytes;
     for (std::size_t i = 0; i < sizeof(T); ++i) bytes[i] = at[sizeof(T) - 1 - i];
-    return std::bit_cast<T>(bytes);
+    return bits_as<T>(bytes);
   }
 }
 

@@ -19,7 +19,7 @@ char* StringPool::add_string(std::string_view text) {
 }
 
 void StringPool::allocate() {
-  blocks_.push_back(std::make_unique_for_overwrite<char[]>(block_size_));
+  blocks_.emplace_back(new char[block_size_]);  // not cleared: each byte is written before it is read
   write_ = blocks_.back().get();
   free_ = block_size_;
 }

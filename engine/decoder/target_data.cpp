@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <limits>
 #include <ostream>
 #include <stdexcept>
 
+#include "common/bits.h"
 #include "common/byte_reader.h"
 #include "decoder/compressor.h"
 
@@ -152,7 +152,7 @@ void TargetData::insert(std::span<const int> ids, std::span<const float> scores)
   entry.reserve(4 * (1 + ids.size() + scores.size()));
   append_u32(entry, static_cast<std::uint32_t>(ids.size()));
   for (const int id : ids) append_u32(entry, static_cast<std::uint32_t>(id));
-  for (const float score : scores) append_u32(entry, std::bit_cast<std::uint32_t>(score));
+  for (const float score : scores) append_u32(entry, common::bits_as<std::uint32_t>(score));
   append(entry);
 }
 
