@@ -19,7 +19,8 @@ char* StringPool::add_string(std::string_view text) {
 }
 
 void StringPool::allocate() {
-  blocks_.emplace_back(new char[block_size_]);  // not cleared: each byte is written before it is read
+  blocks_.emplace_back(
+      new char[block_size_]);  // not cleared: each byte is written before it is read
   write_ = blocks_.back().get();
   free_ = block_size_;
 }
