@@ -19,8 +19,11 @@ char* StringPool::add_string(std::string_view text) {
 }
 
 void StringPool::allocate() {
-  blocks_.emplace_back(
-      new char[block_size_]);  // not cleared: each byte is written before it is read
+#if defined(__cpp_lib_smart_ptr_for_overwrite)
+  blocks_.push_back(std::make_unique_for_overwrite<char[]>(block_size_));
+#else
+  blocks_.push_back(std::make_unique<char[]>(block_size_));
+#endif
   write_ = blocks_.back().get();
   free_ = block_size_;
 }
