@@ -2,13 +2,11 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
-#include <cstdlib>
 #include <limits>
-#include <locale>
-#include <sstream>
 #include <string>
 #include <system_error>
+
+#include "common/classic_number.h"
 
 namespace koralite::common {
 namespace {
@@ -97,15 +95,8 @@ double parse_leading_double(std::string_view text) {
 #if defined(__cpp_lib_to_chars)
     const auto result = std::from_chars(number.data(), number.data() + number.size(), value);
     const bool out_of_range = result.ec == std::errc::result_out_of_range;
-#elif defined(__EMSCRIPTEN__)
-    // Its C library has one locale alone, and streams would double the size of the module.
-    value = std::strtod(std::string(number).c_str(), nullptr);
-    const bool out_of_range = std::isinf(value);
 #else
-    // Standard libraries without floating-point from_chars: a stream with its own locale.
-    std::istringstream stream{std::string(number)};
-    stream.imbue(std::locale::classic());
-    const bool out_of_range = !(stream >> value);
+    const bool out_of_range = !classic_parse(std::string(number), value);
 #endif
     if (out_of_range) value = is_huge(number) ? std::numeric_limits<double>::infinity() : 0.0;
   }

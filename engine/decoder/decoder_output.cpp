@@ -2,25 +2,22 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <stdexcept>
 
+#include "common/classic_number.h"
 #include "decoder/decoder_impl.h"
 #include "decoder/score_text.h"
 
 namespace koralite::decoder {
 
 std::string score_text(float score) {
-  char text[32];
 #if defined(__cpp_lib_to_chars)
+  char text[32];
   const auto end = std::to_chars(text, text + sizeof text, static_cast<double>(score),
                                  std::chars_format::general, 6);
   return {text, end.ptr};
 #else
-  // Standard libraries without floating-point to_chars: the same form, but in the locale's way.
-  const int size = std::snprintf(text, sizeof text, "%g", static_cast<double>(score));
-  std::replace(text, text + size, ',', '.');
-  return {text, static_cast<std::size_t>(size)};
+  return common::classic_text(static_cast<double>(score));
 #endif
 }
 
