@@ -6,7 +6,9 @@ import tempfile
 
 import polib
 
+from corpus.clean import MARKUP
 from corpus.sentences import proportional
+from corpus.sources import Document
 from corpus.text import HAN, LATIN_LANGUAGES, UNSPACED, units
 
 _CREDITS = re.compile(
@@ -110,10 +112,11 @@ def paragraphs(text, language):
     return found
 
 
-def segments(english, foreign, language, accelerators=""):
-    """The pairs of paragraphs of one message, without markup and accelerators; none when they do
-    not pair."""
-    english, foreign = strip_markup(english), strip_markup(foreign)
+def segments(english, foreign, language, accelerators="", markup=False):
+    """The pairs of paragraphs of one message without accelerators and, unless `markup` is to stay,
+    without markup; none when they do not pair."""
+    if not markup:
+        english, foreign = strip_markup(english), strip_markup(foreign)
     for sign in accelerators:
         english, foreign = strip_accelerator(english, sign), strip_accelerator(foreign, sign)
     lefts, rights = paragraphs(english, "en"), paragraphs(foreign, language)
@@ -125,22 +128,27 @@ def segments(english, foreign, language, accelerators=""):
     return []
 
 
-def catalogue_segments(data, language, accelerators="", prefixes=False):
-    """The pairs of paragraphs of a catalogue. With `prefixes`, what stands before a ^ in the
-    English message is a note to translators. Languages without a plural get the plural message as
-    English."""
+def read_messages(data, language, prefixes=False):
+    """The pairs (English, the language) of a catalogue. With `prefixes`, what stands before a ^ in
+    the English message is a note to translators. Languages without a plural get the plural message
+    as English."""
     for _, forms, translations in read_mo(data):
-        pairs = [
-            (
-                forms[-1]
-                if len(translations) == 1 and language not in LATIN_LANGUAGES
-                else forms[0],
-                translations[0],
-            )
-        ]
+        one_form = len(translations) == 1 and language not in LATIN_LANGUAGES
+        pairs = [(forms[-1] if one_form else forms[0], translations[0])]
         if len(forms) > 1 and len(translations) > 1:
             pairs.append((forms[1], translations[-1]))
         for english, foreign in pairs:
             if prefixes and "^" in english[:40]:
                 english, foreign = english.split("^", 1)[1], foreign.split("^", 1)[-1]
-            yield from segments(english, foreign, language, accelerators)
+            yield english, foreign
+
+
+def catalogue_document(name, data, language, accelerators="", prefixes=False):
+    """The Document of a catalogue: its pairs of paragraphs, and those with markup once more as they
+    stand."""
+    document = Document(name, [])
+    for english, foreign in read_messages(data, language, prefixes):
+        document.segments += segments(english, foreign, language, accelerators)
+        if MARKUP.search(english):
+            document.marked += segments(english, foreign, language, accelerators, markup=True)
+    return document

@@ -1,6 +1,7 @@
 """The rules that decide which pairs are worth training on. Each refusal has a name that the table
 of a set counts, so that what was dropped, and why, can be read there."""
 import re
+from collections import Counter
 
 from corpus.text import HAN, HANGUL, KANA, LATIN_LANGUAGES, SCRIPT, UNITS_PER_ENGLISH_TOKEN, units
 
@@ -82,6 +83,19 @@ def refuse_line(text, language):
     elif _half_translated(text, language):
         return "half translated"
     return None
+
+
+def repeats(text, language):
+    """Whether a line says the same thing over and over: a unit of letters four times in a row, or
+    one that makes up a third of a line of twelve units or more."""
+    words = [u.lower() for u in units(text, language) if u[0].isalpha()]
+    run = longest = 1
+    for before, word in zip(words, words[1:]):
+        run = run + 1 if word == before else 1
+        longest = max(longest, run)
+    return longest >= 4 or (
+        len(words) >= 12 and 3 * Counter(words).most_common(1)[0][1] > len(words)
+    )
 
 
 def refuse_pair(left, right, left_language, right_language):

@@ -7,8 +7,13 @@ from.
 
 Files in the output folder (UTF-8, one sentence a line, the two languages line by line):
     train.LL         to train on
+    spans.LL         more of it with placeholders and tags, the same ones on both sides
     dev.LL           1,000 sentences of held-out help pages, to tune on
-    dev-mixed.LL     700 of them and up to 300 of a story: tunes better for general use
+    dev-mixed.LL     help, a story and, in a large set, messages and daily life: tunes better for
+                     general use
+    dev-life.LL, test-life.LL            sentences of daily life from the phrase book
+    dev-messages.LL, test-messages.LL    messages of programs with placeholders and tags
+    dev-interface.LL, test-interface.LL  messages of the same programs without
     test-help.LL     1,000 sentences of other held-out help pages
     test-*.LL        text from elsewhere, never trained on
     mono.LL          lines of one language without a partner, for a language model
@@ -30,26 +35,27 @@ sys.path.insert(0, ROOT)
 from corpus import pipeline  # noqa: E402
 from corpus.packages import Cache, PackageError  # noqa: E402
 from corpus.sets import SETS  # noqa: E402
-from corpus.sources import descriptions, locales  # noqa: E402
-from corpus.split import Held, Train, choose  # noqa: E402
+from corpus.sources import descriptions, libreoffice_help, locales, phrasebook  # noqa: E402
+from corpus.quality import scores  # noqa: E402
+from corpus.split import MIN_WORDS, Held, Train, choose, spread  # noqa: E402
 from corpus.text import fingerprint, units  # noqa: E402
 
 SENTENCES = 1000  # of dev and of each test
 DEV_HELP, DEV_STORY = 700, 300
+MESSAGE_WORDS = 2  # of a message that is measured on
+# Pairs below this score, and this share of the worst, are left out of a strict set.
+MIN_SCORE, WORST_SHARE = 0.0, 0.01
 _OUTCOMES = ("paragraphs", "sentences", "train", "held out", "duplicate")
 
 
 def packages_of(source, chosen):
     names = []
+    if not tasks_of(source, chosen):
+        return names
     for language in (chosen.left, chosen.right):
         if language != "en":
             names += source.packages(language)
     return list(dict.fromkeys(names))
-
-
-def sources_of(chosen):
-    extra = [chosen.dev_story] if chosen.dev_story else []
-    return list(chosen.train) + extra + [source for _, source in chosen.tests]
 
 
 def held_out_pages(part):
@@ -58,14 +64,17 @@ def held_out_pages(part):
 
 
 def stamp_of(chosen, cache):
-    """Changes whenever the scripts, the lists or a package change."""
+    """Changes whenever the scripts, the lists, the phrase book or a package change."""
     digest = hashlib.sha256(chosen.name.encode())
-    for folder, _, files in sorted(os.walk(os.path.join(ROOT, "corpus"))):
+    roots = [os.path.join(ROOT, "corpus")]
+    if phrasebook.SOURCE in chosen.train:
+        roots.append(phrasebook.FOLDER)
+    for folder, _, files in (walked for root in roots for walked in sorted(os.walk(root))):
         for file in sorted(files):
-            if file.endswith((".py", ".txt")):
+            if file.endswith((".py", ".txt", ".tsv")):
                 with open(os.path.join(folder, file), "rb") as f:
                     digest.update(f.read())
-    for source in sources_of(chosen):
+    for source in chosen.sources():
         for name in packages_of(source, chosen):
             digest.update(f"{name} {cache.version(name)} {cache.size(name)}\n".encode())
     return digest.hexdigest()
@@ -76,26 +85,34 @@ def tasks_of(source, chosen):
     return tasks if chosen.left == "en" else [t for t in source.tasks(chosen.left) if t in tasks]
 
 
+def is_strict(source, chosen):
+    """What is measured on is cleaned alike in every set; help pages are among it."""
+    return chosen.strict and source in chosen.train and source != libreoffice_help.SOURCE
+
+
 def run_sources(chosen, cache, jobs):
     """{source name: Result} with the tasks of each source put together in order."""
-    results = {source.name: pipeline.Result() for source in sources_of(chosen)}
+    results = {source.name: pipeline.Result() for source in chosen.sources()}
     with ProcessPoolExecutor(max_workers=jobs) as pool:
         running = [
             (
                 source,
                 pool.submit(
-                    pipeline.work_by_name, source.name, cache, chosen.left, chosen.right, task
+                    pipeline.work_by_name,
+                    source.name,
+                    cache,
+                    chosen.left,
+                    chosen.right,
+                    is_strict(source, chosen),
+                    task,
                 ),
             )
-            for source in sources_of(chosen)
+            for source in chosen.sources()
             for task in tasks_of(source, chosen)
         ]
         for number, (source, future) in enumerate(running, 1):
             part = future.result()
-            whole = results[source.name]
-            whole.documents += part.documents
-            whole.unpaired += part.unpaired
-            whole.counts.update(part.counts)
+            results[source.name].add(part)
             if sys.stderr.isatty():
                 print(
                     f"\r{number} of {len(running)} parts read",
@@ -105,35 +122,73 @@ def run_sources(chosen, cache, jobs):
     return results
 
 
-def divide(chosen, results):
-    """{file stem: pairs} of train, dev and tests, and {language: lines} of text without partner.
-    The counts of the results are completed."""
+def measured(chosen, results, held):
+    """{file stem: pairs} of dev and tests; all of them are held from now on."""
     test_pages, dev_pages = held_out_pages("test"), held_out_pages("dev")
     documents = [d for source in chosen.train for d in results[source.name].documents]
-    held, files = Held(), {}
+    files = {}
+
+    def take(name, source, count, words=MIN_WORDS, part="documents"):
+        taken = choose(getattr(results[source.name], part), chosen.left, count, held, words)
+        files[name] = taken
+        results[source.name].counts[name.partition("-")[0]] += len(taken)
+
+    def take_whole(name, source):
+        files[name] = [p for _, pairs in results[source.name].documents for p in pairs]
+        held.add(files[name])
+        results[source.name].counts[name.partition("-")[0]] += len(files[name])
+
     files["test-help"] = choose(
         [d for d in documents if d[0] in test_pages], chosen.left, SENTENCES, held
     )
     for name, source in chosen.tests:
-        files["test-" + name] = choose(results[source.name].documents, chosen.left, SENTENCES, held)
-        results[source.name].counts["test"] = len(files["test-" + name])
+        take("test-" + name, source, SENTENCES)
     files["dev"] = choose([d for d in documents if d[0] in dev_pages], chosen.left, SENTENCES, held)
+    mixed = [("dev", DEV_HELP)]
     if chosen.dev_story:
-        help_part = [
-            files["dev"][i * len(files["dev"]) // DEV_HELP]
-            for i in range(min(DEV_HELP, len(files["dev"])))
-        ]
-        story = choose(results[chosen.dev_story.name].documents, chosen.left, DEV_STORY, held)
-        files["dev-mixed"] = help_part + story
-        results[chosen.dev_story.name].counts["dev"] = len(story)
-    train = Train()
+        take("dev-story", chosen.dev_story, DEV_STORY)
+        mixed.append(("dev-story", DEV_STORY))
+    # Last, so that the files above are the same in every set of a language pair.
+    if chosen.test_messages:
+        take("test-messages", chosen.test_messages, SENTENCES, MESSAGE_WORDS, "marked")
+        take("test-interface", chosen.test_messages, SENTENCES, MESSAGE_WORDS)
+        take("dev-messages", chosen.dev_messages, SENTENCES, MESSAGE_WORDS, "marked")
+        take("dev-interface", chosen.dev_messages, SENTENCES, MESSAGE_WORDS)
+        mixed = [("dev", 300), ("dev-story", 250), ("dev-interface", 150)]
+    if chosen.test_life:
+        take_whole("test-life", chosen.test_life)
+        take_whole("dev-life", chosen.dev_life)
+        mixed.append(("dev-life", 300))
+    if chosen.dev_story:
+        files["dev-mixed"] = [p for name, count in mixed for p in spread(files[name], count)]
+        del files["dev-story"]
+    return {name: pairs for name, pairs in files.items() if pairs or not chosen.strict}
+
+
+def divide(chosen, results):
+    """{file stem: pairs} of train, dev, tests and spans, and {language: lines} of text without
+    partner. The counts of the results are completed."""
+    held, train, spans = Held(), Train(), Train()
+    files = measured(chosen, results, held)
+    pages = held_out_pages("test") | held_out_pages("dev")
     for source in chosen.train:
-        for name, pairs in results[source.name].documents:
-            if name in test_pages or name in dev_pages:
-                results[source.name].counts["on held-out pages"] += len(pairs)
+        result = results[source.name]
+        for name, pairs in result.documents:
+            if name in pages:
+                result.counts["on held-out pages"] += len(pairs)
             else:
-                train.add(pairs, held, results[source.name].counts)
-    files["train"] = train.pairs
+                train.add(source.name, pairs, held, result.counts)
+        for name, pairs in result.marked:
+            if name not in pages:
+                spans.add(source.name, pairs, held, Counter())
+        result.counts["spans"] = spans.sources.count(source.name)
+    if chosen.strict:
+        found = scores(train.pairs, chosen.left, chosen.right)
+        worst = max(MIN_SCORE, sorted(found)[int(WORST_SHARE * len(found))] if len(found) else 0)
+        own = phrasebook.SOURCE.name
+        bad = [s < worst and source != own for s, source in zip(found, train.sources)]
+        train.drop(bad, "low score", results)
+    files["train"], files["spans"] = train.pairs, spans.pairs
     mono = {}
     for side, language in enumerate((chosen.left, chosen.right)):
         lines = dict.fromkeys(
@@ -147,7 +202,7 @@ def divide(chosen, results):
 def describe(chosen, cache, results, files, stamp):
     """What sources.json holds."""
     sources = []
-    for source in sources_of(chosen):
+    for source in chosen.sources():
         names = packages_of(source, chosen)
         counts = results[source.name].counts
         sources.append(
@@ -245,9 +300,9 @@ def build(name, cache_folder, out, jobs):
     chosen = SETS[name]
     apt_languages = [lang for language in (chosen.left, chosen.right) for lang in locales(language)]
     cache = Cache(cache_folder, apt_languages)
-    if descriptions.SOURCE in sources_of(chosen) and not cache.has_lists(locales(chosen.right)[:1]):
+    if descriptions.SOURCE in chosen.sources() and not cache.has_lists(locales(chosen.right)[:1]):
         cache.update()
-    cache.fetch([n for source in sources_of(chosen) for n in packages_of(source, chosen)])
+    cache.fetch([n for source in chosen.sources() for n in packages_of(source, chosen)])
     stamp = stamp_of(chosen, cache)
     try:
         with open(os.path.join(out, "sources.json"), encoding="utf-8") as f:

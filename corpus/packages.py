@@ -3,11 +3,14 @@
 The cache folder holds the .deb files, `packages.json` (what apt gave for each name) and apt's own
 lists, so the machine's apt state stays as it is and no root is needed. """
 import fnmatch
+import hashlib
 import json
+import marshal
 import os
 import re
 import subprocess
 import tarfile
+import tempfile
 import urllib.parse
 
 _MANIFEST = "packages.json"
@@ -142,6 +145,25 @@ class Cache:
     def read(self, name, *patterns):
         """{path: bytes} of the files of a package that match a pattern (as in fnmatch; paths start
         without a slash). Links inside the package are followed."""
+        kept = self._kept_path(name, patterns)
+        try:
+            with open(kept, "rb") as f:
+                return marshal.load(f)
+        except (FileNotFoundError, EOFError, ValueError):
+            files = self._unpack(name, patterns)
+        os.makedirs(os.path.dirname(kept), exist_ok=True)
+        with tempfile.NamedTemporaryFile(dir=os.path.dirname(kept), delete=False) as f:
+            marshal.dump(files, f)
+        os.replace(f.name, kept)
+        return files
+
+    def _kept_path(self, name, patterns):
+        """Where the files read from a package are kept, since unpacking takes long."""
+        package = self.path(name)
+        key = f"{package} {os.stat(package).st_mtime_ns} {sorted(patterns)}"
+        return os.path.join(self.folder, "read", hashlib.sha256(key.encode()).hexdigest()[:32])
+
+    def _unpack(self, name, patterns):
         wanted = re.compile("|".join(fnmatch.translate(p) for p in patterns))
         files, links = {}, {}
         with subprocess.Popen(

@@ -1,18 +1,25 @@
 """The named sets: which sources train, which are measured on."""
 from dataclasses import dataclass
 
-from corpus.sources import catalogues, descriptions, gnome_help, libreoffice_help, manuals
+from corpus.sources import catalogues, descriptions, gnome_help, json_messages, libreoffice_help
+from corpus.sources import manpages, manuals, phrasebook
 
-SIZES = ("small", "demo")
-LANGUAGES = ("en", "zh", "ja", "ko", "ru", "fr", "de", "es", "pt")
-_PAIRS = [("en", lang) for lang in LANGUAGES[1:]] + [("zh", "ja"), ("zh", "ko"), ("zh", "ru")]
+LANGUAGES = ("en", "zh", "ja", "ko", "ru", "fr", "de", "es", "pt", "ar", "th")
+_HELP_LANGUAGES = LANGUAGES[:9]  # that LibreOffice help speaks
+_PAIRS = [("en", lang) for lang in _HELP_LANGUAGES[1:]] + [("zh", "ja"), ("zh", "ko"), ("zh", "ru")]
+_LARGE_LANGUAGES = ("zh", "ja", "ko", "ru", "ar", "th")
+_LARGE_PAIRS = [("en", lang) for lang in _LARGE_LANGUAGES]
+_LARGE_PAIRS += [("zh", lang) for lang in _LARGE_LANGUAGES[1:]]
 _WITH_KERNEL = ("zh",)  # translations of the kernel's documents that are worth 37 MB
+_WITH_DESCRIPTIONS = _HELP_LANGUAGES  # that apt has lists of descriptions for
 
 
 @dataclass(frozen=True)
 class NamedSet:
     """`train` sources; `tests` are (name of the test, source); `dev_story` flavours a second dev
-    set."""
+    set. `dev_messages` and `test_messages` are programs whose messages are measured on, with and
+    without placeholders; `dev_life` and `test_life` are sentences taken whole. A `strict` set is
+    cleaned harder."""
 
     name: str
     left: str
@@ -20,37 +27,84 @@ class NamedSet:
     train: tuple
     tests: tuple = ()
     dev_story: object = None
+    dev_messages: object = None
+    test_messages: object = None
+    dev_life: object = None
+    test_life: object = None
+    strict: bool = False
+
+    def sources(self):
+        """All sources, each once."""
+        others = (
+            self.dev_story,
+            self.dev_messages,
+            self.test_messages,
+            self.dev_life,
+            self.test_life,
+        )
+        return list(self.train) + [s for s in others if s] + [source for _, source in self.tests]
 
 
-def _small(name, left, right):
-    return NamedSet(
-        name,
-        left,
-        right,
-        (libreoffice_help.SOURCE, catalogues.LIBREOFFICE_UI, catalogues.CATACLYSM, manuals.SOURCE),
-    )
+def _small(left, right):
+    train = (libreoffice_help.SOURCE, catalogues.LIBREOFFICE_UI, catalogues.CATACLYSM)
+    return NamedSet(f"small-{left}-{right}", left, right, train + (manuals.SOURCE,))
 
 
-def _demo(name, left, right):
+def _tests(left, right):
     tests = [("stories", catalogues.WESNOTH_TEST)]
     if left == "en":
-        tests.append(("descriptions", descriptions.SOURCE))
+        if right in _WITH_DESCRIPTIONS:
+            tests.append(("descriptions", descriptions.SOURCE))
         if right in _WITH_KERNEL:
             tests.append(("kernel", manuals.KERNEL))
-    train = _small(name, left, right).train + (
+    return tuple(tests)
+
+
+def _demo(left, right):
+    train = _small(left, right).train + (
         gnome_help.SOURCE,
         catalogues.PROGRAM_MESSAGES,
         catalogues.WESNOTH,
     )
     if (left, right) != ("en", "zh"):
         train += (catalogues.MORE_MESSAGES,)
-    return NamedSet(name, left, right, train, tuple(tests), catalogues.WESNOTH_DEV)
-
-
-SETS = {
-    f"{size}-{left}-{right}": (_small if size == "small" else _demo)(
-        f"{size}-{left}-{right}", left, right
+    return NamedSet(
+        f"demo-{left}-{right}", left, right, train, _tests(left, right), catalogues.WESNOTH_DEV
     )
-    for size in SIZES
-    for left, right in _PAIRS
-}
+
+
+def _large(left, right):
+    train = (
+        phrasebook.SOURCE,
+        libreoffice_help.SOURCE,
+        catalogues.LIBREOFFICE_UI,
+        catalogues.CATACLYSM,
+        manuals.SOURCE,
+        manuals.MORE,
+        gnome_help.SOURCE,
+        catalogues.WESNOTH_ALL,
+        catalogues.ALL_MESSAGES,
+        json_messages.MEDIAWIKI,
+        json_messages.TYPESCRIPT,
+        manpages.SOURCE,
+    )
+    if right not in _HELP_LANGUAGES:
+        train = tuple(source for source in train if source != libreoffice_help.SOURCE)
+    return NamedSet(
+        f"large-{left}-{right}",
+        left,
+        right,
+        train,
+        _tests(left, right),
+        dev_story=catalogues.WESNOTH_DEV,
+        dev_messages=catalogues.DEV_MESSAGES,
+        test_messages=catalogues.TEST_MESSAGES,
+        dev_life=phrasebook.DEV,
+        test_life=phrasebook.TEST,
+        strict=True,
+    )
+
+
+_MADE = [make(left, right) for make in (_small, _demo) for left, right in _PAIRS]
+_MADE += [_large(left, right) for left, right in _LARGE_PAIRS]
+SETS = {made.name: made for made in _MADE}

@@ -3,8 +3,8 @@ Cataclysm and the campaigns of Wesnoth."""
 import posixpath
 import zlib
 
-from corpus.catalogue import catalogue_segments
-from corpus.sources import Source, apt_suffix, locales
+from corpus.catalogue import catalogue_document
+from corpus.sources import Document, Source, apt_suffix, listed, locales
 
 PROGRAMS = (
     "libvirt-l10n gcc-12-locales aisleriot krita-l10n gnucash-common vlc-l10n network-manager "
@@ -20,6 +20,11 @@ MORE_PROGRAMS = (
 ).split()
 # Campaigns to train on, one for the development set, two for the tests.
 CAMPAIGNS, DEV_CAMPAIGNS, TEST_CAMPAIGNS = ("utbs", "nr", "did", "dm"), ("dw",), ("tsg", "thot")
+# The rest of the game: other campaigns, and its interface and help ("data").
+MORE_CAMPAIGNS = ("data", "httt", "low", "trow", "ttb", "sotbe", "sota", "sof", "l", "ei")
+# Programs whose messages are measured on and never trained on.
+TEST_PROGRAMS = "nautilus-data transmission-gtk filezilla-common gparted-common konsole".split()
+DEV_PROGRAMS = "file-roller evince-common".split()
 _SHELVES = 100  # Cataclysm is one catalogue; it is cut into this many documents
 
 
@@ -42,20 +47,19 @@ def _catalogues(cache, package, language):
 def _reader(accelerators="", prefixes=False):
     def documents(cache, language, package):
         for name, data in _catalogues(cache, package, language):
-            yield f"{package}:{name}", list(
-                catalogue_segments(data, language, accelerators, prefixes)
-            ), []
+            yield catalogue_document(f"{package}:{name}", data, language, accelerators, prefixes)
 
     return documents
 
 
 def _shelved(cache, language, package):
     for _, data in _catalogues(cache, package, language):
-        shelves = [[] for _ in range(_SHELVES)]
-        for pair in catalogue_segments(data, language):
-            shelves[zlib.crc32(pair[0].encode()) % _SHELVES].append(pair)
-        for number, pairs in enumerate(shelves):
-            yield f"{package}#{number:02}", pairs, []
+        whole = catalogue_document(package, data, language)
+        shelves = [Document(f"{package}#{number:02}", []) for number in range(_SHELVES)]
+        for part in ("segments", "marked"):
+            for pair in getattr(whole, part):
+                getattr(shelves[zlib.crc32(pair[0].encode()) % _SHELVES], part).append(pair)
+        yield from shelves
 
 
 def _interface_package(language):
@@ -65,7 +69,7 @@ def _interface_package(language):
 def _interface(cache, language, task):
     # The name of the package differs from language to language; that of a document must not.
     for name, data in _catalogues(cache, *_interface_package(language), language):
-        yield f"{task}:{name}", list(catalogue_segments(data, language, "~_")), []
+        yield catalogue_document(f"{task}:{name}", data, language, "~_")
 
 
 def _fixed(packages):
@@ -96,9 +100,31 @@ PROGRAM_MESSAGES = _source(
 MORE_MESSAGES = _source(
     "more-programs", "messages of more programs", "GPL-2+ and GPL-3+", MORE_PROGRAMS, _reader("&_")
 )
+ALL_MESSAGES = _source(
+    "messages",
+    "messages of programs",
+    "GPL-2+, GPL-3+ and others",
+    listed("programs"),
+    _reader("&_"),
+)
+TEST_MESSAGES = _source(
+    "messages-test",
+    "messages of programs for testing",
+    "GPL-2+ and GPL-3+",
+    TEST_PROGRAMS,
+    _reader("&_"),
+)
+DEV_MESSAGES = _source(
+    "messages-dev",
+    "messages of programs for development",
+    "GPL-2+ and GPL-3+",
+    DEV_PROGRAMS,
+    _reader("&_"),
+)
 CATACLYSM = _source(
     "cataclysm", "Cataclysm: Dark Days Ahead", "CC-BY-SA-3.0", ["cataclysm-dda-data"], _shelved
 )
 WESNOTH = _campaigns("wesnoth", "Wesnoth campaigns", CAMPAIGNS)
+WESNOTH_ALL = _campaigns("all-wesnoth", "Wesnoth campaigns", CAMPAIGNS + MORE_CAMPAIGNS)
 WESNOTH_DEV = _campaigns("wesnoth-dev", "a Wesnoth campaign for development", DEV_CAMPAIGNS)
 WESNOTH_TEST = _campaigns("wesnoth-test", "Wesnoth campaigns for testing", TEST_CAMPAIGNS)

@@ -2,7 +2,7 @@
 software."""
 import re
 
-from corpus.sources import Source, locales
+from corpus.sources import Document, Source, locales
 
 _FIELD = re.compile(r"^([\w-]+): ?(.*)$")
 
@@ -52,9 +52,9 @@ def _documents(cache, language, task):
         foreign.items(), key=lambda item: (item[1][0], item[0])
     ):
         if digest in english and len(paragraphs) == len(english[digest][1]):
-            yield f"descriptions:{package}", [
-                (_join(a, "en"), _join(b, language)) for a, b in zip(english[digest][1], paragraphs)
-            ], []
+            both = zip(english[digest][1], paragraphs)
+            segments = [(_join(a, "en"), _join(b, language)) for a, b in both]
+            yield Document(f"descriptions:{package}", segments)
 
 
 SOURCE = Source(

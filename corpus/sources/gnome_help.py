@@ -3,7 +3,7 @@ import re
 
 from corpus.align import align
 from corpus.markup import blocks, parse_xml
-from corpus.sources import Source, locales
+from corpus.sources import Document, Source, locales
 
 _ROOT = "usr/share/help/"
 _PARTS = 4
@@ -51,9 +51,8 @@ def _documents(cache, language, task):
         left, right = (
             page_blocks(side[page].decode("utf-8", "replace")) for side in (english, foreign)
         )
-        yield f"gnome-help:{page}", [
-            (left[i].text, right[j].text) for i, j in align(left, right, language)
-        ], []
+        segments = [(left[i].text, right[j].text) for i, j in align(left, right, language)]
+        yield Document(f"gnome-help:{page}", segments)
 
 
 SOURCE = Source(

@@ -2,7 +2,7 @@
 import difflib
 
 from corpus.markup import blocks, css_class, parse_html
-from corpus.sources import Source
+from corpus.sources import Document, Source
 
 NAME = "libreoffice-help"
 _ROOT = "usr/share/libreoffice/help/"
@@ -92,7 +92,7 @@ def _documents(cache, language, task):
     )
     for page in [p for p in english if p in foreign][task::_PARTS]:
         left, right = (page_blocks(side[page]) for side in (english, foreign))
-        yield page, pair_pages(left, right), []
+        yield Document(page, pair_pages(left, right))
 
 
 SOURCE = Source(

@@ -1,11 +1,11 @@
 """Manuals in HTML, one tree or set of files a language, and the kernel's documents (for tests
 alone)."""
-import posixpath
 import re
+from functools import partial
 
 from corpus.align import align
 from corpus.markup import blocks, css_class, parse_html
-from corpus.sources import Source, apt_suffix
+from corpus.sources import Document, Source, apt_suffix, locales
 
 _FURNITURE_CLASSES = frozenset(
     (
@@ -61,6 +61,20 @@ def pair_pages(english, foreign, language):
     return pairs, unpaired
 
 
+# How some manuals name the folder of a language.
+_COUNTRIES = {
+    "zh": "zh-CN",
+    "ja": "ja-JP",
+    "ko": "ko-KR",
+    "ar": "ar-MA",
+    "fr": "fr-FR",
+    "de": "de-DE",
+    "es": "es-ES",
+    "ru": "ru-RU",
+    "pt": "pt-PT",
+}
+
+
 def _debian_reference(language):
     low = apt_suffix(language)
     return (
@@ -98,15 +112,7 @@ def _maint_guide(language):
 
 
 def _harden_doc(language):
-    folder = {
-        "zh": "zh-CN",
-        "ja": "ja-JP",
-        "fr": "fr-FR",
-        "de": "de-DE",
-        "es": "es-ES",
-        "ru": "ru-RU",
-        "pt": "pt-PT",
-    }[language]
+    folder = _COUNTRIES[language]
     root = "usr/share/doc/harden-doc/html/"
     return (
         "harden-doc",
@@ -118,34 +124,92 @@ def _harden_doc(language):
     )
 
 
-# Which manuals a language has. Each gives the package, pattern and ending of the English pages and
-# of the others.
+def _debian_handbook(language):
+    folder = _COUNTRIES[language]
+    root = "usr/share/doc/debian-handbook/html/"
+    return _one_package("debian-handbook", root + "en-US/", f"{root}{folder}/")
+
+
+def _installation_guide(language):
+    root = "usr/share/doc/installation-guide-amd64/"
+    return _one_package("installation-guide-amd64", root + "en/", f"{root}{locales(language)[0]}/")
+
+
+def _debian_edu(language):
+    places = []
+    for name in ("en", apt_suffix(language)):
+        package = f"debian-edu-doc-{name}"
+        places += [package, f"usr/share/doc/{package}/*.html", ".html"]
+    return tuple(places)
+
+
+def _kicad(language):
+    places = []
+    for name in ("en", language):
+        places += [f"kicad-doc-{name}", f"usr/share/doc/kicad/help/{name}/*.html", ".html"]
+    return tuple(places)
+
+
+def _debmake(language):
+    places = []
+    for name in ("en", apt_suffix(language)):
+        places += ["debmake-doc", f"usr/share/doc/debmake-doc/html/*.{name}.html", f".{name}.html"]
+    return tuple(places)
+
+
+def _rust_by_example(language):
+    root = "usr/share/doc/rust-web-doc/html/rust-by-example/"
+    return _one_package("rust-web-doc", root, f"{root}{language}/")
+
+
+def _one_package(package, english, foreign):
+    return package, english + "*.html", ".html", package, foreign + "*.html", ".html"
+
+
+# Each gives the package, pattern and ending of the English pages and of the others. The path that
+# both sides share begins where the pattern has its first star.
 MANUALS = {
     "debian-reference": _debian_reference,
     "debian-faq": _debian_faq,
     "maint-guide": _maint_guide,
     "harden-doc": _harden_doc,
+    "debian-handbook": _debian_handbook,
+    "installation-guide": _installation_guide,
+    "debian-edu": _debian_edu,
+    "kicad-doc": _kicad,
+    "debmake-doc": _debmake,
+    "rust-by-example": _rust_by_example,
 }
+# Which manuals a language has.
 _TRANSLATED = {
     "debian-reference": ("zh", "ja", "fr", "de", "es", "pt"),
     "debian-faq": ("zh", "ja", "fr", "de", "ru"),
     "maint-guide": ("zh", "ja", "fr", "de", "es", "ru"),
     "harden-doc": ("zh", "ja", "fr", "de", "es", "ru", "pt"),
 }
+_MORE_TRANSLATED = {
+    "debian-handbook": ("zh", "ja", "ko", "ru", "ar"),
+    "installation-guide": ("zh", "ja", "ko", "ru"),
+    "debian-edu": ("zh", "ja"),
+    "kicad-doc": ("zh", "ja", "ru"),
+    "debmake-doc": ("zh", "ja", "ru"),
+    "rust-by-example": ("zh", "ja"),
+}
 
 
-def _tasks(language):
-    return [m for m in MANUALS if language in _TRANSLATED[m]]
+def _tasks(translated, language):
+    return [m for m, languages in translated.items() if language in languages]
 
 
-def _packages(language):
-    places = [MANUALS[m](language) for m in _tasks(language)]
+def _packages(translated, language):
+    places = [MANUALS[m](language) for m in _tasks(translated, language)]
     return [p for place in places for p in (place[0], place[3])]
 
 
 def _pages(cache, package, pattern, ending):
+    start = pattern.index("*")
     files = cache.read(package, pattern)
-    return {posixpath.basename(path).removesuffix(ending): data for path, data in files.items()}
+    return {path[start:].removesuffix(ending): data for path, data in files.items()}
 
 
 def _documents(cache, language, task):
@@ -161,7 +225,7 @@ def _pair_documents(name, english, foreign, language):
         if page in foreign:
             left, right = (page_blocks(side[page]) for side in (english, foreign))
             pairs, unpaired = pair_pages(left, right, language)
-            yield f"{name}:{page}", pairs, unpaired
+            yield Document(f"{name}:{page}", pairs, unpaired)
 
 
 _KERNEL_ROOT = "usr/share/doc/linux-doc-6.1/html/"
@@ -178,7 +242,18 @@ def _kernel_documents(cache, language, package):
     yield from _pair_documents("linux-doc", english, foreign, language)
 
 
-SOURCE = Source("manuals", "Debian manuals", "GPL-2+", _packages, _tasks, _documents)
+def _source(name, title, licence, translated):
+    packages, tasks = partial(_packages, translated), partial(_tasks, translated)
+    return Source(name, title, licence, packages, tasks, _documents)
+
+
+SOURCE = _source("manuals", "Debian manuals", "GPL-2+", _TRANSLATED)
+MORE = _source(
+    "more-manuals",
+    "manuals of Debian, KiCad and Rust",
+    "GPL-2+, GPL-3+, CC-BY-3.0, MIT",
+    _MORE_TRANSLATED,
+)
 KERNEL = Source(
     "linux-doc",
     "documents of the Linux kernel",

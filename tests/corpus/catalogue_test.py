@@ -2,7 +2,7 @@
 import unittest
 
 from corpus.catalogue import (
-    catalogue_segments,
+    catalogue_document,
     paragraphs,
     read_mo,
     segments,
@@ -94,14 +94,20 @@ class Messages(unittest.TestCase):
     def test_plurals_and_prefixes(self):
         data = catalogue({"one file\0many files": "许多文件", "verb^Open": "打开"})
         self.assertEqual(
-            list(catalogue_segments(data, "zh", prefixes=True)),
+            catalogue_document("c", data, "zh", prefixes=True).segments,
             [("many files", "许多文件"), ("Open", "打开")],
         )
         data = catalogue({"one file\0many files": "eine Datei\0viele Dateien"})
         self.assertEqual(
-            list(catalogue_segments(data, "de")),
+            catalogue_document("c", data, "de").segments,
             [("one file", "eine Datei"), ("many files", "viele Dateien")],
         )
+
+    def test_markup_is_kept_beside(self):
+        data = catalogue({"_Press <b>OK</b>": "请按 <b>确定</b>(_P)", "_Cut": "剪切(_T)"})
+        document = catalogue_document("c", data, "zh", "&_")
+        self.assertEqual(document.segments, [("Press OK", "请按 确定"), ("Cut", "剪切")])
+        self.assertEqual(document.marked, [("Press <b>OK</b>", "请按 <b>确定</b>")])
 
 
 if __name__ == "__main__":

@@ -1,8 +1,10 @@
 """Normal forms, sentences, and the rules that drop pairs."""
 import unittest
 
-from corpus.clean import refuse_line, refuse_pair
+from corpus.clean import refuse_line, refuse_pair, repeats
+from corpus.quality import scores
 from corpus.sentences import split, split_pair
+from corpus.spans import refuse_marked, same_spans
 from corpus.text import fingerprint, normalise, units
 
 LONG = " ".join(["word"] * 101)
@@ -68,6 +70,21 @@ class Sentences(unittest.TestCase):
         )
         self.assertEqual(split_pair(*lopsided, "en", "zh"), [lopsided])
 
+    def test_two_sentences_may_answer_one(self):
+        pair = (
+            "Open the file now. Then close the old window and save the text. It is done.",
+            "现在打开文件。然后关闭旧的窗口。并且保存文本。完成了。",
+        )
+        self.assertEqual(split_pair(*pair, "en", "zh"), [pair])
+        self.assertEqual(
+            split_pair(*pair, "en", "zh", merge=True),
+            [
+                ("Open the file now.", "现在打开文件。"),
+                ("Then close the old window and save the text.", "然后关闭旧的窗口。并且保存文本。"),
+                ("It is done.", "完成了。"),
+            ],
+        )
+
 
 class Rules(unittest.TestCase):
     CASES = (
@@ -121,6 +138,50 @@ class Rules(unittest.TestCase):
     def test_single_lines(self):
         self.assertIsNone(refuse_line("打开文件。", "zh"))
         self.assertEqual(refuse_line("Plain English text", "zh"), "wrong script")
+
+    def test_repetition(self):
+        for text, language, expected in (
+            ("ha ha ha ha", "en", True),
+            ("no, no, no!", "en", False),
+            ("哈哈哈哈", "zh", True),
+            ("this is a word and a word is what a word is", "en", False),
+            ("a b a c a d a e a f a g", "en", True),
+        ):
+            self.assertEqual(repeats(text, language), expected, text)
+
+
+class Spans(unittest.TestCase):
+    def test_same_spans_on_both_sides(self):
+        for left, right, expected in (
+            ("%d files", "%d个文件", True),
+            ("Copy %s to %s", "将 %s 复制到 %s", True),
+            ("Copy %1 to %2", "将 %2 移到 %1", True),
+            ("Copy %s", "复制 %d", False),
+            ("Copy %s", "复制", False),
+            ("Copy", "复制", False),
+            ("50% of users", "50% 的用户", False),
+            ("Hi {name}, {0}", "你好{name}，{0}", True),
+            ("Press <b>OK</b>", "按<b>确定</b>", True),
+            ("Press <b>OK</b>", "按<i>确定</i>", False),
+            ("%(count)d of $HOME", "$HOME 的 %(count)d", True),
+        ):
+            self.assertEqual(same_spans(left, right), expected, (left, right))
+
+    def test_the_rest_of_the_line_is_judged(self):
+        self.assertIsNone(refuse_marked("Copy %s now", "现在复制 %s", "en", "zh"))
+        self.assertEqual(refuse_marked("Copy %s now", "Kopiere %s", "en", "zh"), "wrong script")
+        self.assertEqual(refuse_marked("Copy %s now", "现在 %d", "en", "zh"), "other spans")
+
+
+class Quality(unittest.TestCase):
+    def test_unrelated_pairs_score_worst(self):
+        words = ["red 红", "blue 蓝", "big 大", "small 小", "house 屋", "tree 树", "cat 猫", "dog 狗"]
+        both = [w.split() for w in words]
+        pairs = [(f"{a} {b} {c}", d + e + f) for a, d in both for b, e in both for c, f in both]
+        good = len(pairs)
+        pairs += [("red blue big", "猫狗树"), ("house tree cat", "红蓝大")]
+        found = scores(pairs, "en", "zh")
+        self.assertLess(max(found[good:]), min(found[:good]))
 
 
 if __name__ == "__main__":

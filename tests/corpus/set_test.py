@@ -9,8 +9,9 @@ import unittest
 from collections import Counter
 
 from corpus.make_set import ROOT, held_out_pages, packages_of
-from corpus.pipeline import clean_documents, join
+from corpus.pipeline import Result, clean_documents, join
 from corpus.sets import SETS
+from corpus.sources import Document
 from corpus.split import Held, Train, choose
 from corpus.text import fingerprint
 from mo import catalogue
@@ -30,6 +31,7 @@ class Split(unittest.TestCase):
         )
         self.assertEqual(chosen, [("Open the old file now.", "现在打开旧文件。")])
         train.add(
+            "source",
             [
                 ("open the OLD file, now", "打开"),
                 ("Something else", "现在打开 旧文件"),
@@ -42,6 +44,9 @@ class Split(unittest.TestCase):
         )
         self.assertEqual(train.pairs, [("Close it", "关闭"), ("...", "…")])
         self.assertEqual(counts, {"held out": 2, "duplicate": 1, "train": 2})
+        train.drop([True, False], "low score", {"source": Result(counts=counts)})
+        self.assertEqual(train.pairs, [("...", "…")])
+        self.assertEqual((counts["train"], counts["low score"]), (1, 1))
 
     def test_choice_is_spread_and_different(self):
         pairs = [(f"This is sentence number {i} here", f"这是第{i}句") for i in range(100)]
@@ -66,36 +71,42 @@ class Split(unittest.TestCase):
         self.assertEqual({p for source in demo.train for p in packages_of(source, demo)}, listed)
         for chosen in SETS.values():
             trained = {p for source in chosen.train for p in packages_of(source, chosen)}
-            measured = {p for _, source in chosen.tests for p in packages_of(source, chosen)}
+            others = [source for source in chosen.sources() if source not in chosen.train]
+            measured = {p for source in others for p in packages_of(source, chosen)}
             self.assertTrue(trained.isdisjoint(measured), chosen.name)
 
 
 class Pipeline(unittest.TestCase):
     def test_join_on_english(self):
+        opened = [("Open", "打开"), ("Cut", "剪切"), ("Open", "开启")]
         left = [
-            ("a", [("Open", "打开"), ("Cut", "剪切"), ("Open", "开启")], [("en", "x"), ("zh", "丙")]),
-            ("b", [("Open", "打开")], []),
+            Document("a", opened, [("en", "x"), ("zh", "丙")], [("%d files", "%d 个文件")]),
+            Document("b", [("Open", "打开")]),
         ]
-        right = [("a", [("Open", "開く"), ("Open", "オープン"), ("Paste", "貼り付け")], [])]
-        self.assertEqual(list(join(left, right)), [("a", [("打开", "開く")], [("zh", "丙")])])
+        pairs = [("Open", "開く"), ("Open", "オープン"), ("Paste", "貼り付け")]
+        right = [Document("a", pairs, [], [("%d files", "%d 個のファイル")])]
+        both = [("打开", "開く")], [("zh", "丙")], [("%d 个文件", "%d 個のファイル")]
+        self.assertEqual(list(join(left, right)), [Document("a", *both)])
 
     def test_counts_add_up(self):
         segments = [
             ("Open the file. Close it.", "打开文件。关闭它。"),
             ("Same", "Same"),
             ("Line %d", "第 %d 行"),
+            ("File %s", "第 %d 行"),
             ("This is a rather long sentence with many words", "好的话"),
         ]
-        result = clean_documents(
-            [("d", segments, [("zh", "没有伙伴的句子。"), ("zh", "<b>"), ("ja", "です")])], "en", "zh"
-        )
+        unpaired = [("zh", "没有伙伴的句子。"), ("zh", "<b>"), ("ja", "です")]
+        marked = [("Press <b>OK</b> now", "现在请按<b>确定</b>"), ("<i>Cut</i>", "<b>剪切</b>")]
+        result = clean_documents([Document("d", segments, unpaired, marked)], "en", "zh")
         self.assertEqual(
             result.counts,
-            {"paragraphs": 4, "sentences": 5, "equal": 1, "placeholder": 1, "length": 1},
+            {"paragraphs": 5, "sentences": 6, "equal": 1, "placeholder": 2, "length": 1},
         )
         self.assertEqual(len(result.documents[0][1]), 2)
+        self.assertEqual(result.marked, [("d", [("Line %d", "第 %d 行"), marked[0]])])
         self.assertEqual(
-            [t for _, t in result.unpaired], [segments[3][0], segments[3][1], "没有伙伴的句子。"]
+            [t for _, t in result.unpaired], [segments[4][0], segments[4][1], "没有伙伴的句子。"]
         )
 
 

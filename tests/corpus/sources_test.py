@@ -1,0 +1,81 @@
+"""Sources other than pages and catalogues: JSON messages, manual pages, the phrase book."""
+import gzip
+import json
+import os
+import tempfile
+import unittest
+
+from corpus.sources import json_messages, manpages, phrasebook
+
+
+class Files:
+    """Stands for the cache of packages: {package: {path: bytes}}."""
+
+    def __init__(self, packages):
+        self.packages = packages
+
+    def read(self, package, *patterns):
+        roots = [p.partition("*")[0] for p in patterns]
+        files = self.packages.get(package, {})
+        return {p: d for p, d in files.items() if any(p.startswith(r) for r in roots)}
+
+
+class JsonMessages(unittest.TestCase):
+    def test_wiki_markup(self):
+        for text, expected in (
+            ("{{PLURAL:$1|one page|many pages}}", "many pages"),
+            ("See [[Help:Start|the help]] or [[Home]]", "See the help or Home"),
+            ("[https://example.org/ A site] of '''{{SITENAME}}'''", "A site of MediaWiki"),
+            ("== Title ==", "Title"),
+        ):
+            self.assertEqual(json_messages.strip_wiki(text), expected)
+
+    def test_messages_are_paired_by_key(self):
+        def dump(messages):
+            return json.dumps(messages).encode()
+
+        root = "usr/share/mediawiki/languages/i18n/"
+        english = dump({"@metadata": {}, "a": "Open\n\nClose", "b": "Save", "c": "Cut"})
+        chinese = dump({"@metadata": {}, "a": "打开\n\n关闭", "c": "剪切", "d": "无"})
+        files = Files({"mediawiki": {root + "en.json": english, root + "zh-hans.json": chinese}})
+        found = list(json_messages.MEDIAWIKI.documents(files, "zh", "mediawiki"))
+        self.assertEqual(
+            [d.segments for d in found], [[("Open", "打开"), ("Close", "关闭"), ("Cut", "剪切")]]
+        )
+
+
+class ManualPages(unittest.TestCase):
+    def test_pages_are_aligned(self):
+        english = ".TH CAT 1\n.SH NAME\ncat \\- print files\n.SH DESCRIPTION\nIt prints.\n"
+        chinese = ".TH CAT 1\n.SH 名称\ncat \\- 打印文件\n.SH 描述\n它打印。\n"
+        page, translated = (gzip.compress(t.encode()) for t in (english, chinese))
+        files = Files(
+            {
+                "coreutils": {"usr/share/man/man1/cat.1.gz": page},
+                "manpages-zh": {"usr/share/man/zh_CN/man1/cat.1.gz": translated},
+            }
+        )
+        (document,) = manpages.SOURCE.documents(files, "zh", "1")
+        self.assertEqual(document.name, "man:cat.1")
+        self.assertIn(("It prints.", "它打印。"), document.segments)
+
+
+class PhraseBook(unittest.TestCase):
+    def test_table(self):
+        with tempfile.TemporaryDirectory() as folder:
+            path = os.path.join(folder, "food.tsv")
+
+            def read(text):
+                with open(path, "w", encoding="utf-8") as f:
+                    f.write(text)
+                return phrasebook.read_table(path)
+
+            rows = read("# English\tChinese\nTea\t茶\n")
+            self.assertEqual(rows, [{"en": "Tea", "zh": "茶"}])
+            for text, place in (("Tea\t茶\n", ":1:"), ("# English\tChinese\na\tb\nc\n", ":3:")):
+                with self.assertRaisesRegex(ValueError, place):
+                    read(text)
+
+
+if __name__ == "__main__":
+    unittest.main()
