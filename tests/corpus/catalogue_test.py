@@ -106,7 +106,7 @@ class Messages(unittest.TestCase):
     def test_markup_is_kept_beside(self):
         data = catalogue({"_Press <b>OK</b>": "请按 <b>确定</b>(_P)", "_Cut": "剪切(_T)"})
         document = catalogue_document("c", data, "zh", "&_")
-        self.assertEqual(document.segments, [("Press OK", "请按 确定"), ("Cut", "剪切")])
+        self.assertEqual(document.segments, [("Cut", "剪切"), ("Press OK", "请按 确定")])
         self.assertEqual(document.marked, [("Press <b>OK</b>", "请按 <b>确定</b>")])
 
 
