@@ -5,6 +5,7 @@ import os
 import tempfile
 import unittest
 
+from corpus.phrasebook import Check
 from corpus.sources import json_messages, manpages, phrasebook
 
 
@@ -75,6 +76,35 @@ class PhraseBook(unittest.TestCase):
             for text, place in (("Tea\t茶\n", ":1:"), ("# English\tChinese\na\tb\nc\n", ":3:")):
                 with self.assertRaisesRegex(ValueError, place):
                     read(text)
+
+    def test_check(self):
+        head = "# English\tChinese\tJapanese\tKorean\n"
+        good = head + "Good morning.\t早上好。\tおはよう。\t안녕하세요.\n"
+        measured = "# topic\tEnglish\tChinese\tJapanese\tKorean\nfood\tTea!\t茶！\tお茶！\t차!\n"
+        lexicon = "# English\tpart of speech\tChinese\tJapanese\tKorean\ntea\tnoun\t茶\tお茶\t차\n"
+        for name, text, fault in (
+            ("sentences/b.tsv", "", None),
+            ("sentences/b.tsv", "Good morning!\t你早。\tおはよう。\t안녕.\n", "en is also at"),
+            ("sentences/b.tsv", "Tea.\t喝茶。\t飲む。\t차 마셔요.\n", "en is measured on at"),
+            ("sentences/b.tsv", "Milk. \t牛奶。\t牛乳。\t우유.\n", "en has stray blanks"),
+            ("sentences/b.tsv", "Milk.\tMilk.\t牛乳。\t우유.\n", "zh is not in its script"),
+            ("sentences/b.tsv", "Milk.\t牛奶の。\t牛乳。\t우유.\n", "zh holds letters"),
+            ("sentences/b.tsv", "Milk.\t牛奶。\t\t우유.\n", "ja is empty"),
+            ("sentences/b.tsv", "Milk.\t牛奶。\t牛乳。\n", "3 columns instead of 4"),
+            ("lexicon.tsv", "tea\tnoun\t茶\tお茶\t차\n", "tea noun is also at"),
+        ):
+            with tempfile.TemporaryDirectory() as folder:
+                os.mkdir(os.path.join(folder, "sentences"))
+                files = {"sentences/a.tsv": good, "sentences/b.tsv": head, "test.tsv": measured}
+                files["lexicon.tsv"] = lexicon
+                files[name] += text
+                for file, content in files.items():
+                    with open(os.path.join(folder, file), "w", encoding="utf-8") as f:
+                        f.write(content)
+                check = Check(folder)
+                self.assertEqual(check.run(), fault is None, (text, check.faults))
+                self.assertEqual(len(check.faults), 0 if fault is None else 1, check.faults)
+                self.assertIn(fault or "", "".join(check.faults))
 
 
 if __name__ == "__main__":
