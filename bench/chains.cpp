@@ -14,7 +14,7 @@
 #include <vector>
 
 #include "textProcess/processor.h"
-#include "toolkit/atomic_file.h"
+#include "toolkit/io/atomic_file.h"
 #include "toolkit/resource/pinyin_builder.h"
 #include "toolkit/resource/resource_file.h"
 #include "toolkit/segment/segment_builder.h"

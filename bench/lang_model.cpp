@@ -23,7 +23,7 @@
 
 #include "bench/synthetic_text.h"
 #include "decoder/compact_lm_model.h"
-#include "toolkit/pack/lang_model_builder.h"
+#include "toolkit/lm/lang_model_builder.h"
 
 namespace {
 

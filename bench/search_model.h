@@ -25,7 +25,7 @@
 #include "decoder/compact_lm_model.h"
 #include "decoder/parameter.h"
 #include "decoder/vocab.h"
-#include "toolkit/pack/lang_model_builder.h"
+#include "toolkit/lm/lang_model_builder.h"
 #include "toolkit/pack/phrase_table_builder.h"
 
 namespace kora_bench {

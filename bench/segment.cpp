@@ -23,7 +23,7 @@
 
 #include "lexicut/lexicut.h"
 #include "toolkit/segment/segment_builder.h"
-#include "toolkit/train/word_breaks.h"
+#include "toolkit/segment/word_breaks.h"
 
 namespace {
 

@@ -14,11 +14,11 @@
 #include <string>
 #include <vector>
 
+#include "toolkit/align/aligner.h"
 #include "toolkit/eval/bootstrap.h"
-#include "toolkit/train/aligner.h"
-#include "toolkit/train/corpus.h"
-#include "toolkit/train/ngram_estimator.h"
-#include "toolkit/train/phrase_table.h"
+#include "toolkit/io/corpus.h"
+#include "toolkit/lm/ngram_estimator.h"
+#include "toolkit/phrases/phrase_table.h"
 
 namespace {
 

@@ -22,7 +22,7 @@
 #include "decoder/compact_lm_model.h"
 #include "decoder/compact_trans_model.h"
 #include "decoder/compressor.h"
-#include "toolkit/pack/lang_model_builder.h"
+#include "toolkit/lm/lang_model_builder.h"
 #include "toolkit/pack/phrase_table_builder.h"
 
 namespace {

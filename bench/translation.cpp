@@ -25,7 +25,7 @@
 #include <vector>
 
 #include "toolkit/eval/bleu.h"
-#include "toolkit/model/model_folder.h"
+#include "toolkit/folder/model_folder.h"
 #include "translator/text_translation.h"
 #include "translator/trans_impl.h"
 

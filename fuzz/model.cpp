@@ -4,7 +4,7 @@
 #include "fuzz/edit.h"
 #include "fuzz/fuzz.h"
 #include "fuzz/translation.h"
-#include "toolkit/model/model_checker.h"
+#include "toolkit/check/model_checker.h"
 
 extern "C" std::size_t LLVMFuzzerMutate(std::uint8_t* data, std::size_t size, std::size_t limit);
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size,

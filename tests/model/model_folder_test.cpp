@@ -1,4 +1,4 @@
-#include "toolkit/model/model_folder.h"
+#include "toolkit/folder/model_folder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,8 +7,8 @@
 #include <set>
 
 #include "support/temp_folder.h"
-#include "toolkit/model/direction.h"
-#include "toolkit/model/manifest.h"
+#include "toolkit/folder/direction.h"
+#include "toolkit/folder/manifest.h"
 
 namespace {
 

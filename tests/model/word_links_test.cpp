@@ -1,4 +1,4 @@
-#include "toolkit/model/word_links.h"
+#include "toolkit/explain/word_links.h"
 
 #include <gtest/gtest.h>
 

@@ -11,8 +11,8 @@
 #include "decoder/compact_trans_model.h"
 #include "support/cases.h"
 #include "support/temp_folder.h"
-#include "toolkit/pack/arpa.h"
-#include "toolkit/pack/line_reader.h"
+#include "toolkit/io/line_reader.h"
+#include "toolkit/lm/arpa.h"
 #include "toolkit/pack/phrase_text.h"
 
 using namespace kora_test;

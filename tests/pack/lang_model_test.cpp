@@ -14,7 +14,7 @@
 #include "support/lang_model_reference.h"
 #include "support/random_model.h"
 #include "support/temp_folder.h"
-#include "toolkit/pack/lang_model_builder.h"
+#include "toolkit/lm/lang_model_builder.h"
 
 using namespace koralite::decoder;
 using namespace koralite::toolkit;

@@ -10,8 +10,8 @@
 #include "decoder/vocab.h"
 #include "support/cases.h"
 #include "support/temp_folder.h"
-#include "toolkit/atomic_file.h"
-#include "toolkit/byte_writer.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/io/byte_writer.h"
 #include "toolkit/resource/resource_file.h"
 #include "toolkit/resource/vocab_file.h"
 

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "toolkit/pack/lang_model_builder.h"
+#include "toolkit/lm/lang_model_builder.h"
 
 namespace koralite::test {
 

@@ -23,8 +23,8 @@
 #include <vector>
 
 #include "decoder/compact_lm_model.h"
-#include "toolkit/atomic_file.h"
-#include "toolkit/pack/lang_model_builder.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/lm/lang_model_builder.h"
 #include "toolkit/pack/phrase_entry.h"
 #include "toolkit/pack/phrase_table_builder.h"
 #include "toolkit/resource/vocab_file.h"

@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "decoder/compact_lm_model.h"
-#include "toolkit/atomic_file.h"
-#include "toolkit/model/manifest.h"
-#include "toolkit/model/model_folder.h"
-#include "toolkit/pack/lang_model_builder.h"
+#include "toolkit/folder/manifest.h"
+#include "toolkit/folder/model_folder.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/lm/lang_model_builder.h"
 #include "toolkit/pack/phrase_table_builder.h"
 #include "toolkit/resource/pinyin_builder.h"
 #include "toolkit/resource/resource_file.h"

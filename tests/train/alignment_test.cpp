@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "support/cases.h"
-#include "toolkit/progress.h"
-#include "toolkit/train/aligner.h"
-#include "toolkit/train/word_translation.h"
+#include "toolkit/align/aligner.h"
+#include "toolkit/io/progress.h"
+#include "toolkit/phrases/word_translation.h"
 #include "train/generated_text.h"
 
 namespace koralite::toolkit {

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include "toolkit/align/alignment.h"
 #include "toolkit/eval/bootstrap.h"
-#include "toolkit/train/alignment.h"
-#include "toolkit/train/corpus.h"
+#include "toolkit/io/corpus.h"
 
 namespace koralite::toolkit {
 

@@ -6,9 +6,10 @@
 
 #include "support/cases.h"
 #include "support/temp_folder.h"
-#include "toolkit/pack/line_reader.h"
-#include "toolkit/train/ngram_estimator.h"
-#include "toolkit/train/phrase_table.h"
+#include "toolkit/io/line_reader.h"
+#include "toolkit/lm/discounts.h"
+#include "toolkit/lm/ngram_estimator.h"
+#include "toolkit/phrases/phrase_table.h"
 #include "train/generated_text.h"
 
 namespace koralite::toolkit {

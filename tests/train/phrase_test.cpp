@@ -6,8 +6,9 @@
 
 #include "support/cases.h"
 #include "support/temp_folder.h"
-#include "toolkit/train/phrase_extract.h"
-#include "toolkit/train/phrase_table.h"
+#include "toolkit/lm/discounts.h"
+#include "toolkit/phrases/phrase_extract.h"
+#include "toolkit/phrases/phrase_table.h"
 #include "train/generated_text.h"
 
 namespace koralite::toolkit {

@@ -13,9 +13,9 @@
 
 #include "support/cases.h"
 #include "support/temp_folder.h"
-#include "toolkit/model/manifest.h"
-#include "toolkit/train/engine_tuner.h"
-#include "toolkit/train/phrase_file.h"
+#include "toolkit/folder/manifest.h"
+#include "toolkit/phrases/phrase_file.h"
+#include "toolkit/tune/engine_tuner.h"
 #include "translator/text_translation.h"
 #include "translator/trans_impl.h"
 

@@ -1,4 +1,4 @@
-#include "toolkit/train/tuning.h"
+#include "toolkit/tune/tuning.h"
 
 #include <gtest/gtest.h>
 

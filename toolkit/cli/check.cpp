@@ -1,9 +1,9 @@
 // kora check: validates a model folder completely.
 #include <unistd.h>
 
+#include "toolkit/check/model_checker.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/model/model_checker.h"
 
 namespace koralite::toolkit::cli {
 

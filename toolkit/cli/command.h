@@ -8,9 +8,9 @@
 #include <string>
 
 #include "textProcess/lang_type.h"
-#include "toolkit/io_error.h"
-#include "toolkit/model/model_folder.h"
-#include "toolkit/progress.h"
+#include "toolkit/folder/model_folder.h"
+#include "toolkit/io/io_error.h"
+#include "toolkit/io/progress.h"
 #include "translator/trans_impl.h"
 
 namespace koralite::toolkit::cli {

@@ -9,7 +9,7 @@
 #include "toolkit/eval/bleu.h"
 #include "toolkit/eval/bootstrap.h"
 #include "toolkit/eval/chrf.h"
-#include "toolkit/text_lines.h"
+#include "toolkit/io/text_lines.h"
 
 namespace koralite::toolkit::cli {
 

@@ -1,10 +1,10 @@
 // kora explain: the road of a sentence through the engine.
 #include <unistd.h>
 
-#include "toolkit/atomic_file.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/model/road.h"
+#include "toolkit/explain/road.h"
+#include "toolkit/io/atomic_file.h"
 #include "translator/text_translation.h"
 
 namespace koralite::toolkit::cli {

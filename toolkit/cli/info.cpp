@@ -6,7 +6,7 @@
 #include "decoder/compact_trans_model.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/model/manifest.h"
+#include "toolkit/folder/manifest.h"
 
 namespace koralite::toolkit::cli {
 

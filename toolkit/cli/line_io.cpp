@@ -7,8 +7,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "toolkit/interrupt.h"
-#include "toolkit/io_error.h"
+#include "toolkit/io/interrupt.h"
+#include "toolkit/io/io_error.h"
 
 namespace koralite::toolkit::cli {
 

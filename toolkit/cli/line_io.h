@@ -1,6 +1,6 @@
 // Lines from and to file descriptors, for filters: reads give up when an interrupt
-// was caught (toolkit/interrupt.h), and writing fails with io_error when the reader is gone or the
-// disk is full. One object serves one thread.
+// was caught (toolkit/io/interrupt.h), and writing fails with io_error when the reader is gone or
+// the disk is full. One object serves one thread.
 #pragma once
 
 #include <string>

@@ -13,8 +13,8 @@
 #include "decoder/vocab.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/interrupt.h"
-#include "toolkit/pack/line_reader.h"
+#include "toolkit/io/interrupt.h"
+#include "toolkit/io/line_reader.h"
 
 namespace koralite::toolkit::cli {
 

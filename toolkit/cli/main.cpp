@@ -9,8 +9,8 @@
 #include <string>
 
 #include "toolkit/cli/command.h"
-#include "toolkit/interrupt.h"
-#include "toolkit/io_error.h"
+#include "toolkit/io/interrupt.h"
+#include "toolkit/io/io_error.h"
 
 namespace {
 

@@ -7,9 +7,9 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/atomic_file.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
+#include "toolkit/io/atomic_file.h"
 
 namespace koralite::toolkit::cli {
 

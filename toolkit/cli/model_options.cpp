@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "toolkit/cli/command.h"
-#include "toolkit/interrupt.h"
+#include "toolkit/io/interrupt.h"
 
 namespace koralite::toolkit::cli {
 

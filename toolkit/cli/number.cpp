@@ -12,7 +12,7 @@
 #include "numtrans/eng_num_generator.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/interrupt.h"
+#include "toolkit/io/interrupt.h"
 
 namespace koralite::toolkit::cli {
 

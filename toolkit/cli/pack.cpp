@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "toolkit/cli/command.h"
-#include "toolkit/interrupt.h"
+#include "toolkit/io/interrupt.h"
 #include "toolkit/pack/folder_packer.h"
 
 namespace koralite::toolkit::cli {

@@ -7,11 +7,11 @@
 
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
+#include "toolkit/io/text_lines.h"
 #include "toolkit/resource/entity_builder.h"
 #include "toolkit/resource/recase_builder.h"
 #include "toolkit/resource/resource_file.h"
 #include "toolkit/resource/rule_source.h"
-#include "toolkit/text_lines.h"
 
 namespace koralite::toolkit::cli {
 

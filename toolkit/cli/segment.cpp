@@ -9,7 +9,7 @@
 #include "lexicut/lexicut.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/interrupt.h"
+#include "toolkit/io/interrupt.h"
 #include "toolkit/segment/segment_builder.h"
 
 namespace koralite::toolkit::cli {

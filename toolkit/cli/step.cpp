@@ -6,8 +6,8 @@
 
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/interrupt.h"
-#include "toolkit/model/road.h"
+#include "toolkit/explain/road.h"
+#include "toolkit/io/interrupt.h"
 
 namespace koralite::toolkit::cli {
 

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "toolkit/cli/command.h"
-#include "toolkit/interrupt.h"
-#include "toolkit/progress.h"
+#include "toolkit/io/interrupt.h"
+#include "toolkit/io/progress.h"
 #include "toolkit/train/trainer.h"
 
 namespace koralite::toolkit::cli {

@@ -10,9 +10,9 @@
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
 #include "toolkit/cli/ordered_pipeline.h"
-#include "toolkit/interrupt.h"
-#include "toolkit/model/manifest.h"
-#include "toolkit/model/word_links.h"
+#include "toolkit/explain/word_links.h"
+#include "toolkit/folder/manifest.h"
+#include "toolkit/io/interrupt.h"
 #include "translator/text_translation.h"
 
 namespace koralite::toolkit::cli {

@@ -5,14 +5,14 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/atomic_file.h"
 #include "toolkit/cli/command.h"
-#include "toolkit/interrupt.h"
-#include "toolkit/model/manifest.h"
-#include "toolkit/model/model_folder.h"
-#include "toolkit/progress.h"
-#include "toolkit/text_lines.h"
-#include "toolkit/train/engine_tuner.h"
+#include "toolkit/folder/manifest.h"
+#include "toolkit/folder/model_folder.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/io/interrupt.h"
+#include "toolkit/io/progress.h"
+#include "toolkit/io/text_lines.h"
+#include "toolkit/tune/engine_tuner.h"
 
 namespace koralite::toolkit::cli {
 

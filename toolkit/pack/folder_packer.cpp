@@ -7,11 +7,12 @@
 #include <stdexcept>
 
 #include "decoder/compact_lm_model.h"
-#include "toolkit/atomic_file.h"
-#include "toolkit/io_error.h"
-#include "toolkit/model/manifest.h"
-#include "toolkit/model/model_folder.h"
-#include "toolkit/pack/arpa.h"
+#include "toolkit/folder/manifest.h"
+#include "toolkit/folder/model_folder.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/io/io_error.h"
+#include "toolkit/io/text_lines.h"
+#include "toolkit/lm/arpa.h"
 #include "toolkit/pack/phrase_text.h"
 #include "toolkit/resource/entity_builder.h"
 #include "toolkit/resource/pinyin_builder.h"
@@ -20,7 +21,6 @@
 #include "toolkit/resource/rule_source.h"
 #include "toolkit/resource/vocab_file.h"
 #include "toolkit/segment/segment_builder.h"
-#include "toolkit/text_lines.h"
 
 namespace koralite::toolkit {
 

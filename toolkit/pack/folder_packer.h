@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/model/direction.h"
+#include "toolkit/folder/direction.h"
 
 namespace koralite::toolkit {
 

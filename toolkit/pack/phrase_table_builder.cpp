@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "decoder/compressor.h"
-#include "toolkit/atomic_file.h"
-#include "toolkit/byte_writer.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/io/byte_writer.h"
 #include "toolkit/pack/phrase_trie.h"
 #include "toolkit/pack/score_samples.h"
 

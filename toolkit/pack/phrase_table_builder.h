@@ -16,7 +16,7 @@
 
 #include "decoder/compressor.h"
 #include "decoder/lang_model.h"
-#include "toolkit/byte_writer.h"
+#include "toolkit/io/byte_writer.h"
 #include "toolkit/pack/phrase_entry.h"
 
 namespace koralite::toolkit {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <cstddef>
 
-#include "toolkit/pack/line_reader.h"
+#include "toolkit/io/line_reader.h"
 
 namespace koralite::toolkit {
 namespace {

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "toolkit/byte_writer.h"
+#include "toolkit/io/byte_writer.h"
 
 namespace koralite::toolkit {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <span>
 
-#include "toolkit/atomic_file.h"
+#include "toolkit/io/atomic_file.h"
 
 namespace koralite::toolkit {
 

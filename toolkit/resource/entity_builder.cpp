@@ -8,7 +8,7 @@
 #include <stdexcept>
 
 #include "textProcess/processor.h"
-#include "toolkit/io_error.h"
+#include "toolkit/io/io_error.h"
 #include "toolkit/resource/resource_file.h"
 
 namespace koralite::toolkit {

@@ -14,7 +14,7 @@
 #include <string_view>
 #include <vector>
 
-#include "toolkit/model/direction.h"
+#include "toolkit/folder/direction.h"
 
 namespace koralite::toolkit {
 

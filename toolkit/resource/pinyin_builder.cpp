@@ -10,8 +10,8 @@
 #include <set>
 #include <stdexcept>
 
-#include "toolkit/atomic_file.h"
-#include "toolkit/byte_writer.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/io/byte_writer.h"
 
 namespace koralite::toolkit {
 namespace {

@@ -7,8 +7,8 @@
 
 #include "common/des_file_reader.h"
 #include "common/mapped_file.h"
-#include "toolkit/atomic_file.h"
-#include "toolkit/byte_writer.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/io/byte_writer.h"
 
 namespace koralite::toolkit {
 namespace {

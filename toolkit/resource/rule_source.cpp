@@ -9,7 +9,7 @@
 #include "numtrans/category.h"
 #include "numtrans/ce_num_translator.h"
 #include "numtrans/ec_num_translator.h"
-#include "toolkit/io_error.h"
+#include "toolkit/io/io_error.h"
 #include "toolkit/resource/resource_file.h"
 
 namespace koralite::toolkit {

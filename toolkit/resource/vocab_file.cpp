@@ -5,7 +5,7 @@
 
 #include "common/string_index.h"
 #include "decoder/vocab.h"
-#include "toolkit/atomic_file.h"
+#include "toolkit/io/atomic_file.h"
 
 namespace koralite::toolkit {
 namespace {

@@ -11,8 +11,8 @@
 #include <string_view>
 
 #include "lexicut/trie_format.h"
-#include "toolkit/byte_writer.h"
-#include "toolkit/io_error.h"
+#include "toolkit/io/byte_writer.h"
+#include "toolkit/io/io_error.h"
 #include "toolkit/segment/trie_builder.h"
 
 namespace koralite::toolkit {

@@ -6,8 +6,8 @@
 
 #include "lexicut/trie_format.h"
 #include "lexicut/utf8.h"
-#include "toolkit/atomic_file.h"
-#include "toolkit/byte_writer.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/io/byte_writer.h"
 
 namespace koralite::toolkit {
 

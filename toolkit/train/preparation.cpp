@@ -9,8 +9,9 @@
 #include <unordered_map>
 #include <utility>
 
-#include "toolkit/train/corpus.h"
-#include "toolkit/train/parallel.h"
+#include "toolkit/folder/tag_words.h"
+#include "toolkit/io/corpus.h"
+#include "toolkit/io/parallel.h"
 
 namespace koralite::toolkit {
 
@@ -71,13 +72,6 @@ std::pair<std::size_t, std::size_t> find_run(const std::vector<std::string>& wor
 }
 
 }  // namespace
-
-bool is_tag_word(std::string_view word) {
-  if (word.size() < 5 || word.front() != '<' || word[1] == '>') return false;
-  const std::size_t close = word.find('>');
-  return close + 3 == word.size() && word[close + 1] == '#' && word.back() >= '0' &&
-         word.back() <= '7';
-}
 
 Preparer::Preparer(const preparation_files_t& files)
     : m_source(language_type(files.direction.source), language_type(files.direction.target),
@@ -144,7 +138,7 @@ prepared_pair_t Preparer::pair(const std::string& source, const std::string& tar
     const auto [begin, end] = find_run(result.target, letters);
     std::uint32_t& number = spans[stem];
     if (begin == end || number == max_spans) {
-      result.source.emplace_back(lost_span);
+      result.source.emplace_back(kLostSpan);
       continue;
     }
     ++count.matched;

@@ -15,14 +15,10 @@
 #include <vector>
 
 #include "textProcess/processor.h"
-#include "toolkit/model/direction.h"
-#include "toolkit/progress.h"
+#include "toolkit/folder/direction.h"
+#include "toolkit/io/progress.h"
 
 namespace koralite::toolkit {
-
-// The word that stands in training text for a source span with a fixed translation that the target
-// side does not have. Phrases that hold it are of no use: the decoder will see a tag word there.
-inline constexpr const char* lost_span = "<lost>";
 
 // How often spans of one tag came, and how often the target side had their translation.
 struct tag_count_t {
@@ -96,8 +92,5 @@ std::vector<std::string> prepare_target(const preparation_files_t& files,
                                         std::span<const std::string> lines,
                                         const preparation_options_t& options,
                                         const Progress& progress = {});
-
-// Whether a word is a tag word such as "<num>#0".
-bool is_tag_word(std::string_view word);
 
 }  // namespace koralite::toolkit

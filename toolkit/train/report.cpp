@@ -5,7 +5,7 @@
 #include <string_view>
 #include <utility>
 
-#include "toolkit/train/engine_tuner.h"
+#include "toolkit/tune/engine_tuner.h"
 
 namespace koralite::toolkit {
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/model/manifest.h"
+#include "toolkit/folder/manifest.h"
 #include "toolkit/train/trainer.h"
 
 namespace koralite::toolkit {

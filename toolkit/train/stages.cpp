@@ -9,8 +9,8 @@
 
 #include "common/mapped_file.h"
 #include "common/sha256.h"
-#include "toolkit/atomic_file.h"
-#include "toolkit/io_error.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/io/io_error.h"
 
 namespace koralite::toolkit {
 

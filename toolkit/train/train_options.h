@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-#include "toolkit/model/direction.h"
+#include "toolkit/folder/direction.h"
 
 namespace koralite::toolkit {
 

@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "toolkit/progress.h"
-#include "toolkit/train/engine_tuner.h"
+#include "toolkit/io/progress.h"
 #include "toolkit/train/preparation.h"
 #include "toolkit/train/stages.h"
 #include "toolkit/train/train_options.h"
+#include "toolkit/tune/engine_tuner.h"
 
 namespace koralite::toolkit {
 

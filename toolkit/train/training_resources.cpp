@@ -7,16 +7,16 @@
 #include <stdexcept>
 #include <utility>
 
-#include "toolkit/atomic_file.h"
+#include "toolkit/io/atomic_file.h"
+#include "toolkit/io/parallel.h"
+#include "toolkit/io/text_lines.h"
 #include "toolkit/resource/entity_builder.h"
 #include "toolkit/resource/pinyin_builder.h"
 #include "toolkit/resource/recase_builder.h"
 #include "toolkit/resource/resource_file.h"
 #include "toolkit/resource/rule_source.h"
 #include "toolkit/segment/segment_builder.h"
-#include "toolkit/text_lines.h"
-#include "toolkit/train/parallel.h"
-#include "toolkit/train/word_breaks.h"
+#include "toolkit/segment/word_breaks.h"
 
 namespace koralite::toolkit {
 

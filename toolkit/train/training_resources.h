@@ -11,8 +11,8 @@
 #include <string>
 #include <string_view>
 
-#include "toolkit/model/model_folder.h"
-#include "toolkit/progress.h"
+#include "toolkit/folder/model_folder.h"
+#include "toolkit/io/progress.h"
 #include "toolkit/train/preparation.h"
 #include "toolkit/train/stages.h"
 #include "toolkit/train/train_options.h"

@@ -1,0 +1,269 @@
+// Long use of the library: one handle for many sentences, many handles one after the
+// other, a handle each for several threads. Memory must stay flat and every sentence
+// give the bytes that it gave the first time.
+//
+//   endurance [--seconds N] [--lifetimes N] [--threads N] [--text FILE] FOLDER
+//   endurance --sizes [--largest BYTES] [--budget SECONDS] [--stack N] [--only KIND] FOLDER
+//
+// Prints a Markdown table; exits with 1 when a promise is broken, with 2 when it is
+// called wrongly.
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <latch>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "robustness/process.h"
+#include "robustness/sizes.h"
+#include "robustness/strange_text.h"
+#include "robustness/translator.h"
+
+namespace {
+
+using clock_type = std::chrono::steady_clock;
+using kora_proof::status_kb;
+using kora_proof::Translator;
+
+// Private memory may be this much more at the end of a phase than after its first tenth:
+// room for the allocator. A block of 40 bytes lost with each of 3,000 sentences is above it.
+constexpr long growth_limit_kb = 128;
+constexpr std::size_t generated_count = 500;
+
+struct options_t {
+  double seconds = 300;  // half for one handle, half for the threads
+  std::size_t lifetimes = 1000;
+  std::size_t threads = 4;
+  bool sizes = false;
+  kora_proof::sizes_options_t strange;
+  std::string text;
+  std::string folder;
+};
+
+// Most sentences plainly, some with alignment, some as a list of the best.
+std::string translate(const Translator& translator, const std::vector<std::string>& text,
+                      std::size_t i) {
+  if (i % 8 == 1) return translator.translate_aligned(text[i]);
+  if (i % 8 == 2) return translator.translate_nbest(text[i], 5);
+  return translator.translate(text[i]);
+}
+
+long open_files() {
+  long count = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+    ++count;
+  }
+  return count;
+}
+
+// Notes memory after a tenth, a half and all of a phase, and prints its line.
+class Phase {
+ public:
+  explicit Phase(const char* name) : name_(name), files_(open_files()) {}
+
+  // `part` of 0 to 1 is over.
+  void passed(double part) {
+    while (noted_ < 3 && part >= marks[noted_]) private_kb_[noted_++] = status_kb("RssAnon:");
+  }
+
+  bool report(std::size_t sentences, std::size_t different) {
+    passed(1);
+    const long growth = private_kb_[2] - private_kb_[0];
+    const bool good = growth <= growth_limit_kb && different == 0 && open_files() == files_;
+    std::printf("| %s | %zu | %ld | %ld | %ld | %+ld | %ld | %s |%s\n", name_, sentences,
+                private_kb_[0], private_kb_[1], private_kb_[2], growth, open_files() - files_,
+                different == 0 ? "yes" : "no", good ? "" : " broken");
+    std::fflush(stdout);
+    return good;
+  }
+
+ private:
+  static constexpr double marks[] = {0.1, 0.5, 1};
+  const char* name_;
+  long files_;
+  std::size_t noted_ = 0;
+  long private_kb_[3] = {};
+};
+
+double passed_since(clock_type::time_point begin, double seconds) {
+  return std::chrono::duration<double>(clock_type::now() - begin).count() / seconds;
+}
+
+bool one_handle(const options_t& options, const std::vector<std::string>& text,
+                std::vector<std::string>& expected) {
+  Phase phase("one handle");
+  std::size_t done = 0;
+  std::size_t different = 0;
+  {
+    const Translator translator(options.folder);
+    for (std::size_t i = 0; i < text.size(); ++i) {
+      expected.push_back(translate(translator, text, i));
+    }
+    const auto begin = clock_type::now();
+    for (double part = 0; part < 1 || done < text.size(); ++done) {
+      const std::size_t i = done % text.size();
+      different += translate(translator, text, i) != expected[i];
+      part = passed_since(begin, options.seconds / 2);
+      phase.passed(done < text.size() ? 0 : part);
+    }
+  }
+  return phase.report(done, different);
+}
+
+bool lifetimes(const options_t& options, const std::vector<std::string>& text,
+               const std::vector<std::string>& expected) {
+  constexpr std::size_t each = 3;  // sentences
+  // The first tenth meets every sentence, so that none is new to the allocator after it.
+  const std::size_t used =
+      std::min(text.size(), std::max(options.lifetimes / 10, std::size_t{1}) * each);
+  Phase phase("handles one after the other");
+  std::size_t different = 0;
+  for (std::size_t life = 0; life < options.lifetimes; ++life) {
+    const Translator translator(options.folder);
+    for (std::size_t k = 0; k < each; ++k) {
+      const std::size_t i = (life * each + k) % used;
+      different += translate(translator, text, i) != expected[i];
+    }
+    phase.passed(static_cast<double>(life) / static_cast<double>(options.lifetimes));
+  }
+  return phase.report(options.lifetimes * each, different);
+}
+
+bool threads(const options_t& options, const std::vector<std::string>& text,
+             const std::vector<std::string>& expected) {
+  Phase phase("threads with a handle each");
+  std::atomic<std::size_t> done{0};
+  std::atomic<std::size_t> different{0};
+  std::atomic<bool> stop{false};
+  std::latch warm(static_cast<std::ptrdiff_t>(options.threads));
+  const auto work = [&](std::size_t number) {
+    std::size_t at = number * text.size() / options.threads;
+    std::size_t wrong = 0;
+    std::size_t count = 0;
+    bool is_warm = false;
+    try {
+      const Translator translator(options.folder);
+      const auto next = [&] {
+        wrong += translate(translator, text, at) != expected[at];
+        at = (at + 1) % text.size();
+        ++count;
+      };
+      for (std::size_t i = 0; i < text.size(); ++i) next();
+      is_warm = true;
+      warm.count_down();
+      while (!stop) next();
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "%s\n", error.what());
+      ++wrong;
+      if (!is_warm) warm.count_down();
+    }
+    done += count;
+    different += wrong;
+  };
+  std::vector<std::thread> pool;
+  for (std::size_t i = 0; i < options.threads; ++i) pool.emplace_back(work, i);
+  warm.wait();
+  const auto begin = clock_type::now();
+  for (double part = 0; part < 1;) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    part = passed_since(begin, options.seconds / 2);
+    phase.passed(part);
+  }
+  stop = true;
+  for (std::thread& thread : pool) thread.join();
+  return phase.report(done, different);
+}
+
+std::vector<std::string> sentences(const options_t& options) {
+  if (options.text.empty()) {
+    const std::string direction = kora_proof::direction_of(options.folder);
+    return kora_proof::ordinary_sentences(direction.substr(0, direction.find('-')),
+                                          generated_count);
+  }
+  std::vector<std::string> lines;
+  std::ifstream file(options.text);
+  for (std::string line; std::getline(file, line);) {
+    if (!line.empty()) lines.push_back(line);
+  }
+  if (lines.empty()) throw std::runtime_error(options.text + ": no text");
+  return lines;
+}
+
+// False for an option that there is not.
+bool set(options_t& options, const std::string& name, const char* value) {
+  if (name == "--seconds") {
+    options.seconds = std::max(std::atof(value), 0.1);
+  } else if (name == "--lifetimes") {
+    options.lifetimes = std::strtoul(value, nullptr, 10);
+  } else if (name == "--threads") {
+    options.threads = std::max(std::strtoul(value, nullptr, 10), 1UL);
+  } else if (name == "--largest") {
+    options.strange.largest = std::strtoul(value, nullptr, 10);
+  } else if (name == "--budget") {
+    options.strange.budget = std::atof(value);
+  } else if (name == "--stack") {
+    options.strange.stack = std::atoi(value);
+  } else if (name == "--only") {
+    options.strange.only = value;
+  } else if (name == "--text") {
+    options.text = value;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+bool parse(int argc, char** argv, options_t& options) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string name = argv[i];
+    if (name == "--sizes") {
+      options.sizes = true;
+    } else if (name.starts_with("--")) {
+      if (++i == argc || !set(options, name, argv[i])) return false;
+    } else {
+      if (!options.folder.empty()) return false;
+      options.folder = name;
+    }
+  }
+  options.strange.folder = options.folder;
+  return !options.folder.empty();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  options_t options;
+  if (!parse(argc, argv, options)) {
+    std::fprintf(
+        stderr,
+        "usage: endurance [--seconds N] [--lifetimes N] [--threads N] [--text FILE] FOLDER\n"
+        "       endurance --sizes [--largest BYTES] [--budget SECONDS] [--stack N] [--only KIND] "
+        "FOLDER\n");
+    return 2;
+  }
+  try {
+    if (options.sizes) {
+      return kora_proof::print_sizes(options.strange) ? 0 : 1;
+    }
+    const std::vector<std::string> text = sentences(options);
+    std::vector<std::string> expected;
+    std::printf(
+        "| Phase | sentences | private KB at 10 %% | 50 %% | 100 %% | growth | files left open | "
+        "same bytes |\n|---|---|---|---|---|---|---|---|\n");
+    bool good = one_handle(options, text, expected);
+    good = lifetimes(options, text, expected) && good;
+    good = threads(options, text, expected) && good;
+    return good ? 0 : 1;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "error: %s\n", error.what());
+    return 1;
+  }
+}

@@ -1,0 +1,51 @@
+// Collects what a check finds wrong with one file, and the way to the file's
+// bytes. Belongs to one thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "common/mapped_file.h"
+#include "toolkit/check/model_checker.h"
+
+namespace koralite::toolkit {
+
+// A place such as "record 12".
+inline std::string at(const char* what, std::uint64_t index) {
+  return std::string(what) + ' ' + std::to_string(index);
+}
+
+class FileReport {
+ public:
+  static constexpr std::size_t kMostProblems = 20;
+
+  FileReport(check_report_t& report, std::string path)
+      : m_report(report), m_path(std::move(path)) {}
+
+  void wrong(const std::string& place, const std::string& what) {
+    if (++m_count > kMostProblems) return;
+    m_report.problems.push_back(m_path + ": " + (place.empty() ? "" : place + ": ") + what +
+                                "; copy the file again, or build it again");
+  }
+  // The file's bytes, or none with the reason reported.
+  std::optional<common::MappedFile> open() {
+    std::string reason;
+    auto file = common::MappedFile::open(m_path, &reason);
+    if (!file) wrong("", reason);
+    return file;
+  }
+  void fact(const std::string& what) {
+    if (m_count == 0) m_report.facts.push_back(m_path + ": " + what);
+  }
+  bool is_sound() const { return m_count == 0; }
+  const std::string& path() const { return m_path; }
+
+ private:
+  check_report_t& m_report;
+  std::string m_path;
+  std::size_t m_count = 0;
+};
+
+}  // namespace koralite::toolkit

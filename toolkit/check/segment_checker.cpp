@@ -1,0 +1,275 @@
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <span>
+#include <vector>
+
+#include "common/byte_reader.h"
+#include "lexicut/trie_format.h"
+#include "toolkit/check/resource_checker.h"
+
+namespace koralite::toolkit {
+
+namespace {
+
+namespace format = lexicut_format;
+using bytes_t = std::span<const unsigned char>;
+
+constexpr std::uint32_t kNoNode = 0xFFFFFFFF;
+constexpr std::uint16_t kNoPage = 0xFFFF;
+
+std::uint32_t load16(bytes_t array, std::size_t i) {
+  return common::load_le<std::uint16_t>(array.data() + 2 * i);
+}
+std::uint32_t load32(bytes_t array, std::size_t i) {
+  return common::load_le<std::uint32_t>(array.data() + 4 * i);
+}
+
+// How many bytes a character takes in UTF-8.
+std::uint32_t utf8_length(std::uint32_t character) {
+  return character < 0x80 ? 1 : character < 0x800 ? 2 : character < 0x10000 ? 3 : 4;
+}
+
+class SegmentFile {
+ public:
+  SegmentFile(FileReport& report, SegmentKind kind) : m_report(report), m_kind(kind) {}
+
+  void check(bytes_t bytes) {
+    if (!read(bytes)) return;
+    read_codes();
+    check_nodes();
+    if (m_kind == SegmentKind::kNames) check_given_names();
+    if (m_kind == SegmentKind::kAmbiguous) check_records();
+    m_report.fact(std::to_string(m_keys) + " keys, " + std::to_string(m_characters.size() - 1) +
+                  " characters");
+  }
+
+ private:
+  bool read(bytes_t bytes) {
+    constexpr std::array<const char*, 3> magics = {format::dictionary_magic, format::names_magic,
+                                                   format::ambiguous_magic};
+    const char* magic = magics[static_cast<std::size_t>(m_kind)];
+    common::ByteReader reader(bytes);
+    bytes_t head;
+    std::uint32_t pages = 0;
+    std::uint32_t extra = 0;
+    std::uint32_t parameter = 0;
+    if (!reader.read_bytes(format::magic_size, head) ||
+        std::memcmp(head.data(), magic, format::magic_size) != 0) {
+      m_report.wrong("byte 0", std::string("does not begin with ") + magic);
+      return false;
+    }
+    if (!reader.read_u32(pages) || !reader.read_u32(m_nodes) || !reader.read_u32(extra) ||
+        !reader.read_u32(parameter)) {
+      m_report.wrong("byte 8", "the file ends inside its head");
+      return false;
+    }
+    if (m_nodes == 0) {
+      m_report.wrong("byte 12", "no nodes");
+      return false;
+    }
+    const auto take = [&](const char* what, std::uint64_t count, std::uint64_t width,
+                          bytes_t& array) {
+      if (reader.fits(count, width) && reader.read_bytes(count * width, array)) return true;
+      m_report.wrong(at("byte", reader.position()), std::string(what) + " leave the file");
+      return false;
+    };
+    if (!take("blocks", format::block_count, 2, m_blocks) ||
+        !take("pages", std::uint64_t{pages} * format::codes_per_page, 2, m_pages) ||
+        !take("bases", m_nodes, 4, m_base) || !take("checks", m_nodes, 4, m_check) ||
+        !take("values", m_nodes, 2, m_values) || !take("extra bytes", extra, 1, m_extra)) {
+      return false;
+    }
+    if (reader.position() != bytes.size()) {
+      m_report.wrong(at("byte", reader.position()), "bytes behind the last section");
+    }
+    const bool is_ambiguous = m_kind == SegmentKind::kAmbiguous;
+    if (is_ambiguous != (parameter == 0)) m_report.wrong("byte 20", "impossible parameter");
+    if (m_kind == SegmentKind::kWords && extra != 0) {
+      m_report.wrong("byte 16", "a word list has no extra bytes");
+    }
+    return true;
+  }
+
+  // The characters by their codes; index 0 is no code.
+  void read_codes() {
+    const std::size_t pages = m_pages.size() / 2 / format::codes_per_page;
+    std::vector<bool> used(pages);
+    std::vector<std::uint32_t> character_of(0x10000, 0);
+    std::vector<bool> has_code(0x10000, false);
+    std::size_t codes = 0;
+    for (std::size_t block = 0; block < format::block_count; ++block) {
+      const std::uint32_t page = load16(m_blocks, block);
+      if (page == kNoPage) continue;
+      if (page >= pages || used[page]) {
+        m_report.wrong(at("block", block), page >= pages ? "its page is beyond the last one"
+                                                         : "shares its page with another block");
+        continue;
+      }
+      used[page] = true;
+      for (std::size_t i = 0; i < format::codes_per_page; ++i) {
+        const std::uint32_t code = load16(m_pages, page * format::codes_per_page + i);
+        if (code == 0) continue;
+        const auto character = static_cast<std::uint32_t>(block * format::codes_per_page + i);
+        if (has_code[code]) {
+          m_report.wrong(at("character", character), "shares its code with another one");
+        }
+        has_code[code] = true;
+        character_of[code] = character;
+        ++codes;
+      }
+    }
+    for (std::size_t page = 0; page < pages; ++page) {
+      if (!used[page]) m_report.wrong(at("page", page), "belongs to no block");
+    }
+    m_characters.assign(codes + 1, 0);
+    for (std::size_t code = 1; code <= codes && code < has_code.size(); ++code) {
+      if (!has_code[code]) m_report.wrong(at("code", code), "belongs to no character");
+      m_characters[code] = character_of[code];
+    }
+  }
+
+  // Every node hangs from another one, by a code that is one, and the root is above all of them.
+  void check_nodes() {
+    std::vector<std::uint32_t> depth(m_nodes, 0);  // characters from the root; 0: not yet known
+    std::vector<bool> has_children(m_nodes);
+    std::vector<std::uint32_t> path;
+    m_bytes.assign(m_nodes, 0);
+    const auto code_of = [&](std::uint32_t node) {  // 0 when it hangs from nothing
+      const std::uint32_t parent = load32(m_check, node);
+      if (parent >= m_nodes) return std::uint32_t{0};
+      const std::uint64_t base = load32(m_base, parent);
+      const bool inside = base < node && node - base < m_characters.size();
+      return inside ? static_cast<std::uint32_t>(node - base) : 0;
+    };
+    if (load32(m_check, 0) != kNoNode) m_report.wrong("node 0", "hangs from another node");
+    for (std::uint32_t node = 1; node < m_nodes; ++node) {
+      if (load32(m_check, node) == kNoNode) {
+        if (load16(m_values, node) != 0 || load32(m_base, node) != 0) {
+          m_report.wrong(at("node", node), "hangs from nothing, but is not empty");
+        }
+        continue;
+      }
+      // Up to the first node whose depth is known, then down again.
+      path.clear();
+      std::uint32_t top = node;
+      while (top != 0 && depth[top] == 0 && path.size() <= format::max_key_characters) {
+        if (code_of(top) == 0) break;
+        path.push_back(top);
+        top = load32(m_check, top);
+      }
+      if (top != 0 && depth[top] == 0) {
+        m_report.wrong(at("node", node), path.size() > format::max_key_characters
+                                             ? "no way from the root of 32 characters or less"
+                                             : "its base and check do not agree");
+        continue;
+      }
+      for (std::size_t i = path.size(); i-- > 0;) {
+        const std::uint32_t parent = load32(m_check, path[i]);
+        depth[path[i]] = depth[parent] + 1;
+        has_children[parent] = true;
+        m_bytes[path[i]] = m_bytes[parent] + utf8_length(m_characters[code_of(path[i])]);
+      }
+      if (depth[node] > format::max_key_characters) {
+        m_report.wrong(at("node", node), "a key of more than 32 characters");
+      }
+    }
+    for (std::uint32_t node = 0; node < m_nodes; ++node) {
+      const std::uint32_t value = load16(m_values, node);
+      if (value == 0) {
+        if (depth[node] > 0 && !has_children[node]) {
+          m_report.wrong(at("node", node), "a way that ends at no key");
+        }
+        continue;
+      }
+      ++m_keys;
+      if (node == 0) m_report.wrong("node 0", "an empty key");
+      if (m_kind != SegmentKind::kAmbiguous && value < 2) {
+        m_report.wrong(at("node", node), "a key without cost");
+      }
+    }
+  }
+
+  void check_given_names() {
+    const std::size_t wanted = m_characters.size() * format::given_positions * 2;
+    if (m_extra.size() != wanted) {
+      return m_report.wrong("byte 16", "extra bytes do not fit the number of characters");
+    }
+    for (std::size_t i = 0; i < m_extra.size() / 2; ++i) {
+      const std::uint32_t cost = load16(m_extra, i);
+      if (cost != format::given_unseen && cost > format::max_cost) {
+        m_report.wrong(at("cost", i), "impossible cost of a given name");
+      }
+    }
+  }
+
+  // Each record once, in order, and each as long as the key that leads to it.
+  void check_records() {
+    common::ByteReader reader(m_extra);
+    std::uint32_t count = 0;
+    if (!reader.read_u32(count) || !reader.fits(count, 4) || count > 0xFFFE) {
+      return m_report.wrong("extra bytes", "more records than the file holds");
+    }
+    std::vector<std::uint32_t> lengths;
+    std::uint64_t expected = 4 * (std::uint64_t{count} + 1);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      const std::string place = at("record", i + std::uint64_t{1});
+      std::uint32_t offset = 0;
+      reader.read_u32(offset);
+      common::ByteReader record(m_extra);
+      std::uint8_t words = 0;
+      bytes_t sizes;
+      if (offset != expected || !record.seek(offset) || !record.read_u8(words) || words == 0 ||
+          !record.read_bytes(words, sizes)) {
+        return m_report.wrong(place, "offset out of order or outside the file, or no words");
+      }
+      expected = record.position();
+      std::uint32_t length = 0;
+      for (const unsigned char size : sizes) length += size;
+      if (std::find(sizes.begin(), sizes.end(), 0) != sizes.end()) {
+        m_report.wrong(place, "an empty word");
+      }
+      lengths.push_back(length);
+    }
+    if (expected != m_extra.size()) m_report.wrong("end", "bytes behind the last record");
+    std::vector<bool> used(count);
+    for (std::uint32_t node = 0; node < m_nodes; ++node) {
+      const std::uint32_t value = load16(m_values, node);
+      if (value == 0) continue;
+      if (value > count || used[value - 1]) {
+        m_report.wrong(at("node", node), value > count ? "record beyond the last one"
+                                                       : "shares its record with another key");
+        continue;
+      }
+      used[value - 1] = true;
+      if (lengths[value - 1] != m_bytes[node]) {
+        m_report.wrong(at("record", value), "its words are not as long as the key");
+      }
+    }
+    for (std::uint32_t i = 0; i < count; ++i) {
+      if (!used[i]) m_report.wrong(at("record", i + std::uint64_t{1}), "belongs to no key");
+    }
+  }
+
+  FileReport& m_report;
+  SegmentKind m_kind;
+  std::uint32_t m_nodes = 0;
+  bytes_t m_blocks;
+  bytes_t m_pages;
+  bytes_t m_base;
+  bytes_t m_check;
+  bytes_t m_values;
+  bytes_t m_extra;
+  std::vector<std::uint32_t> m_characters;  // by code
+  std::vector<std::uint32_t> m_bytes;       // of the key that ends at a node
+  std::uint64_t m_keys = 0;
+};
+
+}  // namespace
+
+void check_segment_file(FileReport report, SegmentKind kind) {
+  const auto file = report.open();
+  if (file) SegmentFile(report, kind).check(file->data());
+}
+
+}  // namespace koralite::toolkit

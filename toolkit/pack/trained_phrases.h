@@ -1,0 +1,78 @@
+// A trained phrase table in memory, by word ids, ready to be packed under any
+// weights: the vocabularies of both sides are made from it, in order of frequency
+// and within the limits of the packed formats. Owns all; reading is safe from any
+// number of threads.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "decoder/lang_model.h"
+#include "toolkit/lm/lang_model_builder.h"
+#include "toolkit/lm/ngram_model.h"
+#include "toolkit/pack/phrase_table_builder.h"
+#include "toolkit/phrases/phrase_file.h"
+#include "toolkit/resource/vocab_file.h"
+
+namespace koralite::toolkit {
+
+class TrainedPhrases {
+ public:
+  struct record_t {
+    std::uint32_t words = 0;  // place of the ids, source before target
+    std::uint8_t source_count = 0;
+    std::uint8_t target_count = 0;
+    std::array<float, translation_features> log_probabilities{};
+    std::array<std::uint16_t, 6> orientations{};
+  };
+
+  struct report_t {
+    std::uint64_t lines = 0;
+    std::uint64_t lost = 0;        // hold a span whose translation the text did not have
+    std::uint64_t odd_tags = 0;    // tag words that do not belong together
+    std::uint64_t rare_words = 0;  // hold a word beyond the vocabulary's limit
+    std::size_t source_words = 0;
+    std::size_t target_words = 0;
+  };
+
+  // `phrases` as format_phrase wrote it; the texts (words between blanks) give the frequencies.
+  TrainedPhrases(const std::string& phrases, std::span<const std::string> source_text,
+                 std::span<const std::string> target_text);
+
+  const VocabBuilder& source_vocab() const { return m_source_vocab; }
+  const VocabBuilder& target_vocab() const { return m_target_vocab; }
+  std::span<const record_t> records() const { return m_records; }
+  std::span<const std::int32_t> source(const record_t& record) const {
+    return std::span<const std::int32_t>(m_words).subspan(record.words, record.source_count);
+  }
+  std::span<const std::int32_t> target(const record_t& record) const {
+    return std::span<const std::int32_t>(m_words).subspan(record.words + record.source_count,
+                                                          record.target_count);
+  }
+  const report_t& report() const { return m_report; }
+
+ private:
+  VocabBuilder m_source_vocab;
+  VocabBuilder m_target_vocab;
+  std::vector<std::int32_t> m_words;
+  std::vector<record_t> m_records;
+  report_t m_report;
+};
+
+// Packs a language model for a target vocabulary; n-grams with other words are left out.
+lang_model_report_t pack_lang_model(const NgramModel& model, const VocabBuilder& target,
+                                    const std::string& path);
+
+// Packs the records that `keep` accepts (all, if it is empty) with their translation features
+// folded into one score by `weights`.
+phrase_table_report_t pack_phrases(
+    const TrainedPhrases& phrases, std::span<const double> weights,
+    const phrase_table_options_t& options, const std::string& path,
+    const std::function<bool(const TrainedPhrases::record_t&)>& keep = {});
+
+}  // namespace koralite::toolkit
