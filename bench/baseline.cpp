@@ -12,15 +12,17 @@ namespace {
 
 void hash_lookups(benchmark::State& state) {
   constexpr std::uint64_t kEntries = 1U << 20U;
-  static const auto table = [] {
+  static const auto kTable = [] {
     std::unordered_map<std::uint64_t, std::uint64_t> made;
-    for (std::uint64_t i = 0; i < kEntries; ++i) made.emplace(i * 0x9E3779B97F4A7C15U, i);
+    for (std::uint64_t i = 0; i < kEntries; ++i) {
+      made.emplace(i * 0x9E3779B97F4A7C15U, i);
+    }
     return made;
   }();
   std::uint64_t at = 1;
   for (auto _ : state) {
     // Each look-up waits for the one before it.
-    const std::uint64_t found = table.find((at % kEntries) * 0x9E3779B97F4A7C15U)->second;
+    const std::uint64_t found = kTable.find((at % kEntries) * 0x9E3779B97F4A7C15U)->second;
     at = found * 6364136223846793005U + 1442695040888963407U;
     benchmark::DoNotOptimize(at);
   }

@@ -34,7 +34,7 @@ struct Language {
 };
 
 const std::vector<Language>& languages() {
-  static const std::vector<Language> list = {
+  static const std::vector<Language> kList = {
       {"english",
        LangType::kEnglish,
        {"Mr. Smith didn't say when the 1,000 files (see http://ab.cd/ef) would be copied, did he?",
@@ -65,7 +65,7 @@ const std::vector<Language>& languages() {
        {"эта программа читает 1000 файлов и ждёт .",
         "он переехал в москву , потому что там есть университет ."}},
   };
-  return list;
+  return kList;
 }
 
 // A model folder with small resources of every kind, removed at the end.
@@ -85,18 +85,22 @@ class Folder {
     pinyin.add_line("U+4E09\tkMandarin\tsān");
     pinyin.write(file("pinyin"));
     std::map<std::string, std::uint64_t> counts;
-    for (const Language& language : languages())
+    for (const Language& language : languages()) {
       for (const std::string& line : language.outputs) {
         std::size_t begin = 0;
         while (begin < line.size()) {
           const std::size_t end = std::min(line.find(' ', begin), line.size());
-          if (static_cast<unsigned char>(line[begin]) >= 0x80U)
+          if (static_cast<unsigned char>(line[begin]) >= 0x80U) {
             ++counts[line.substr(begin, end - begin)];
+          }
           begin = end + 1;
         }
       }
+    }
     std::vector<toolkit::segment_word_t> words;
-    for (const auto& [word, count] : counts) words.push_back({word, count, ""});
+    for (const auto& [word, count] : counts) {
+      words.push_back({word, count, ""});
+    }
     toolkit::build_segment_dictionary(file("words"), words, {});
   }
   Folder(const Folder&) = delete;
@@ -108,8 +112,12 @@ class Folder {
 
   std::unique_ptr<textProcess::Processor> make(LangType language) const {
     std::string config = "[ne]\nne\n\n[recase]\nrecase\n\n[pinyin]\npinyin\n\n";
-    if (language == LangType::kEnglish) config += "[rule]\nec\n\n";
-    if (language == LangType::kChinese) config += "[rule]\nce\n\n";
+    if (language == LangType::kEnglish) {
+      config += "[rule]\nec\n\n";
+    }
+    if (language == LangType::kChinese) {
+      config += "[rule]\nce\n\n";
+    }
     config += language == LangType::kRussian ? "[single-word-split]\n0\n" : "[segment]\nwords\n";
     toolkit::write_file(file("engine.conf"), config);
     return std::make_unique<textProcess::Processor>(language, language, file("engine.conf"),
@@ -145,18 +153,21 @@ void add(const Folder& folder, const std::string& name, LangType language, Work 
                                               placed](benchmark::State& state) {
     const auto processor = folder.make(language);
     std::int64_t bytes = 0;
-    for (auto _ : state)
+    for (auto _ : state) {
       for (const std::string& text : texts) {
         work(*processor, text, placed);
         bytes += static_cast<std::int64_t>(text.size());
       }
+    }
     state.SetBytesProcessed(bytes);
   })->Unit(benchmark::kMicrosecond);
 }
 
 std::string repeat(const std::string& unit, std::size_t size) {
   std::string text;
-  while (text.size() < size) text += unit;
+  while (text.size() < size) {
+    text += unit;
+  }
   return text;
 }
 
@@ -175,15 +186,19 @@ int main(int argc, char** argv) {
       {"letters", "a"},   {"dots", "."},       {"quotes", "\""}, {"hyphens", "-"},
       {"chinese", "中"},  {"blanks", " "},     {"digits", "1"},  {"urls", "a.b/"},
       {"broken", "\xE4"}, {"numbers", "five "}};
-  for (const Language& language : languages())
-    for (const auto& [kind, unit] : hostile)
+  for (const Language& language : languages()) {
+    for (const auto& [kind, unit] : hostile) {
       for (const std::size_t size : {std::size_t{1} << 16U, std::size_t{1} << 20U}) {
         const std::string name =
             std::string(language.name) + "/" + kind + "/" + std::to_string(size);
         add(folder, "hostile/pre/" + name, language.type, preprocess, {repeat(unit, size)}, true);
         add(folder, "hostile/post/" + name, language.type, postprocess, {repeat(unit, size)}, true);
       }
+    }
+  }
   benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    return 1;
+  }
   benchmark::RunSpecifiedBenchmarks();
 }

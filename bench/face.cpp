@@ -22,14 +22,16 @@
 namespace {
 
 const std::string& folder() {
-  static const std::string path = [] {
-    if (const char* given = std::getenv("KORA_MODEL")) return std::string(given);
+  static const std::string kPath = [] {
+    if (const char* given = std::getenv("KORA_MODEL")) {
+      return std::string(given);
+    }
     const auto made = std::filesystem::temp_directory_path() / "kora-bench-face";
     std::filesystem::create_directories(made);
     kora_test::write_small_model(made.string());
     return made.string();
   }();
-  return path;
+  return kPath;
 }
 
 struct Translator {
@@ -59,7 +61,7 @@ struct Translator {
 
 // A thousand sentences of 4 to 15 words.
 const std::vector<std::string>& sentences() {
-  static const std::vector<std::string> list = [] {
+  static const std::vector<std::string> kList = [] {
     const char* words[] = {"the",     "file", "hello", "world",   "cat",  "good",
                            "morning", "open", "save",  "network", "your", "window",
                            "with",    "from", "3.5",   "error"};
@@ -71,26 +73,32 @@ const std::vector<std::string>& sentences() {
     };
     for (int i = 0; i < 1000; ++i) {
       std::string& text = made.emplace_back();
-      for (unsigned k = next(12) + 4; k > 0; --k) text += std::string(words[next(16)]) + ' ';
+      for (unsigned k = next(12) + 4; k > 0; --k) {
+        text += std::string(words[next(16)]) + ' ';
+      }
       text.back() = '.';
     }
     return made;
   }();
-  return list;
+  return kList;
 }
 
 // Megabytes of a line of /proc/self/status.
 double status_mb(const std::string& name) {
   std::ifstream lines("/proc/self/status");
   for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with(name)) return std::strtod(line.c_str() + name.size(), nullptr) / 1024;
+    if (line.starts_with(name)) {
+      return std::strtod(line.c_str() + name.size(), nullptr) / 1024;
+    }
   }
   return 0;
 }
 
 void create(benchmark::State& state) {
   const auto flags = static_cast<std::uint32_t>(state.range(0));
-  for (auto _ : state) Translator translator(flags);
+  for (auto _ : state) {
+    Translator translator(flags);
+  }
 }
 BENCHMARK(create)->ArgName("check_manifest")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
@@ -105,7 +113,9 @@ BENCHMARK(create_and_first_sentence)->Unit(benchmark::kMillisecond);
 void a_thousand_sentences(benchmark::State& state) {
   Translator translator;
   for (auto _ : state) {
-    for (const std::string& sentence : sentences()) translator.translate(sentence);
+    for (const std::string& sentence : sentences()) {
+      translator.translate(sentence);
+    }
   }
   state.counters["sentences/s"] =
       benchmark::Counter(1000, benchmark::Counter::kIsIterationInvariantRate);

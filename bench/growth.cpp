@@ -46,7 +46,9 @@ void translating(benchmark::State& state) {
   for (auto _ : state) {
     for (auto& sentence : sentences) {
       std::vector<koralite::common::word_node_t> nodes;
-      for (auto& word : sentence) nodes.push_back({word.data(), nullptr, nullptr});
+      for (auto& word : sentence) {
+        nodes.push_back({word.data(), nullptr, nullptr});
+      }
       decoder.translate(nodes, text);
     }
   }
@@ -56,7 +58,9 @@ void translating(benchmark::State& state) {
 
 void sizes(benchmark::internal::Benchmark* row) {
   row->ArgName("pairs")->Unit(benchmark::kMillisecond);
-  for (const int pairs : {3750, 7500, 15000, 30000}) row->Arg(pairs);
+  for (const int pairs : {3750, 7500, 15000, 30000}) {
+    row->Arg(pairs);
+  }
 }
 BENCHMARK(loading)->Apply(sizes);
 BENCHMARK(translating)->Apply(sizes);

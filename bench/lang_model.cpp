@@ -73,16 +73,18 @@ class ModelFile {
 };
 
 const ModelFile& model_file() {
-  static const ModelFile file;
-  return file;
+  static const ModelFile kFile;
+  return kFile;
 }
 
 // 5-grams of fresh text in random order, one after the other.
 const std::vector<int>& queries() {
-  static const std::vector<int> queries = [] {
+  static const std::vector<int> kQueries = [] {
     kora_bench::SyntheticText text(kWords, 2);
     std::vector<int> words(400000);
-    for (int& word : words) word = kFirstWord + text.next();
+    for (int& word : words) {
+      word = kFirstWord + text.next();
+    }
     std::vector<std::size_t> starts(words.size() - kOrder);
     std::iota(starts.begin(), starts.end(), std::size_t{0});
     std::shuffle(starts.begin(), starts.end(), std::mt19937(3));
@@ -93,7 +95,7 @@ const std::vector<int>& queries() {
     }
     return all;
   }();
-  return queries;
+  return kQueries;
 }
 
 void ngram_queries(benchmark::State& state) {
@@ -104,7 +106,9 @@ void ngram_queries(benchmark::State& state) {
     benchmark::DoNotOptimize(
         model.compute_ngram_score(std::span<const int>(words).subspan(at, kOrder)));
     at += kOrder;
-    if (at == words.size()) at = 0;
+    if (at == words.size()) {
+      at = 0;
+    }
   }
   double found = 0;
   for (std::size_t i = 0; i < words.size(); i += kOrder) {
@@ -142,14 +146,20 @@ struct hash_model_t {
     std::size_t matched = ids.size();
     auto found = entries.end();
     for (; matched > 0; --matched) {
-      if ((found = entries.find(key(ids.last(matched)))) != entries.end()) break;
+      if ((found = entries.find(key(ids.last(matched)))) != entries.end()) {
+        break;
+      }
     }
-    if (matched == 0) return -100.0F;
+    if (matched == 0) {
+      return -100.0F;
+    }
     float score = found->second.probability;
     const auto context = ids.first(ids.size() - 1);
     for (std::size_t k = matched; k <= context.size(); ++k) {
       const auto weight = entries.find(key(context.last(k)));
-      if (weight == entries.end()) break;
+      if (weight == entries.end()) {
+        break;
+      }
       score += weight->second.back_off;
     }
     return score;
@@ -157,7 +167,7 @@ struct hash_model_t {
 };
 
 void ngram_queries_of_a_hash_table(benchmark::State& state) {
-  static const hash_model_t model = [] {
+  static const hash_model_t kModel = [] {
     hash_model_t hashed;
     const CompactLmModel packed(model_file().path(), kOrder, kEverything);
     kora_bench::SyntheticText text(kWords, 1);
@@ -178,12 +188,14 @@ void ngram_queries_of_a_hash_table(benchmark::State& state) {
   const std::vector<int>& words = queries();
   std::size_t at = 0;
   for (auto _ : state) {
-    benchmark::DoNotOptimize(model.score(std::span<const int>(words).subspan(at, kOrder)));
+    benchmark::DoNotOptimize(kModel.score(std::span<const int>(words).subspan(at, kOrder)));
     at += kOrder;
-    if (at == words.size()) at = 0;
+    if (at == words.size()) {
+      at = 0;
+    }
   }
   state.SetItemsProcessed(state.iterations());
-  state.counters["ngrams"] = static_cast<double>(model.entries.size());
+  state.counters["ngrams"] = static_cast<double>(kModel.entries.size());
 }
 BENCHMARK(ngram_queries_of_a_hash_table);
 
@@ -200,7 +212,9 @@ void joint_scores(benchmark::State& state) {
     model.TrieSearchInvert(context, before);
     benchmark::DoNotOptimize(model.joint_score(context, before, phrase));
     at += kOrder;
-    if (at + 2 * kOrder > words.size()) at = 0;
+    if (at + 2 * kOrder > words.size()) {
+      at = 0;
+    }
   }
   state.SetItemsProcessed(3 * state.iterations());
 }
@@ -221,7 +235,9 @@ BENCHMARK(opening)->Unit(benchmark::kMillisecond);
 void preparing_a_sentence(benchmark::State& state) {
   CompactLmModel model(model_file().path(), kOrder);
   const std::span<const int> words = std::span<const int>(queries()).first(1000);
-  for (auto _ : state) model.add_to_cache(words);
+  for (auto _ : state) {
+    model.add_to_cache(words);
+  }
 }
 BENCHMARK(preparing_a_sentence)->Unit(benchmark::kMicrosecond);
 

@@ -49,7 +49,9 @@ std::vector<std::string> spans(const std::string& text, std::string_view join) {
   for (std::size_t i = 0; i < tokens.size(); ++i) {
     std::string phrase;
     for (std::size_t n = 0; n < 8 && i + n < tokens.size(); ++n) {
-      if (n > 0) phrase += join;
+      if (n > 0) {
+        phrase += join;
+      }
       phrase += tokens[i + n];
       phrases.push_back(phrase);
     }
@@ -57,16 +59,16 @@ std::vector<std::string> spans(const std::string& text, std::string_view join) {
   return phrases;
 }
 
-constexpr const char* ENGLISH =
+constexpr const char* kEnglish =
     "the printer driver could not be installed because the file was removed by another user , and "
     "a copy of the settings is kept in the folder of the program .";
-constexpr const char* ENGLISH_NUMBERS =
+constexpr const char* kEnglishNumbers =
     "on may 3 , 2024 , the company sold 3.5 million phones in two weeks for $ 299.99 each , 20 % "
     "more than in the first quarter , and one of every three went to asia .";
-constexpr const char* CHINESE =
+constexpr const char* kChinese =
     "由于 文件 已 被 另 一个 用户 删除 ， 无法 安装 打印机 驱动 程序 ， 设置 的 副本 保存 在 "
     "程序 的 文件夹 中 。";
-constexpr const char* CHINESE_NUMBERS =
+constexpr const char* kChineseNumbers =
     "2024 年 5 月 3 日 ， 该 公司 两 周 内 以 299.99 美元 的 价格 售出 350 万 部 手机 ， 比 第一 "
     "季度 多 百分之二十 ， 每 三 部 有 一部 销往 亚洲 。";
 
@@ -172,7 +174,9 @@ void print_round_trips() {
   };
   std::vector<Way> all = ways;
   for (Way& way : all) {
-    for (std::int64_t value = 0; value < 1000000; ++value) way.run(value);
+    for (std::int64_t value = 0; value < 1000000; ++value) {
+      way.run(value);
+    }
   }
   table("Every integer below 1,000,000:\n", all);
   std::vector<Way> some = ways;
@@ -195,12 +199,12 @@ void print_round_trips() {
 
 }  // namespace
 
-BENCHMARK_CAPTURE(filter, english_without_numbers, "en-zh", ENGLISH, " ");
-BENCHMARK_CAPTURE(translate, english_without_numbers, "en-zh", ENGLISH, " ");
-BENCHMARK_CAPTURE(translate, english_with_numbers, "en-zh", ENGLISH_NUMBERS, " ");
-BENCHMARK_CAPTURE(filter, chinese_without_numbers, "zh-en", CHINESE, "");
-BENCHMARK_CAPTURE(translate, chinese_without_numbers, "zh-en", CHINESE, "");
-BENCHMARK_CAPTURE(translate, chinese_with_numbers, "zh-en", CHINESE_NUMBERS, "");
+BENCHMARK_CAPTURE(filter, english_without_numbers, "en-zh", kEnglish, " ");
+BENCHMARK_CAPTURE(translate, english_without_numbers, "en-zh", kEnglish, " ");
+BENCHMARK_CAPTURE(translate, english_with_numbers, "en-zh", kEnglishNumbers, " ");
+BENCHMARK_CAPTURE(filter, chinese_without_numbers, "zh-en", kChinese, "");
+BENCHMARK_CAPTURE(translate, chinese_without_numbers, "zh-en", kChinese, "");
+BENCHMARK_CAPTURE(translate, chinese_with_numbers, "zh-en", kChineseNumbers, "");
 BENCHMARK_CAPTURE(load_rules, english, "en-zh")->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(load_rules, chinese, "zh-en")->Unit(benchmark::kMillisecond);
 
@@ -210,7 +214,9 @@ int main(int argc, char** argv) {
     return 0;
   }
   benchmark::Initialize(&argc, argv);
-  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
+    return 1;
+  }
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();
   return 0;

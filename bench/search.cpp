@@ -27,8 +27,8 @@ using namespace koralite::decoder;
 using koralite::common::word_node_t;
 
 const kora_bench::search_model_t& model() {
-  static const kora_bench::search_model_t model = kora_bench::search_model();
-  return model;
+  static const kora_bench::search_model_t kModel = kora_bench::search_model();
+  return kModel;
 }
 
 struct sentences_t {
@@ -40,7 +40,9 @@ struct sentences_t {
       : words(kora_bench::search_sentences(count, low, high)) {
     for (auto& sentence : words) {
       auto& list = nodes.emplace_back();
-      for (auto& word : sentence) list.push_back({word.data(), nullptr, nullptr});
+      for (auto& word : sentence) {
+        list.push_back({word.data(), nullptr, nullptr});
+      }
       word_count += list.size();
     }
   }
@@ -73,10 +75,14 @@ void translate(benchmark::State& state, const sentences_t& sentences, int stack,
   engine_t engine(stack, option, distort);
   Decoder& decoder = *engine.decoder;
   std::string text;
-  for (const auto& nodes : sentences.nodes) decoder.translate(nodes, text);  // warms up
+  for (const auto& nodes : sentences.nodes) {
+    decoder.translate(nodes, text);  // warms up
+  }
   const search_counts_t before = decoder.counts();
   for (auto _ : state) {
-    for (const auto& nodes : sentences.nodes) decoder.translate(nodes, text);
+    for (const auto& nodes : sentences.nodes) {
+      decoder.translate(nodes, text);
+    }
   }
   const search_counts_t& after = decoder.counts();
   const double words =
@@ -95,7 +101,9 @@ void translate(benchmark::State& state, const sentences_t& sentences, int stack,
   for (const auto& nodes : sentences.nodes) {
     explanation_t explanation;
     decoder.explain(1, nodes, explanation);
-    if (!explanation.derivations.empty()) score += explanation.derivations[0].total;
+    if (!explanation.derivations.empty()) {
+      score += explanation.derivations[0].total;
+    }
   }
   state.counters["score"] = score / static_cast<double>(sentences.nodes.size());
 }
@@ -110,17 +118,22 @@ void add(const std::string& name, const sentences_t& sentences, int stack, int o
 // Each thread has its own models and decoder, as handles do.
 void threads(benchmark::State& state, const sentences_t& sentences) {
   std::vector<std::unique_ptr<engine_t>> engines;
-  for (int k = 0; k < state.range(0); ++k)
+  for (int k = 0; k < state.range(0); ++k) {
     engines.push_back(std::make_unique<engine_t>(100, 20, 6));
+  }
   for (auto _ : state) {
     std::vector<std::thread> running;
     for (const auto& engine : engines) {
       running.emplace_back([&] {
         std::string text;
-        for (const auto& nodes : sentences.nodes) engine->decoder->translate(nodes, text);
+        for (const auto& nodes : sentences.nodes) {
+          engine->decoder->translate(nodes, text);
+        }
       });
     }
-    for (std::thread& thread : running) thread.join();
+    for (std::thread& thread : running) {
+      thread.join();
+    }
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(sentences.word_count) *
                           static_cast<std::int64_t>(state.iterations()) * state.range(0));
@@ -129,24 +142,24 @@ void threads(benchmark::State& state, const sentences_t& sentences) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  static const sentences_t mixed(60, 8, 32);
-  add("default", mixed, 100, 20, 6);
+  static const sentences_t kMixed(60, 8, 32);
+  add("default", kMixed, 100, 20, 6);
   static std::vector<std::unique_ptr<sentences_t>> lengths;
   for (const int length : {4, 8, 16, 32}) {
     lengths.push_back(std::make_unique<sentences_t>(400 / length, length, length));
     add("length:" + std::to_string(length), *lengths.back(), 100, 20, 6);
   }
   for (const int stack : {10, 25, 50, 200, 400}) {
-    add("stack:" + std::to_string(stack), mixed, stack, 20, 6);
+    add("stack:" + std::to_string(stack), kMixed, stack, 20, 6);
   }
   for (const int option : {5, 10, 40}) {
-    add("option:" + std::to_string(option), mixed, 100, option, 6);
+    add("option:" + std::to_string(option), kMixed, 100, option, 6);
   }
   for (const int distort : {0, 2, 4, 12, -1}) {
-    add("distort:" + std::to_string(distort), mixed, 100, 20, distort);
+    add("distort:" + std::to_string(distort), kMixed, 100, 20, distort);
   }
-  add("stack:50/option:10/distort:4", mixed, 50, 10, 4);
-  benchmark::RegisterBenchmark("threads", [](benchmark::State& state) { threads(state, mixed); })
+  add("stack:50/option:10/distort:4", kMixed, 50, 10, 4);
+  benchmark::RegisterBenchmark("threads", [](benchmark::State& state) { threads(state, kMixed); })
       ->Arg(1)
       ->Arg(2)
       ->UseRealTime()

@@ -46,14 +46,20 @@ class SyntheticPairs {
 
   synthetic_pair_t next(int words) {
     synthetic_pair_t pair;
-    for (int k = 0; k < words; ++k) pair.target.push_back(text_.next());
     for (int k = 0; k < words; ++k) {
-      if (chance(8)) continue;  // some words have no counterpart
+      pair.target.push_back(text_.next());
+    }
+    for (int k = 0; k < words; ++k) {
+      if (chance(8)) {
+        continue;  // some words have no counterpart
+      }
       pair.source.push_back(counterpart(pair.target[static_cast<std::size_t>(k)]));
       pair.from.push_back(k);
     }
     for (std::size_t k = 0; k + 2 < pair.source.size(); ++k) {
-      if (!chance(12)) continue;  // a word moves behind the one or two after it
+      if (!chance(12)) {
+        continue;  // a word moves behind the one or two after it
+      }
       const auto by = static_cast<std::ptrdiff_t>(1 + random_() % 2);
       const auto at = static_cast<std::ptrdiff_t>(k);
       std::rotate(pair.source.begin() + at, pair.source.begin() + at + 1,
@@ -70,9 +76,13 @@ class SyntheticPairs {
 
   // Mostly one of a few words of about the same frequency, sometimes any.
   int counterpart(int word) {
-    if (chance(10)) return static_cast<int>(random_() % 200);
+    if (chance(10)) {
+      return static_cast<int>(random_() % 200);
+    }
     int choice = 0;
-    while (choice < 6 && chance(35)) ++choice;
+    while (choice < 6 && chance(35)) {
+      ++choice;
+    }
     std::uint64_t mixed =
         (static_cast<std::uint64_t>(word) * 8 + static_cast<std::uint64_t>(choice)) *
         0x9E3779B97F4A7C15U;
@@ -131,7 +141,9 @@ class SearchModelMaker {
 
   void count_grams(const std::vector<int>& target) {
     words_t words = {257};
-    for (const int word : target) words.push_back(kTargetFirst + word);
+    for (const int word : target) {
+      words.push_back(kTargetFirst + word);
+    }
     words.push_back(258);
     for (std::size_t end = 1; end <= words.size(); ++end) {
       for (std::size_t n = 1; n <= std::min<std::size_t>(end, kOrder); ++n) {
@@ -154,10 +166,16 @@ class SearchModelMaker {
           return pair.from[k] >= low && pair.from[k] <= high;
         };
         bool whole = high - low < static_cast<int>(kPhrase);
-        for (std::size_t k = 0; k < size; ++k) whole = whole && ((k >= i && k <= j) || !inside(k));
-        if (!whole) continue;
+        for (std::size_t k = 0; k < size; ++k) {
+          whole = whole && ((k >= i && k <= j) || !inside(k));
+        }
+        if (!whole) {
+          continue;
+        }
         words_t key = {static_cast<std::int32_t>(j - i + 1)};
-        for (std::size_t k = i; k <= j; ++k) key.push_back(kFirst + pair.source[k]);
+        for (std::size_t k = i; k <= j; ++k) {
+          key.push_back(kFirst + pair.source[k]);
+        }
         for (int k = low; k <= high; ++k) {
           key.push_back(kTargetFirst + pair.target[static_cast<std::size_t>(k)]);
         }
@@ -211,7 +229,9 @@ class SearchModelMaker {
     for (const auto& [words, count] : grams_) {
       const auto own = contexts.find(words);
       const bool leads = own != contexts.end();
-      if (words.size() > 2 && count < 2) continue;
+      if (words.size() > 2 && count < 2) {
+        continue;
+      }
       double total = tokens;
       double discount = 0;
       if (words.size() > 1) {
@@ -243,7 +263,7 @@ class SearchModelMaker {
       entry.target = toolkit::phrase_t(target);
       entry.translation = std::log(count.pairs / static_cast<float>(sources_.at(source))) +
                           std::log(count.pairs / static_cast<float>(targets_.at(target)));
-      entry.kind = toolkit::reordering_t::kCounts;
+      entry.kind = toolkit::ReorderingKind::kCounts;
       entry.reordering = count.reorder;
       builder.add(entry);
     }
@@ -287,7 +307,9 @@ inline std::vector<std::vector<std::string>> search_sentences(int count, int low
   while (static_cast<int>(sentences.size()) < count) {
     const int wanted = low + static_cast<int>(random() % static_cast<unsigned>(high - low + 1));
     const synthetic_pair_t pair = pairs.next(wanted + wanted / 8 + 1);
-    if (static_cast<int>(pair.source.size()) < wanted) continue;
+    if (static_cast<int>(pair.source.size()) < wanted) {
+      continue;
+    }
     auto& sentence = sentences.emplace_back();
     for (int k = 0; k < wanted; ++k) {
       sentence.push_back("s" + std::to_string(pair.source[static_cast<std::size_t>(k)]));

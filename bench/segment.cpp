@@ -39,7 +39,9 @@ std::vector<std::string> g_lines;
 
 std::size_t characters_of(const std::string& text) {
   std::size_t count = 0;
-  for (const char c : text) count += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
+  for (const char c : text) {
+    count += (static_cast<unsigned char>(c) & 0xC0U) != 0x80U ? 1 : 0;
+  }
   return count;
 }
 
@@ -62,7 +64,9 @@ struct agreement_t {
   std::size_t theirs = 0;
 
   void add(const spans_t& mine, const spans_t& other) {
-    for (const auto& span : mine) both += other.contains(span) ? 1 : 0;
+    for (const auto& span : mine) {
+      both += other.contains(span) ? 1 : 0;
+    }
     ours += mine.size();
     theirs += other.size();
   }
@@ -77,7 +81,9 @@ struct agreement_t {
 // Sentences of words drawn by frequency.
 agreement_t on_known_words(const std::vector<segment_word_t>& words) {
   std::vector<double> weights;
-  for (const segment_word_t& word : words) weights.push_back(static_cast<double>(word.count));
+  for (const segment_word_t& word : words) {
+    weights.push_back(static_cast<double>(word.count));
+  }
   std::discrete_distribution<std::size_t> draw(weights.begin(), weights.end());
   std::mt19937_64 random(11);
   agreement_t agreement;
@@ -144,7 +150,9 @@ int main(int argc, char** argv) {
                  text_path.c_str());
     return 1;
   }
-  for (std::string line; std::getline(text, line);) g_lines.push_back(std::move(line));
+  for (std::string line; std::getline(text, line);) {
+    g_lines.push_back(std::move(line));
+  }
 
   const auto words = read_segment_words(words_path);
   const auto surnames = read_segment_lines(surnames_path);

@@ -27,7 +27,9 @@ class SyntheticText {
     if (random_() % 100 < 62) {
       // One of a few continuations of the two words before, the first ones more often.
       std::uint64_t choice = 0;
-      while (choice < 12 && random_() % 2 != 0) ++choice;
+      while (choice < 12 && random_() % 2 != 0) {
+        ++choice;
+      }
       std::uint64_t mixed = (second_ * 1000003U + first_) * 31U + choice;
       mixed = (mixed ^ (mixed >> 29)) * 0xBF58476D1CE4E5B9U;
       mixed = (mixed ^ (mixed >> 32)) * 0x94D049BB133111EBU;

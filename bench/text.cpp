@@ -41,7 +41,9 @@ constexpr std::string_view kChinese =
 std::string repeat(std::string_view piece, std::size_t size) {
   std::string text;
   text.reserve(size + piece.size());
-  while (text.size() < size) text += piece;
+  while (text.size() < size) {
+    text += piece;
+  }
   return text;
 }
 

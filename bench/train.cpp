@@ -51,16 +51,24 @@ Text generate(std::size_t pairs) {
     std::vector<std::string> out;
     for (std::size_t k = 0; k < words.size(); ++k) {
       source += (k == 0 ? "s" : " s") + std::to_string(words[k]);
-      if (random.below(12) == 0) continue;  // no counterpart
+      if (random.below(12) == 0) {
+        continue;  // no counterpart
+      }
       std::string word = "t" + std::to_string(random.below(8) == 0 ? draw() : words[k]);
-      if (words[k] % 11 == 0) word += " u" + std::to_string(words[k]);  // two words for one
+      if (words[k] % 11 == 0) {
+        word += " u" + std::to_string(words[k]);  // two words for one
+      }
       out.push_back(word);
     }
     for (std::size_t k = 1; k < out.size(); ++k) {
-      if (random.below(6) == 0) std::swap(out[k - 1], out[k]);
+      if (random.below(6) == 0) {
+        std::swap(out[k - 1], out[k]);
+      }
     }
     std::string target;
-    for (const std::string& word : out) target += (target.empty() ? "" : " ") + word;
+    for (const std::string& word : out) {
+      target += (target.empty() ? "" : " ") + word;
+    }
     text.source.push_back(source);
     text.target.push_back(target);
   }
@@ -71,7 +79,9 @@ Text read_files(const char* source, const char* target) {
   Text text;
   const auto read = [](const char* path, std::vector<std::string>& lines) {
     std::ifstream in(path);
-    for (std::string line; std::getline(in, line);) lines.push_back(line);
+    for (std::string line; std::getline(in, line);) {
+      lines.push_back(line);
+    }
   };
   read(source, text.source);
   read(target, text.target);
@@ -81,19 +91,19 @@ Text read_files(const char* source, const char* target) {
 const Text& text() {
   const char* const source = std::getenv("KORA_BENCH_SOURCE");
   const char* const target = std::getenv("KORA_BENCH_TARGET");
-  static const Text made = source != nullptr && target != nullptr ? read_files(source, target)
-                                                                  : generate(wanted_pairs());
-  return made;
+  static const Text kMade = source != nullptr && target != nullptr ? read_files(source, target)
+                                                                   : generate(wanted_pairs());
+  return kMade;
 }
 
 const Bitext& bitext() {
-  static const Bitext made = make_bitext(text().source, text().target);
-  return made;
+  static const Bitext kMade = make_bitext(text().source, text().target);
+  return kMade;
 }
 
 const Alignment& alignment() {
-  static const Alignment made = align_both(bitext(), {});
-  return made;
+  static const Alignment kMade = align_both(bitext(), {});
+  return kMade;
 }
 
 void count_tokens(benchmark::State& state) {
@@ -105,7 +115,9 @@ void BM_Align(benchmark::State& state) {
   AlignOptions options;
   options.threads = static_cast<unsigned>(state.range(0));
   bitext();
-  for (auto _ : state) benchmark::DoNotOptimize(align_both(bitext(), options).links());
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(align_both(bitext(), options).links());
+  }
   count_tokens(state);
 }
 BENCHMARK(BM_Align)->Arg(1)->Arg(2)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
@@ -140,18 +152,24 @@ BENCHMARK(BM_PhraseTable)
 
 void BM_LanguageModel(benchmark::State& state) {
   NgramText lines;
-  for (const std::string& line : text().target) lines.add_line(line);
+  for (const std::string& line : text().target) {
+    lines.add_line(line);
+  }
   NgramOptions options;
   options.order = static_cast<std::size_t>(state.range(0));
   options.threads = static_cast<unsigned>(state.range(1));
-  if (state.range(2) != 0) options.entropy_threshold = 1e-7;
+  if (state.range(2) != 0) {
+    options.entropy_threshold = 1e-7;
+  }
   NgramStatistics statistics;
   for (auto _ : state) {
     statistics = {};
     benchmark::DoNotOptimize(estimate_ngrams(lines, options, &statistics).order());
   }
   std::uint64_t kept = 0;
-  for (const std::uint64_t n : statistics.kept) kept += n;
+  for (const std::uint64_t n : statistics.kept) {
+    kept += n;
+  }
   state.counters["tokens/s"] = benchmark::Counter(static_cast<double>(lines.tokens().size()),
                                                   benchmark::Counter::kIsIterationInvariantRate);
   state.counters["ngrams"] = static_cast<double>(kept);

@@ -44,13 +44,17 @@ constexpr int kOption = 20;  // entries decoded of a block
 class Tables {
  public:
   Tables() : folder_((std::filesystem::temp_directory_path() / "kora-bench-XXXXXX").string()) {
-    if (::mkdtemp(folder_.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    if (::mkdtemp(folder_.data()) == nullptr) {
+      throw std::runtime_error("no temporary folder");
+    }
     koralite::toolkit::LangModelBuilder words;
     for (int word = 0; word < kFirstWord + kWords; ++word) {
       words.add(std::array<int, 1>{word}, -1.0F - 0.0003F * static_cast<float>(word), 0);
     }
     words.write(folder_ + "/lm");
-    for (const bool compact : {false, true}) report_[compact] = build(compact);
+    for (const bool compact : {false, true}) {
+      report_[compact] = build(compact);
+    }
   }
   Tables(const Tables&) = delete;
   Tables& operator=(const Tables&) = delete;
@@ -73,18 +77,26 @@ class Tables {
     while (seen.size() < 350000) {
       const std::size_t length = 1 + std::min(random() % 5, random() % 5);
       source.clear();
-      while (source.size() < length) source.push_back(kFirstWord + text.next());
-      if (!seen.insert(source).second) continue;
+      while (source.size() < length) {
+        source.push_back(kFirstWord + text.next());
+      }
+      if (!seen.insert(source).second) {
+        continue;
+      }
       phrase_entry_t pair;
-      for (const int word : source) pair.source.push_back(word);
+      for (const int word : source) {
+        pair.source.push_back(word);
+      }
       // Short phrases have many translations, long ones one or two.
       const auto count = 1 + random() % (length == 1 ? 20 : length == 2 ? 8 : 2);
       for (std::size_t i = 0; i < count; ++i) {
         pair.target = {};
         const std::size_t words = std::max<std::size_t>(1, length + random() % 3 - 1);
-        while (pair.target.count < words) pair.target.push_back(kFirstWord + targets.next());
+        while (pair.target.count < words) {
+          pair.target.push_back(kFirstWord + targets.next());
+        }
         pair.translation = -0.001F * static_cast<float>(random() % 12000);
-        pair.kind = koralite::toolkit::reordering_t::kCounts;
+        pair.kind = koralite::toolkit::ReorderingKind::kCounts;
         for (float& seen_so_often : pair.reordering) {
           seen_so_often = static_cast<float>(random() % 9);
         }
@@ -99,18 +111,20 @@ class Tables {
 };
 
 const Tables& tables() {
-  static const Tables tables;
-  return tables;
+  static const Tables kTables;
+  return kTables;
 }
 
 const std::vector<int>& sentences() {
-  static const std::vector<int> words = [] {
+  static const std::vector<int> kAllWords = [] {
     kora_bench::SyntheticText text(kWords, 4);
     std::vector<int> all(kSentence * 4000);
-    for (int& word : all) word = kFirstWord + text.next();
+    for (int& word : all) {
+      word = kFirstWord + text.next();
+    }
     return all;
   }();
-  return words;
+  return kAllWords;
 }
 
 void tell_size(benchmark::State& state, bool compact) {

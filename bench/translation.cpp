@@ -38,7 +38,9 @@ using lines_t = std::vector<std::string>;
 lines_t read_lines(const std::string& path) {
   std::ifstream in(path);
   lines_t lines;
-  for (std::string line; std::getline(in, line);) lines.push_back(std::move(line));
+  for (std::string line; std::getline(in, line);) {
+    lines.push_back(std::move(line));
+  }
   return lines;
 }
 
@@ -73,7 +75,9 @@ class Setup {
     if (!references_.empty() && references_.size() != lines_.size()) {
       throw std::runtime_error(reference + ": has not as many lines as " + text);
     }
-    if (lines_.empty()) throw std::runtime_error(text + ": no lines");
+    if (lines_.empty()) {
+      throw std::runtime_error(text + ": no lines");
+    }
   }
 
   // Sentences of `low` to `high` words, evenly spread, until there are `words` words of them.
@@ -82,7 +86,9 @@ class Setup {
     std::size_t sum = 0;
     for (std::size_t i = 0; i < lines_.size(); ++i) {
       const std::size_t count = words_of(lines_[i], has_blanks_);
-      if (count < low || count > high) continue;
+      if (count < low || count > high) {
+        continue;
+      }
       fit.push_back(i);
       sum += count;
     }
@@ -91,7 +97,9 @@ class Setup {
     for (std::size_t k = 0; k < fit.size(); k += step) {
       sample.lines.push_back(lines_[fit[k]]);
       sample.words += words_of(sample.lines.back(), has_blanks_);
-      if (!references_.empty()) sample.references.push_back(references_[fit[k]]);
+      if (!references_.empty()) {
+        sample.references.push_back(references_[fit[k]]);
+      }
     }
     return sample;
   }
@@ -100,14 +108,22 @@ class Setup {
   std::unique_ptr<translator::TransImpl> open(int stack = 0, int option = 0,
                                               int distort = -2) const {
     toolkit::model_folder_t changed = folder_;
-    if (stack > 0) changed.decoder.stack_limit = stack;
-    if (option > 0) changed.decoder.translation_limit = option;
-    if (distort > -2) changed.decoder.distortion_limit = distort;
+    if (stack > 0) {
+      changed.decoder.stack_limit = stack;
+    }
+    if (option > 0) {
+      changed.decoder.translation_limit = option;
+    }
+    if (distort > -2) {
+      changed.decoder.distortion_limit = distort;
+    }
     // The folder again, as links, with another parameter file.
     const fs::path place = fs::temp_directory_path() / ("kora-bench-" + std::to_string(getpid()));
     fs::create_directories(place);
     for (const auto& entry : fs::directory_iterator(folder_.path)) {
-      if (entry.path().filename() == folder_.engine.decoder) continue;
+      if (entry.path().filename() == folder_.engine.decoder) {
+        continue;
+      }
       fs::create_symlink(fs::absolute(entry.path()), place / entry.path().filename());
     }
     std::ofstream(place / folder_.engine.decoder)
@@ -157,7 +173,9 @@ std::unique_ptr<Setup> g_setup;
 double status_mb(const std::string& name) {
   std::ifstream lines("/proc/self/status");
   for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with(name)) return std::strtod(line.c_str() + name.size(), nullptr) / 1024;
+    if (line.starts_with(name)) {
+      return std::strtod(line.c_str() + name.size(), nullptr) / 1024;
+    }
   }
   return 0;
 }
@@ -175,18 +193,20 @@ void by_length(benchmark::State& state, std::size_t low, std::size_t high) {
     return;
   }
   const auto handle = g_setup->open();
-  for (auto _ : state) benchmark::DoNotOptimize(g_setup->translate(*handle, sample.lines).data());
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(g_setup->translate(*handle, sample.lines).data());
+  }
   count_words(state, sample);
 }
 
 const sample_t& settings_sample() {
-  static const sample_t sample = g_setup->sample(1, 1000, 3000);
-  return sample;
+  static const sample_t kSample = g_setup->sample(1, 1000, 3000);
+  return kSample;
 }
 
 const lines_t& own_outputs() {
-  static const lines_t outputs = g_setup->translate(*g_setup->open(), settings_sample().lines);
-  return outputs;
+  static const lines_t kOutputs = g_setup->translate(*g_setup->open(), settings_sample().lines);
+  return kOutputs;
 }
 
 void with_limits(benchmark::State& state, int stack, int option, int distort) {
@@ -195,26 +215,36 @@ void with_limits(benchmark::State& state, int stack, int option, int distort) {
   own_outputs();
   g_setup->translate(*handle, {sample.lines.begin(), sample.lines.begin() + 1});
   lines_t outputs;
-  for (auto _ : state) outputs = g_setup->translate(*handle, sample.lines);
+  for (auto _ : state) {
+    outputs = g_setup->translate(*handle, sample.lines);
+  }
   count_words(state, sample);
   std::size_t differ = 0;
-  for (std::size_t i = 0; i < outputs.size(); ++i) differ += outputs[i] != own_outputs()[i];
+  for (std::size_t i = 0; i < outputs.size(); ++i) {
+    differ += outputs[i] != own_outputs()[i];
+  }
   state.counters["differ"] = static_cast<double>(differ) / static_cast<double>(outputs.size());
-  if (!sample.references.empty()) state.counters["BLEU"] = g_setup->bleu(sample, outputs);
+  if (!sample.references.empty()) {
+    state.counters["BLEU"] = g_setup->bleu(sample, outputs);
+  }
 }
 
 // A handle each, as apps do it; the threads translate the same sentences.
 void on_threads(benchmark::State& state) {
   const sample_t sample = g_setup->sample(1, 1000, 1500);
   std::vector<std::unique_ptr<translator::TransImpl>> handles;
-  for (int k = 0; k < state.range(0); ++k) handles.push_back(g_setup->open());
+  for (int k = 0; k < state.range(0); ++k) {
+    handles.push_back(g_setup->open());
+  }
   const std::clock_t begin = std::clock();
   for (auto _ : state) {
     std::vector<std::thread> running;
     for (const auto& handle : handles) {
       running.emplace_back([&] { g_setup->translate(*handle, sample.lines); });
     }
-    for (std::thread& thread : running) thread.join();
+    for (std::thread& thread : running) {
+      thread.join();
+    }
   }
   const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
   count_words(state, sample, state.range(0));
@@ -249,7 +279,9 @@ int main(int argc, char** argv) {
   }
   auto* threads = benchmark::RegisterBenchmark("threads", on_threads);
   const auto cores = static_cast<int>(std::max(2U, std::thread::hardware_concurrency()));
-  for (int count = 1; count < cores; count *= 2) threads->Arg(count);
+  for (int count = 1; count < cores; count *= 2) {
+    threads->Arg(count);
+  }
   threads->Arg(cores)->Arg(2 * cores)->UseRealTime()->Unit(benchmark::kMillisecond)->Iterations(1);
   for (std::size_t low = 1; low <= 64; low *= 2) {
     const std::size_t high = 2 * low - 1;
@@ -259,12 +291,15 @@ int main(int argc, char** argv) {
         ->Unit(benchmark::kMillisecond);
   }
   add_limits("own", 0, 0, -2);
-  for (const int stack : {10, 25, 50, 200})
+  for (const int stack : {10, 25, 50, 200}) {
     add_limits("stack:" + std::to_string(stack), stack, 0, -2);
-  for (const int option : {5, 10, 40})
+  }
+  for (const int option : {5, 10, 40}) {
     add_limits("option:" + std::to_string(option), 0, option, -2);
-  for (const int distort : {0, 2, 4, 10})
+  }
+  for (const int distort : {0, 2, 4, 10}) {
     add_limits("distort:" + std::to_string(distort), 0, 0, distort);
+  }
   add_limits("stack:50/option:10/distort:4", 50, 10, 4);
   add_limits("stack:25/option:10/distort:4", 25, 10, 4);
   benchmark::RunSpecifiedBenchmarks();

@@ -39,7 +39,9 @@ std::vector<std::string> make_words(unsigned seed, std::size_t count) {
   while (words.size() < count) {
     std::string word;
     if (random() % 3 != 0) {
-      for (auto n = 1 + random() % 4; n > 0; --n) word += kSyllables[random() % 18];
+      for (auto n = 1 + random() % 4; n > 0; --n) {
+        word += kSyllables[random() % 18];
+      }
     } else {
       for (auto n = 1 + random() % 3; n > 0; --n) {
         const auto code = 0x4E00 + random() % 3000;
@@ -47,7 +49,9 @@ std::vector<std::string> make_words(unsigned seed, std::size_t count) {
                  static_cast<char>(0x80 | (code & 63))};
       }
     }
-    if (seen.insert(word).second) words.push_back(word);
+    if (seen.insert(word).second) {
+      words.push_back(word);
+    }
   }
   return words;
 }
@@ -62,7 +66,9 @@ struct Fixture {
     koralite::toolkit::write_vocab_file(path, words);
     queries = words;
     std::shuffle(queries.begin(), queries.end(), std::mt19937(2));
-    for (const std::string& word : queries) misses.push_back(word + "~");
+    for (const std::string& word : queries) {
+      misses.push_back(word + "~");
+    }
   }
   Fixture(const Fixture&) = delete;
   Fixture& operator=(const Fixture&) = delete;
@@ -70,8 +76,8 @@ struct Fixture {
 };
 
 const Fixture& fixture() {
-  static const Fixture instance;
-  return instance;
+  static const Fixture kInstance;
+  return kInstance;
 }
 
 void load_vocab(benchmark::State& state) {
@@ -90,7 +96,9 @@ void load_by_inserting(benchmark::State& state) {
   source.load(fixture().path);
   for (auto _ : state) {
     StringIndex index;
-    for (const auto& node : source.nodes()) index.insert(node.text, node.id);
+    for (const auto& node : source.nodes()) {
+      index.insert(node.text, node.id);
+    }
     benchmark::DoNotOptimize(index.size());
   }
 }
@@ -101,7 +109,9 @@ void run_lookups(benchmark::State& state, const std::vector<std::string>& querie
   std::size_t next = 0;
   for (auto _ : state) {
     benchmark::DoNotOptimize(find(queries[next]));
-    if (++next == queries.size()) next = 0;
+    if (++next == queries.size()) {
+      next = 0;
+    }
   }
   state.SetItemsProcessed(state.iterations());
 }
@@ -127,7 +137,9 @@ BENCHMARK(find_unknown);
 template <class Map>
 void find_in(benchmark::State& state) {
   Map map;
-  for (const std::string& word : fixture().words) map.emplace(word, static_cast<int>(map.size()));
+  for (const std::string& word : fixture().words) {
+    map.emplace(word, static_cast<int>(map.size()));
+  }
   run_lookups(state, fixture().queries,
               [&](const std::string& word) { return map.find(word) != map.end(); });
 }

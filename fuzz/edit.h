@@ -16,7 +16,7 @@
 
 namespace kora_fuzz {
 
-inline constexpr const char* direction_names[] = {"zh-en", "en-zh", "ja-en", "ko-zh"};
+inline constexpr const char* kDirectionNames[] = {"zh-en", "en-zh", "ja-en", "ko-zh"};
 
 // The small model folders 0 to 7: four directions, each with compact scores and with
 // plain ones. Made when first asked for; always sound between two inputs.
@@ -33,10 +33,12 @@ class SmallFolders {
     folder_t& folder = folders_[kind];
     if (folder.files.empty()) {
       folder.path = place_.file(std::to_string(kind));
-      kora_test::make_small_folder(folder.path, direction_names[kind % 4], kind < 4, true);
+      kora_test::make_small_folder(folder.path, kDirectionNames[kind % 4], kind < 4, true);
       for (const auto& entry : std::filesystem::directory_iterator(folder.path)) {
         const std::string name = entry.path().filename().string();
-        if (name != "manifest.conf") folder.files.push_back(name);
+        if (name != "manifest.conf") {
+          folder.files.push_back(name);
+        }
         folder.sound[name] = read(entry.path().string());
       }
       std::sort(folder.files.begin(), folder.files.end());
@@ -64,12 +66,24 @@ inline std::uint32_t number_at(std::string_view file, std::size_t place) {
 }
 
 inline layout_t layout_of(const std::string& name, std::string_view file) {
-  if (name == "lm") return {2, 6};
-  if (name == "phrases") return {8, 8};
-  if (name == "phrases.nodes") return {0, 10};
-  if (name.ends_with(".vocab")) return {16, 4};
-  if (name == "pinyin") return {4, 5};
-  if (name.starts_with("segment")) return {24, 2};
+  if (name == "lm") {
+    return {2, 6};
+  }
+  if (name == "phrases") {
+    return {8, 8};
+  }
+  if (name == "phrases.nodes") {
+    return {0, 10};
+  }
+  if (name.ends_with(".vocab")) {
+    return {16, 4};
+  }
+  if (name == "pinyin") {
+    return {4, 5};
+  }
+  if (name.starts_with("segment")) {
+    return {24, 2};
+  }
   if (name == "recase" || name == "entities" || name == "rules" || name == "anti-names") {
     return {4, std::max(1U, number_at(file, 0) % 4096)};
   }
@@ -81,7 +95,9 @@ inline std::size_t field_place(std::string_view file, std::size_t pick) {
   std::vector<std::size_t> places;
   for (std::size_t i = 0; i + 4 <= file.size(); ++i) {
     const std::uint32_t value = number_at(file, i);
-    if (value > 1 && value <= file.size()) places.push_back(i);
+    if (value > 1 && value <= file.size()) {
+      places.push_back(i);
+    }
   }
   return places.empty() ? 0 : places[pick % places.size()];
 }
@@ -157,7 +173,9 @@ inline void edit(Bytes& bytes, const std::string& name, std::string& file) {
       break;
     case 8:  // a record twice, or one less
     case 9:
-      if (records == 0) break;
+      if (records == 0) {
+        break;
+      }
       if (action == 8) {
         file.insert(record, std::string(file, record, layout.size));
       } else {
@@ -168,7 +186,9 @@ inline void edit(Bytes& bytes, const std::string& name, std::string& file) {
       const std::size_t other = bytes.number(2) % (records + 1);
       const std::size_t from = std::min(record, layout.first + other * layout.size);
       const std::size_t to = std::max(record, layout.first + other * layout.size);
-      if (from == to || to + layout.size > size) break;
+      if (from == to || to + layout.size > size) {
+        break;
+      }
       std::swap_ranges(file.begin() + static_cast<std::ptrdiff_t>(from),
                        file.begin() + static_cast<std::ptrdiff_t>(from + layout.size),
                        file.begin() + static_cast<std::ptrdiff_t>(to));
@@ -182,7 +202,9 @@ inline void edit(Bytes& bytes, const std::string& name, std::string& file) {
 // The same with random bytes.
 inline void edit(std::minstd_rand& random, const std::string& name, std::string& file) {
   std::uint8_t dice[12];
-  for (std::uint8_t& die : dice) die = static_cast<std::uint8_t>(random() >> 8U);
+  for (std::uint8_t& die : dice) {
+    die = static_cast<std::uint8_t>(random() >> 8U);
+  }
   Bytes bytes(dice, sizeof dice);
   edit(bytes, name, file);
 }

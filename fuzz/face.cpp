@@ -6,12 +6,12 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace kora_fuzz;
-  static const Folder folder;
-  static const std::string path = [] {
-    kora_test::make_small_folder(folder.file("m"), "en-zh", true, true);
-    return folder.file("m");
+  static const Folder kFolder;
+  static const std::string kPath = [] {
+    kora_test::make_small_folder(kFolder.file("m"), "en-zh", true, true);
+    return kFolder.file("m");
   }();
-  const std::string config = path + "/engine.conf";
+  const std::string config = kPath + "/engine.conf";
   std::vector<koralite::translator::TransImpl*> handles;
   Bytes bytes(data, std::min<std::size_t>(size, 400));
   const Budget budget(size);
@@ -22,21 +22,27 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         const unsigned which = bytes.byte();
         const bool in_use = g_srcType != 0 || g_targType != 0;
         const int code = kora_initialize(direct, which & 1U ? config.c_str() : nullptr,
-                                         which & 2U ? path.c_str() : nullptr);
+                                         which & 2U ? kPath.c_str() : nullptr);
         const bool known = direct >= 0 && direct < 34;
         require(known == (code != 1), "an unknown direction is refused");
         require(!known || !(which & 1U) || in_use == (code == 3), "no second initialisation");
         break;
       }
       case 1: {
-        if (handles.size() > 4) break;
+        if (handles.size() > 4) {
+          break;
+        }
         // Handles of two directions at once are outside the contract.
-        if (g_direct != 1 || g_srcType != 2) break;
+        if (g_direct != 1 || g_srcType != 2) {
+          break;
+        }
         handles.push_back(kora_create_decoder(static_cast<int>(bytes.byte() % 3)));
         break;
       }
       case 2: {
-        if (handles.empty() || (g_srcType != 0 && g_srcType != 2)) break;
+        if (handles.empty() || (g_srcType != 0 && g_srcType != 2)) {
+          break;
+        }
         std::string output;
         const int code = kora_translate(handles[bytes.byte() % handles.size()],
                                         std::string(bytes.part()), output);
@@ -44,7 +50,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         break;
       }
       case 3: {
-        if (handles.empty()) break;
+        if (handles.empty()) {
+          break;
+        }
         kora_destroy_decoder(handles.back());
         handles.pop_back();
         break;
@@ -55,12 +63,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       default: {
         const std::string text(bytes.part());
         bool ascii = true;
-        for (const char byte : text) ascii = ascii && static_cast<unsigned char>(byte) < 0x80;
+        for (const char byte : text) {
+          ascii = ascii && static_cast<unsigned char>(byte) < 0x80;
+        }
         require(kora_check_lang(text) == (ascii ? 1 : 0), "ASCII is told from the rest");
       }
     }
   }
-  for (auto* handle : handles) kora_destroy_decoder(handle);
+  for (auto* handle : handles) {
+    kora_destroy_decoder(handle);
+  }
   kora_finalize();
   return 0;
 }

@@ -24,7 +24,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 namespace kora_fuzz {
 
 inline void require(bool holds, const char* what) {
-  if (holds) return;
+  if (holds) {
+    return;
+  }
   std::fprintf(stderr, "broken promise: %s\n", what);
   __builtin_trap();
 }
@@ -34,7 +36,9 @@ class Folder {
   Folder() {
     std::string pattern =
         ::access("/dev/shm", W_OK) == 0 ? "/dev/shm/kora-fuzz-XXXXXX" : "/tmp/kora-fuzz-XXXXXX";
-    if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("can't make a folder");
+    if (::mkdtemp(pattern.data()) == nullptr) {
+      throw std::runtime_error("can't make a folder");
+    }
     path_ = pattern;
   }
   Folder(const Folder&) = delete;
@@ -68,14 +72,18 @@ class Bytes {
 
   bool empty() const { return rest_.empty(); }
   unsigned byte() {
-    if (rest_.empty()) return 0;
+    if (rest_.empty()) {
+      return 0;
+    }
     const auto value = static_cast<unsigned char>(rest_.front());
     rest_.remove_prefix(1);
     return value;
   }
   std::uint32_t number(int width) {
     std::uint32_t value = 0;
-    while (width-- > 0) value = value << 8U | byte();
+    while (width-- > 0) {
+      value = value << 8U | byte();
+    }
     return value;
   }
   // Up to the next byte of 0xFF, which text never holds.

@@ -95,11 +95,19 @@ void read_one(unsigned reader, Bytes bytes, const std::string& path, const std::
         break;
     }
   });
-  if (!read_back) return;
+  if (!read_back) {
+    return;
+  }
   try {
-    if (reader == 3) numtrans::EcNumTranslator{packed.c_str()};
-    if (reader == 4) textProcess::NeDict{packed.c_str()};
-    if (reader == 8) textProcess::EngRecaseStrProcessor{0, nullptr, packed};
+    if (reader == 3) {
+      numtrans::EcNumTranslator{packed.c_str()};
+    }
+    if (reader == 4) {
+      textProcess::NeDict{packed.c_str()};
+    }
+    if (reader == 8) {
+      textProcess::EngRecaseStrProcessor{0, nullptr, packed};
+    }
   } catch (const std::exception& error) {
     std::fprintf(stderr, "%s\n", error.what());
     require(false, "the engine reads what a builder wrote");
@@ -114,20 +122,20 @@ void read_one(unsigned reader, Bytes bytes, const std::string& path, const std::
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const Folder folder;
+  static const Folder kFolder;
   Bytes bytes(data, size);
   const unsigned reader = bytes.byte() % 10;
-  const std::string path = write(folder.file(reader == 6   ? "manifest.conf"
-                                             : reader == 7 ? "engine.conf"
-                                                           : "text"),
+  const std::string path = write(kFolder.file(reader == 6   ? "manifest.conf"
+                                              : reader == 7 ? "engine.conf"
+                                                            : "text"),
                                  bytes.rest());
   const Budget budget(size);
   if (reader == 6) {
-    accepts([&] { read_manifest(folder.path()); });
+    accepts([&] { read_manifest(kFolder.path()); });
   } else if (reader == 7) {
-    accepts([&] { open_model_folder(folder.path(), "en-zh"); });
+    accepts([&] { open_model_folder(kFolder.path(), "en-zh"); });
   } else {
-    read_one(reader, bytes, path, folder.file("packed"));
+    read_one(reader, bytes, path, kFolder.file("packed"));
   }
   return 0;
 }

@@ -60,7 +60,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   // A Java string of any units, lone surrogates too, which ICU turns into U+FFFD.
   UnicodeString any;
-  for (Bytes bytes(data, size); !bytes.empty();) any += static_cast<char16_t>(bytes.number(2));
+  for (Bytes bytes(data, size); !bytes.empty();) {
+    any += static_cast<char16_t>(bytes.number(2));
+  }
   require(from_modified_utf8(modified_of(any)) == utf8_of(any), "any Java string comes back");
   return 0;
 }

@@ -14,7 +14,7 @@ namespace {
 
 using namespace kora_fuzz;
 
-constexpr std::array<std::int32_t, 4> directions = {0, 1, 8, 23};
+constexpr std::array<std::int32_t, 4> kDirections = {0, 1, 8, 23};
 
 // Results of a translation; freed with it.
 struct Result {
@@ -105,8 +105,10 @@ void open(Bytes& bytes, SmallFolders& folders, std::vector<kora_c_translator*>& 
   const unsigned kind = bytes.byte() % 8;
   const unsigned how = bytes.byte();
   const std::string& folder = folders.get(kind).path;
-  std::int32_t direction = directions[kind % 4];
-  if (how & 1U) direction = static_cast<std::int32_t>(bytes.number(4));
+  std::int32_t direction = kDirections[kind % 4];
+  if (how & 1U) {
+    direction = static_cast<std::int32_t>(bytes.number(4));
+  }
   const std::string configuration = how & 2U ? std::string(bytes.part()) : folder + "/engine.conf";
   const std::uint32_t flags = how & 4U ? bytes.byte() % 4 : 0;
   const std::string place = how & 8U ? folder + std::string(bytes.part()) : folder;
@@ -122,7 +124,9 @@ void open(Bytes& bytes, SmallFolders& folders, std::vector<kora_c_translator*>& 
   require(how & 64U || (code == KORA_C_OK) == (message == nullptr), "a message with failure alone");
   require((how & 0x2FU) != 0 || code == KORA_C_OK, "a sound folder opens");
   kora_c_free(message);
-  if (translator == nullptr) return;
+  if (translator == nullptr) {
+    return;
+  }
   if (all.size() < 4) {
     all.push_back(translator);
   } else {
@@ -145,11 +149,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         open(bytes, folders, all);
         break;
       case 1:
-        if (one != nullptr) translate(one, std::string(bytes.part()));
+        if (one != nullptr) {
+          translate(one, std::string(bytes.part()));
+        }
         break;
       case 2: {
         const std::uint32_t n = bytes.number(bytes.byte() % 5);
-        if (one != nullptr) nbest(one, std::string(bytes.part()), n);
+        if (one != nullptr) {
+          nbest(one, std::string(bytes.part()), n);
+        }
         break;
       }
       case 3:
@@ -181,6 +189,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       }
     }
   }
-  for (kora_c_translator* last : all) kora_c_close(last);
+  for (kora_c_translator* last : all) {
+    kora_c_close(last);
+  }
   return 0;
 }

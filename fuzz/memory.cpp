@@ -21,7 +21,9 @@ void* allocate(std::size_t size, std::size_t alignment) {
       alignment == 0
           ? std::malloc(size)
           : std::aligned_alloc(alignment, (size + alignment - 1) / alignment * alignment);
-  if (block == nullptr) throw std::bad_alloc();
+  if (block == nullptr) {
+    throw std::bad_alloc();
+  }
   const std::size_t now = live += ::malloc_usable_size(block);
   std::size_t before = peak;
   while (before < now && !peak.compare_exchange_weak(before, now)) {
@@ -38,7 +40,9 @@ void* allocate_or_null(std::size_t size) noexcept {
 }
 
 void release(void* block) noexcept {
-  if (block == nullptr) return;
+  if (block == nullptr) {
+    return;
+  }
   live -= ::malloc_usable_size(block);
   std::free(block);
 }

@@ -28,14 +28,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string file = write(folder.path + '/' + name, bytes.rest());
   {
     const Budget budget(size);
-    const Session session(directions[kind % 4], folder.path);
+    const Session session(kDirections[kind % 4], folder.path);
     if (session.handle() != nullptr && !asks_much(folder.path)) {
       check_translation(*session.handle(),
                         "The file 5 new york. 这个文件，打开上海第三名张三。このファイル 이 파일");
     }
     accepts([&] {
       koralite::toolkit::check_model_folder(
-          koralite::toolkit::open_model_folder(folder.path, direction_names[kind % 4]));
+          koralite::toolkit::open_model_folder(folder.path, kDirectionNames[kind % 4]));
     });
   }
   write(file, folder.sound.at(name));
@@ -48,15 +48,25 @@ std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::s
   using namespace kora_fuzz;
   std::minstd_rand random(seed + 1);
   random.discard(2);
-  if (size < 2 || limit < 3) return LLVMFuzzerMutate(data, size, limit);
-  if (random() % 64 == 0) data[random() % 2] = static_cast<std::uint8_t>(random() >> 8U);
+  if (size < 2 || limit < 3) {
+    return LLVMFuzzerMutate(data, size, limit);
+  }
+  if (random() % 64 == 0) {
+    data[random() % 2] = static_cast<std::uint8_t>(random() >> 8U);
+  }
   const auto& folder = folders().get(data[0]);
   const std::string& name = folder.files[data[1] % folder.files.size()];
   std::string file(reinterpret_cast<const char*>(data + 2), size - 2);
-  if (size == 2 || random() % 16 == 0) file = folder.sound.at(name);
+  if (size == 2 || random() % 16 == 0) {
+    file = folder.sound.at(name);
+  }
   const unsigned edits = static_cast<unsigned>(random() % 4);
-  if (edits == 0 && size > 2) return 2 + LLVMFuzzerMutate(data + 2, size - 2, limit - 2);
-  for (unsigned i = 0; i < edits; ++i) edit(random, name, file);
+  if (edits == 0 && size > 2) {
+    return 2 + LLVMFuzzerMutate(data + 2, size - 2, limit - 2);
+  }
+  for (unsigned i = 0; i < edits; ++i) {
+    edit(random, name, file);
+  }
   file.resize(std::min(file.size(), limit - 2));
   std::memcpy(data + 2, file.data(), file.size());
   return 2 + file.size();

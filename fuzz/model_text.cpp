@@ -16,14 +16,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::string& file = edited.try_emplace(name, folder.sound.at(name)).first->second;
     edit(bytes, name, file);
   }
-  for (const auto& [name, file] : edited) write(folder.path + '/' + name, file);
+  for (const auto& [name, file] : edited) {
+    write(folder.path + '/' + name, file);
+  }
   {
     const Budget budget(size);
-    const Session session(directions[kind % 4], folder.path);
+    const Session session(kDirections[kind % 4], folder.path);
     if (session.handle() != nullptr && !asks_much(folder.path)) {
       check_translation(*session.handle(), std::string(bytes.rest()));
     }
   }
-  for (const auto& [name, file] : edited) write(folder.path + '/' + name, folder.sound.at(name));
+  for (const auto& [name, file] : edited) {
+    write(folder.path + '/' + name, folder.sound.at(name));
+  }
   return 0;
 }

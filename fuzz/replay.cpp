@@ -28,10 +28,14 @@ std::string mutate(std::string bytes) {
     const std::size_t at = bytes.empty() ? 0 : random() % bytes.size();
     switch (random() % 5) {
       case 0:
-        if (!bytes.empty()) bytes[at] = static_cast<char>(bytes[at] ^ (1 << random() % 8));
+        if (!bytes.empty()) {
+          bytes[at] = static_cast<char>(bytes[at] ^ (1 << random() % 8));
+        }
         break;
       case 1:
-        if (!bytes.empty()) bytes[at] = static_cast<char>(random());
+        if (!bytes.empty()) {
+          bytes[at] = static_cast<char>(random());
+        }
         break;
       case 2:
         bytes.insert(at, 1 + random() % 4, static_cast<char>(random()));
@@ -48,7 +52,9 @@ std::string mutate(std::string bytes) {
 
 // A variant by the target's mutator, or by ours.
 std::string variant(const std::string& bytes) {
-  if (LLVMFuzzerCustomMutator == nullptr) return mutate(bytes);
+  if (LLVMFuzzerCustomMutator == nullptr) {
+    return mutate(bytes);
+  }
   std::string room = bytes;
   room.resize(std::max<std::size_t>(2 * bytes.size(), 1U << 16U));
   room.resize(LLVMFuzzerCustomMutator(reinterpret_cast<std::uint8_t*>(room.data()), bytes.size(),
@@ -74,7 +80,9 @@ int main(int argc, char** argv) {
       variants = std::strtoul(argv[++i], nullptr, 10);
     } else if (std::filesystem::is_directory(argv[i])) {
       for (const auto& entry : std::filesystem::recursive_directory_iterator(argv[i])) {
-        if (entry.is_regular_file()) files.push_back(entry.path().string());
+        if (entry.is_regular_file()) {
+          files.push_back(entry.path().string());
+        }
       }
     } else {
       files.emplace_back(argv[i]);
@@ -85,7 +93,9 @@ int main(int argc, char** argv) {
     const std::string bytes = kora_fuzz::read(file);
     std::fprintf(stderr, "%s (%zu bytes)\n", file.c_str(), bytes.size());
     run(bytes);
-    for (unsigned long k = 0; k < variants; ++k) run(variant(bytes));
+    for (unsigned long k = 0; k < variants; ++k) {
+      run(variant(bytes));
+    }
   }
   std::printf("replayed %zu inputs and %lu variants of each\n", files.size(), variants);
   return files.empty() ? 1 : 0;

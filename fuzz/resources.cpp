@@ -30,21 +30,21 @@ namespace {
 using namespace kora_fuzz;
 
 // The files of the small Chinese folder that the readers are made for.
-constexpr std::array<const char*, 15> files = {"recase",
-                                               "entities",
-                                               "rules",
-                                               "rules",
-                                               "recase",
-                                               "pinyin",
-                                               "source.vocab",
-                                               "target.vocab",
-                                               "decoder.conf",
-                                               "anti-names",
-                                               "segment",
-                                               "segment-names",
-                                               "segment-ambiguous",
-                                               "manifest.conf",
-                                               "phrases.quant"};
+constexpr std::array<const char*, 15> kFiles = {"recase",
+                                                "entities",
+                                                "rules",
+                                                "rules",
+                                                "recase",
+                                                "pinyin",
+                                                "source.vocab",
+                                                "target.vocab",
+                                                "decoder.conf",
+                                                "anti-names",
+                                                "segment",
+                                                "segment-names",
+                                                "segment-ambiguous",
+                                                "manifest.conf",
+                                                "phrases.quant"};
 
 const SmallFolders::folder_t& sound_folder() {
   static SmallFolders folders;
@@ -52,14 +52,16 @@ const SmallFolders::folder_t& sound_folder() {
 }
 
 std::string sound(unsigned reader) {
-  return sound_folder().sound.at(files[reader]);
+  return sound_folder().sound.at(kFiles[reader]);
 }
 
 void segment(const std::string& dictionary, const std::string& names,
              const std::string& ambiguous) {
   lexicut_model* model =
       lexicut_load_model(dictionary.c_str(), names.c_str(), ambiguous.c_str(), 0);
-  if (model == nullptr) return;
+  if (model == nullptr) {
+    return;
+  }
   const std::string text = "张三和张小明打开上海的不是文件5个abc\xE4";
   lexicut_out* out = lexicut_create_out(static_cast<std::int32_t>(text.size()) + 1);
   require(lexicut_segment_full(model, text.data(), static_cast<std::int32_t>(text.size()), out,
@@ -105,8 +107,12 @@ void read_one(unsigned reader, const std::string& path) {
     case 2:
     case 3: {
       std::unique_ptr<numtrans::RuleTranslator> rules;
-      if (reader == 2) rules = std::make_unique<numtrans::EcNumTranslator>(path.c_str());
-      if (reader == 3) rules = std::make_unique<numtrans::CeNumTranslator>(path.c_str());
+      if (reader == 2) {
+        rules = std::make_unique<numtrans::EcNumTranslator>(path.c_str());
+      }
+      if (reader == 3) {
+        rules = std::make_unique<numtrans::CeNumTranslator>(path.c_str());
+      }
       for (const char* phrase : {"5 percent", "第三名", "1 / 0", "99999999999999999999", "3.5"}) {
         accepts([&] {
           std::string target;
@@ -173,7 +179,9 @@ void read_one(unsigned reader, const std::string& path) {
     }
     default: {
       const decoder::Compressor compressor(path, 9);
-      for (const auto& samples : compressor.quantifiers()) samples.unquantify(255);
+      for (const auto& samples : compressor.quantifiers()) {
+        samples.unquantify(255);
+      }
     }
   }
 }
@@ -181,11 +189,11 @@ void read_one(unsigned reader, const std::string& path) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const Folder folder;
+  static const Folder kFolder;
   Bytes bytes(data, size);
   const unsigned first = bytes.byte();
-  const unsigned reader = first % 0x80 % files.size();
-  const std::string path = folder.file("resource");
+  const unsigned reader = first % 0x80 % kFiles.size();
+  const std::string path = kFolder.file("resource");
   if (first < 0x80) {
     write(path, bytes.rest());
   } else {
@@ -195,7 +203,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
       lines.emplace_back(rest.substr(0, end));
       rest.remove_prefix(std::min(rest.size(), end + 1));
     }
-    if (!accepts([&] { koralite::toolkit::write_resource_file(path, lines); })) return 0;
+    if (!accepts([&] { koralite::toolkit::write_resource_file(path, lines); })) {
+      return 0;
+    }
   }
   const Budget budget(size);
   accepts([&] { read_one(reader, path); });
@@ -207,16 +217,24 @@ std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::s
                                     unsigned seed) {
   std::minstd_rand random(seed + 1);
   random.discard(2);
-  if (size < 1 || limit < 2) return LLVMFuzzerMutate(data, size, limit);
-  if (random() % 64 == 0) data[0] = static_cast<std::uint8_t>(random() >> 8U);
+  if (size < 1 || limit < 2) {
+    return LLVMFuzzerMutate(data, size, limit);
+  }
+  if (random() % 64 == 0) {
+    data[0] = static_cast<std::uint8_t>(random() >> 8U);
+  }
   const unsigned edits = static_cast<unsigned>(random() % 4);
   if (data[0] >= 0x80 || (edits == 0 && size > 1)) {
     return 1 + LLVMFuzzerMutate(data + 1, size - 1, limit - 1);
   }
-  const unsigned reader = data[0] % static_cast<unsigned>(files.size());
+  const unsigned reader = data[0] % static_cast<unsigned>(kFiles.size());
   std::string file(reinterpret_cast<const char*>(data + 1), size - 1);
-  if (size == 1 || random() % 16 == 0) file = sound(reader);
-  for (unsigned i = 0; i < edits; ++i) edit(random, files[reader], file);
+  if (size == 1 || random() % 16 == 0) {
+    file = sound(reader);
+  }
+  for (unsigned i = 0; i < edits; ++i) {
+    edit(random, kFiles[reader], file);
+  }
   file.resize(std::min(file.size(), limit - 1));
   std::memcpy(data + 1, file.data(), file.size());
   return 1 + file.size();

@@ -22,11 +22,13 @@ std::vector<std::string> lines_of(std::string_view text) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace kora_fuzz;
   using namespace koralite::numtrans;
-  static const Folder folder;
+  static const Folder kFolder;
   Bytes bytes(data, size);
   const std::vector<std::string> rules = lines_of(bytes.part());
-  const std::string path = folder.file("rules");
-  if (!accepts([&] { koralite::toolkit::write_resource_file(path, rules); })) return 0;
+  const std::string path = kFolder.file("rules");
+  if (!accepts([&] { koralite::toolkit::write_resource_file(path, rules); })) {
+    return 0;
+  }
   const Budget budget(size);
   EcNumTranslator from_english(path.c_str());
   CeNumTranslator from_chinese(path.c_str());
@@ -38,7 +40,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::string target;
         std::string type;
         bool done = false;
-        if (!accepts([&] { done = translator->translate(phrase, target, type); })) return type;
+        if (!accepts([&] { done = translator->translate(phrase, target, type); })) {
+          return type;
+        }
         return done ? target + '\t' + type : std::string();
       };
       require(run() == run(), "the same phrase gives the same bytes");

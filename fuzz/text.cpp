@@ -13,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   if (pick != current) {
     session.reset();  // one direction at a time
     session =
-        std::make_unique<Session>(directions[pick], folders.get(static_cast<unsigned>(pick)).path);
+        std::make_unique<Session>(kDirections[pick], folders.get(static_cast<unsigned>(pick)).path);
     current = pick;
   }
   require(session->handle() != nullptr, "a sound model loads");

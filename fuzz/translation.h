@@ -19,7 +19,7 @@
 
 namespace kora_fuzz {
 
-inline constexpr int directions[] = {0, 1, 8, 23};  // zh-en, en-zh, ja-en, ko-zh
+inline constexpr int kDirections[] = {0, 1, 8, 23};  // zh-en, en-zh, ja-en, ko-zh
 
 // Whether a folder's own settings ask for long searches, which is their cost and no fault.
 inline bool asks_much(const std::string& folder) {
@@ -94,8 +94,12 @@ inline void check_positions(koralite::translator::TransImpl& handle, const std::
       require(position >= 0 && position < static_cast<std::int64_t>(text.size()), promise);
     }
   };
-  if (accepts([&] { handle.DoPreprocess(before, words); })) check(words, "a word has a place");
-  if (accepts([&] { handle.DoPostprocess(after); })) check(after, "a byte has a place");
+  if (accepts([&] { handle.DoPreprocess(before, words); })) {
+    check(words, "a word has a place");
+  }
+  if (accepts([&] { handle.DoPostprocess(after); })) {
+    check(after, "a byte has a place");
+  }
 }
 
 }  // namespace kora_fuzz

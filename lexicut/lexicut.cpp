@@ -75,7 +75,9 @@ lexicut_model* lexicut_load_memory(const lexicut_bytes* dictionary, const lexicu
 }
 
 lexicut_out* lexicut_create_out(std::int32_t capacity) {
-  if (capacity < 1) return nullptr;
+  if (capacity < 1) {
+    return nullptr;
+  }
   try {
     return std::make_unique<Record>(static_cast<std::uint32_t>(capacity)).release();
   } catch (const std::exception&) {
@@ -85,12 +87,18 @@ lexicut_out* lexicut_create_out(std::int32_t capacity) {
 
 std::int32_t lexicut_segment_full(const lexicut_model* model, const char* text, std::int32_t length,
                                   lexicut_out* out, std::int32_t) {
-  if (out == nullptr) return 0;
+  if (out == nullptr) {
+    return 0;
+  }
   out->count = 0;
-  if (model == nullptr || text == nullptr || length < 0) return 0;
+  if (model == nullptr || text == nullptr || length < 0) {
+    return 0;
+  }
   auto* record = static_cast<Record*>(out);
   const auto bytes = static_cast<std::uint32_t>(length);
-  if (bytes > record->lattice.capacity()) return 0;
+  if (bytes > record->lattice.capacity()) {
+    return 0;
+  }
 
   // Words come from the last to the first: fill from the back, then move to the front.
   const std::size_t room = record->offset_store.size();
@@ -114,13 +122,17 @@ std::int32_t lexicut_segment_full(const lexicut_model* model, const char* text, 
 }
 
 void lexicut_destroy_out(lexicut_out** out) {
-  if (out == nullptr) return;
+  if (out == nullptr) {
+    return;
+  }
   std::unique_ptr<Record>(static_cast<Record*>(*out)).reset();
   *out = nullptr;
 }
 
 void lexicut_destroy(lexicut_model** model) {
-  if (model == nullptr) return;
+  if (model == nullptr) {
+    return;
+  }
   std::unique_ptr<lexicut_model>(*model).reset();
   *model = nullptr;
 }

@@ -12,11 +12,11 @@ namespace format = lexicut_format;
 
 namespace {
 
-constexpr std::uint64_t unreached = std::numeric_limits<std::uint64_t>::max();
+constexpr std::uint64_t kUnreached = std::numeric_limits<std::uint64_t>::max();
 
 // What each further byte of a fallback token adds, in thousandths of a nat: little, so that an
 // unknown loan word stays whole, but enough for known words to win where they cover it.
-constexpr std::uint64_t byte_cost = 150;
+constexpr std::uint64_t kByteCost = 150;
 
 bool is_chinese(std::uint32_t character) {
   return (character >= 0x3400 && character <= 0x9FFF) ||
@@ -32,11 +32,17 @@ bool is_word_byte(unsigned char c) {
 
 // Whether the ASCII mark at text[i] joins what is on both sides, as in 3.14, 10,000, don't, e-mail.
 bool joins(const unsigned char* text, std::uint32_t i, std::uint32_t length) {
-  if (i == 0 || i + 1 >= length) return false;
+  if (i == 0 || i + 1 >= length) {
+    return false;
+  }
   const unsigned char before = text[i - 1];
   const unsigned char after = text[i + 1];
-  if (text[i] == ',') return is_digit(before) && is_digit(after);
-  if (text[i] != '.' && text[i] != '\'' && text[i] != '-') return false;
+  if (text[i] == ',') {
+    return is_digit(before) && is_digit(after);
+  }
+  if (text[i] != '.' && text[i] != '\'' && text[i] != '-') {
+    return false;
+  }
   return before < 0x80 && after < 0x80 && is_word_byte(before) && is_word_byte(after);
 }
 
@@ -45,7 +51,9 @@ template <class Place>
 bool cuts_characters(std::uint32_t begin, std::span<const unsigned char> lengths,
                      const std::vector<Place>& places) {
   for (const unsigned char bytes : lengths) {
-    if (bytes == 0 || places[begin].length == 0) return false;
+    if (bytes == 0 || places[begin].length == 0) {
+      return false;
+    }
     begin += bytes;
   }
   return true;
@@ -53,50 +61,58 @@ bool cuts_characters(std::uint32_t begin, std::span<const unsigned char> lengths
 
 // Costs of given names behind the surname trie: three 16-bit costs for each character code.
 std::uint32_t given_cost(const Trie& names, std::uint32_t code, std::size_t position) {
-  const std::size_t at = (std::size_t{code} * format::given_positions + position) * 2;
-  if (code == 0 || at + 2 > names.extra().size()) return format::given_unseen;
+  const std::size_t at = (std::size_t{code} * format::kGivenPositions + position) * 2;
+  if (code == 0 || at + 2 > names.extra().size()) {
+    return format::kGivenUnseen;
+  }
   return koralite::common::load_le<std::uint16_t>(names.extra().data() + at);
 }
 
 }  // namespace
 
-Lattice::Lattice(std::uint32_t capacity) : m_places(std::size_t{capacity} + 1) {}
+Lattice::Lattice(std::uint32_t capacity) : places_(std::size_t{capacity} + 1) {}
 
 std::optional<Segmenter> Segmenter::load(const koralite::common::FilePath& dictionary,
                                          const koralite::common::FilePath& names,
                                          const koralite::common::FilePath& ambiguous) {
-  auto words = Trie::open(dictionary, format::dictionary_magic);
-  if (!words) return std::nullopt;
+  auto words = Trie::open(dictionary, format::kDictionaryMagic);
+  if (!words) {
+    return std::nullopt;
+  }
   Segmenter segmenter(std::move(*words));
   if (!names.empty()) {
-    segmenter.m_names = Trie::open(names, format::names_magic);
-    if (!segmenter.m_names) return std::nullopt;
+    segmenter.names_ = Trie::open(names, format::kNamesMagic);
+    if (!segmenter.names_) {
+      return std::nullopt;
+    }
   }
   if (!ambiguous.empty()) {
-    segmenter.m_ambiguous = Trie::open(ambiguous, format::ambiguous_magic);
-    if (!segmenter.m_ambiguous) return std::nullopt;
+    segmenter.ambiguous_ = Trie::open(ambiguous, format::kAmbiguousMagic);
+    if (!segmenter.ambiguous_) {
+      return std::nullopt;
+    }
   }
   return segmenter;
 }
 
 void Segmenter::read_characters(const unsigned char* text, std::uint32_t length,
                                 Lattice& lattice) const {
-  auto& places = lattice.m_places;
+  auto& places = lattice.places_;
   for (std::uint32_t i = 0; i < length;) {
     std::uint32_t character = 0;
     const std::uint32_t bytes = lexicut_utf8::decode(text + i, length - i, character);
     for (std::uint32_t k = 0; k < bytes; ++k) {
       places[i + k] = {};
-      places[i + k].cost = unreached;
+      places[i + k].cost = kUnreached;
       places[i + k].closed = k > 0;
     }
     places[i].character = character;
-    places[i].code = m_dictionary.code_of(character);
+    places[i].code = dictionary_.code_of(character);
     places[i].length = static_cast<std::uint8_t>(bytes);
     i += bytes;
   }
   places[length] = {};
-  places[length].cost = unreached;
+  places[length].cost = kUnreached;
 
   // Letters and digits stay whole, with the marks between them.
   auto before = CharacterClass::kSingle;
@@ -109,21 +125,23 @@ void Segmenter::read_characters(const unsigned char* text, std::uint32_t length,
 }
 
 void Segmenter::cut_ambiguous(std::uint32_t length, Lattice& lattice) const {
-  auto& places = lattice.m_places;
-  const std::span<const unsigned char> extra = m_ambiguous->extra();
+  auto& places = lattice.places_;
+  const std::span<const unsigned char> extra = ambiguous_->extra();
   const koralite::common::ByteReader records(extra);
   for (std::uint32_t begin = 0; begin < length;) {
-    std::uint32_t node = Trie::root;
+    std::uint32_t node = Trie::kRoot;
     std::uint32_t match_end = 0;
     std::uint32_t record = 0;
     std::uint32_t end = begin;
-    for (std::size_t k = 0; k < format::max_key_characters && end < length; ++k) {
-      node = m_ambiguous->step(node, m_ambiguous->code_of(places[end].character));
-      if (node == Trie::no_node) break;
+    for (std::size_t k = 0; k < format::kMaxKeyCharacters && end < length; ++k) {
+      node = ambiguous_->step(node, ambiguous_->code_of(places[end].character));
+      if (node == Trie::kNoNode) {
+        break;
+      }
       end += places[end].length;
-      if (m_ambiguous->value(node) != 0 && !places[end].closed) {
+      if (ambiguous_->value(node) != 0 && !places[end].closed) {
         match_end = end;
-        record = m_ambiguous->value(node);
+        record = ambiguous_->value(node);
       }
     }
     if (match_end == 0 || places[begin].closed) {
@@ -138,10 +156,14 @@ void Segmenter::cut_ambiguous(std::uint32_t length, Lattice& lattice) const {
     std::uint32_t sum = 0;
     if (records.read_at(std::uint64_t{record} * 4, offset) && records.read_at(offset, count) &&
         records.bytes_at(std::uint64_t{offset} + 1, count, lengths)) {
-      for (const unsigned char bytes : lengths) sum += bytes;
+      for (const unsigned char bytes : lengths) {
+        sum += bytes;
+      }
     }
     if (sum == match_end - begin && cuts_characters(begin, lengths, places)) {
-      for (std::uint32_t i = begin + 1; i < match_end; ++i) places[i].closed = true;
+      for (std::uint32_t i = begin + 1; i < match_end; ++i) {
+        places[i].closed = true;
+      }
       for (const unsigned char bytes : lengths) {
         places[begin].closed = false;
         places[begin].barrier = true;
@@ -158,9 +180,11 @@ void Segmenter::cut_ambiguous(std::uint32_t length, Lattice& lattice) const {
 // A run of one class is one token, and so is everything up to the next place where a cut may lie.
 // Found from the back, so that each character looks at its neighbour only.
 void Segmenter::find_fallbacks(std::uint32_t length, Lattice& lattice) {
-  auto& places = lattice.m_places;
+  auto& places = lattice.places_;
   for (std::uint32_t i = length; i-- > 0;) {
-    if (places[i].length == 0) continue;  // inside a character
+    if (places[i].length == 0) {
+      continue;  // inside a character
+    }
     const std::uint32_t next = i + places[i].length;
     const auto here = class_of(places[i].character);
     const bool goes_on =
@@ -187,45 +211,57 @@ void relax(std::vector<Place>& places, std::uint32_t begin, std::uint32_t end, s
 }  // namespace
 
 void Segmenter::add_words(std::uint32_t begin, std::uint32_t length, Lattice& lattice) const {
-  auto& places = lattice.m_places;
-  std::uint32_t node = Trie::root;
+  auto& places = lattice.places_;
+  std::uint32_t node = Trie::kRoot;
   std::uint32_t end = begin;
-  for (std::size_t k = 0; k < format::max_key_characters && end < length; ++k) {
-    node = m_dictionary.step(node, places[end].code);
-    if (node == Trie::no_node) return;
-    end += places[end].length;
-    const std::uint32_t value = m_dictionary.value(node);
-    if (value != 0 && !places[end].closed) {
-      relax(places, begin, end, value >> 1, (value & format::name_flag) != 0);
+  for (std::size_t k = 0; k < format::kMaxKeyCharacters && end < length; ++k) {
+    node = dictionary_.step(node, places[end].code);
+    if (node == Trie::kNoNode) {
+      return;
     }
-    if (places[end].barrier) return;
+    end += places[end].length;
+    const std::uint32_t value = dictionary_.value(node);
+    if (value != 0 && !places[end].closed) {
+      relax(places, begin, end, value >> 1, (value & format::kNameFlag) != 0);
+    }
+    if (places[end].barrier) {
+      return;
+    }
   }
 }
 
 void Segmenter::add_names(std::uint32_t begin, std::uint32_t length, Lattice& lattice) const {
-  auto& places = lattice.m_places;
-  const Trie& names = *m_names;
+  auto& places = lattice.places_;
+  const Trie& names = *names_;
   const std::uint32_t threshold = names.parameter();
   const auto offer = [&](std::uint32_t end, std::uint64_t cost) {
-    if (cost <= threshold && !places[end].closed) relax(places, begin, end, cost, true);
+    if (cost <= threshold && !places[end].closed) {
+      relax(places, begin, end, cost, true);
+    }
   };
   const auto goes_on = [&](std::uint32_t end) {
     return end < length && !places[end].barrier && is_chinese(places[end].character);
   };
 
-  std::uint32_t node = Trie::root;
+  std::uint32_t node = Trie::kRoot;
   std::uint32_t surname_end = begin;
   while (surname_end == begin || goes_on(surname_end)) {
     node = names.step(node, names.code_of(places[surname_end].character));
-    if (node == Trie::no_node) return;
+    if (node == Trie::kNoNode) {
+      return;
+    }
     surname_end += places[surname_end].length;
     const std::uint64_t surname = names.value(node) >> 1;
-    if (surname == 0 || !goes_on(surname_end)) continue;
+    if (surname == 0 || !goes_on(surname_end)) {
+      continue;
+    }
 
     const std::uint32_t first = names.code_of(places[surname_end].character);
     const std::uint32_t first_end = surname_end + places[surname_end].length;
     offer(first_end, surname + given_cost(names, first, 0));
-    if (!goes_on(first_end)) continue;
+    if (!goes_on(first_end)) {
+      continue;
+    }
     const std::uint32_t second = names.code_of(places[first_end].character);
     offer(first_end + places[first_end].length,
           surname + given_cost(names, first, 1) + given_cost(names, second, 2));
@@ -234,19 +270,27 @@ void Segmenter::add_names(std::uint32_t begin, std::uint32_t length, Lattice& la
 
 void Segmenter::find_path(const unsigned char* text, std::uint32_t length, Lattice& lattice) const {
   read_characters(text, length, lattice);
-  if (m_ambiguous) cut_ambiguous(length, lattice);
-  auto& places = lattice.m_places;
+  if (ambiguous_) {
+    cut_ambiguous(length, lattice);
+  }
+  auto& places = lattice.places_;
 
   find_fallbacks(length, lattice);
   places[0].cost = 0;
   for (std::uint32_t begin = 0; begin < length; ++begin) {
-    if (places[begin].closed || places[begin].cost == unreached) continue;
+    if (places[begin].closed || places[begin].cost == kUnreached) {
+      continue;
+    }
     const std::uint32_t token_end = places[begin].fallback;
     const std::uint32_t further_bytes = token_end - begin - places[begin].length;
-    relax(places, begin, token_end, m_dictionary.parameter() + byte_cost * further_bytes, false);
-    if (places[begin].fixed) continue;
+    relax(places, begin, token_end, dictionary_.parameter() + kByteCost * further_bytes, false);
+    if (places[begin].fixed) {
+      continue;
+    }
     add_words(begin, length, lattice);
-    if (m_names && is_chinese(places[begin].character)) add_names(begin, length, lattice);
+    if (names_ && is_chinese(places[begin].character)) {
+      add_names(begin, length, lattice);
+    }
   }
 }
 

@@ -24,7 +24,7 @@ namespace lexicut {
 class Lattice {
  public:
   explicit Lattice(std::uint32_t capacity);
-  std::uint32_t capacity() const { return static_cast<std::uint32_t>(m_places.size() - 1); }
+  std::uint32_t capacity() const { return static_cast<std::uint32_t>(places_.size() - 1); }
 
  private:
   friend class Segmenter;
@@ -42,7 +42,7 @@ class Lattice {
     bool barrier = false;         // a cut here for certain
     bool fixed = false;           // the token that begins here is given by the ambiguous list
   };
-  std::vector<place_t> m_places;
+  std::vector<place_t> places_;
 };
 
 class Segmenter {
@@ -67,7 +67,7 @@ class Segmenter {
     find_path(text, length, lattice);
     std::uint32_t count = 0;
     for (std::uint32_t end = length; end > 0; ++count) {
-      const Lattice::place_t& place = lattice.m_places[end];
+      const Lattice::place_t& place = lattice.places_[end];
       emit(token_t{place.previous, end - place.previous, place.is_name});
       end = place.previous;
     }
@@ -75,7 +75,7 @@ class Segmenter {
   }
 
  private:
-  explicit Segmenter(Trie dictionary) : m_dictionary(std::move(dictionary)) {}
+  explicit Segmenter(Trie dictionary) : dictionary_(std::move(dictionary)) {}
 
   void find_path(const unsigned char* text, std::uint32_t length, Lattice& lattice) const;
   // The steps of find_path, each linear in the text.
@@ -85,9 +85,9 @@ class Segmenter {
   void add_words(std::uint32_t begin, std::uint32_t length, Lattice& lattice) const;
   void add_names(std::uint32_t begin, std::uint32_t length, Lattice& lattice) const;
 
-  Trie m_dictionary;
-  std::optional<Trie> m_names;
-  std::optional<Trie> m_ambiguous;
+  Trie dictionary_;
+  std::optional<Trie> names_;
+  std::optional<Trie> ambiguous_;
 };
 
 }  // namespace lexicut

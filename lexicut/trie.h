@@ -18,8 +18,8 @@ namespace lexicut {
 
 class Trie {
  public:
-  static constexpr std::uint32_t no_node = 0xFFFFFFFF;
-  static constexpr std::uint32_t root = 0;
+  static constexpr std::uint32_t kNoNode = 0xFFFFFFFF;
+  static constexpr std::uint32_t kRoot = 0;
 
   // Opens a file of the kind that `magic` names; nothing when it is no such file.
   static std::optional<Trie> open(const koralite::common::FilePath& path, const char* magic);
@@ -27,27 +27,33 @@ class Trie {
   // The code of a character, 0 when no key holds it.
   std::uint32_t code_of(std::uint32_t character) const {
     const std::uint32_t block = character >> 8;
-    if (block >= m_block_count) return 0;
-    const std::uint32_t page = load16(m_blocks, block);
-    if (page >= m_page_count) return 0;
-    return load16(m_pages, page * 256 + (character & 255U));
+    if (block >= block_count_) {
+      return 0;
+    }
+    const std::uint32_t page = load16(blocks_, block);
+    if (page >= page_count_) {
+      return 0;
+    }
+    return load16(pages_, page * 256 + (character & 255U));
   }
 
   // The node behind `node` for a character code, or no_node.
   std::uint32_t step(std::uint32_t node, std::uint32_t code) const {
-    if (code == 0) return no_node;
-    const std::uint64_t next = std::uint64_t{load32(m_base, node)} + code;
-    if (next >= m_node_count || load32(m_check, static_cast<std::uint32_t>(next)) != node) {
-      return no_node;
+    if (code == 0) {
+      return kNoNode;
+    }
+    const std::uint64_t next = std::uint64_t{load32(base_, node)} + code;
+    if (next >= node_count_ || load32(check_, static_cast<std::uint32_t>(next)) != node) {
+      return kNoNode;
     }
     return static_cast<std::uint32_t>(next);
   }
 
   // The value of a node, 0 when no key ends there.
-  std::uint32_t value(std::uint32_t node) const { return load16(m_values, node); }
+  std::uint32_t value(std::uint32_t node) const { return load16(values_, node); }
 
-  std::uint32_t parameter() const { return m_parameter; }
-  std::span<const unsigned char> extra() const { return m_extra; }
+  std::uint32_t parameter() const { return parameter_; }
+  std::span<const unsigned char> extra() const { return extra_; }
 
  private:
   Trie() = default;
@@ -59,17 +65,17 @@ class Trie {
     return koralite::common::load_le<std::uint32_t>(array + 4 * std::size_t{i});
   }
 
-  koralite::common::MappedFile m_file;
-  const unsigned char* m_blocks = nullptr;
-  const unsigned char* m_pages = nullptr;
-  const unsigned char* m_base = nullptr;
-  const unsigned char* m_check = nullptr;
-  const unsigned char* m_values = nullptr;
-  std::uint32_t m_block_count = 0;
-  std::uint32_t m_page_count = 0;
-  std::uint32_t m_node_count = 0;
-  std::uint32_t m_parameter = 0;
-  std::span<const unsigned char> m_extra;
+  koralite::common::MappedFile file_;
+  const unsigned char* blocks_ = nullptr;
+  const unsigned char* pages_ = nullptr;
+  const unsigned char* base_ = nullptr;
+  const unsigned char* check_ = nullptr;
+  const unsigned char* values_ = nullptr;
+  std::uint32_t block_count_ = 0;
+  std::uint32_t page_count_ = 0;
+  std::uint32_t node_count_ = 0;
+  std::uint32_t parameter_ = 0;
+  std::span<const unsigned char> extra_;
 };
 
 }  // namespace lexicut

@@ -10,31 +10,31 @@
 namespace lexicut_format {
 
 // The first eight bytes of a file say what it is.
-inline constexpr char dictionary_magic[] = "kxwords1";
-inline constexpr char names_magic[] = "kxnames1";
-inline constexpr char ambiguous_magic[] = "kxambig1";
-inline constexpr std::size_t magic_size = 8;
+inline constexpr char kDictionaryMagic[] = "kxwords1";
+inline constexpr char kNamesMagic[] = "kxnames1";
+inline constexpr char kAmbiguousMagic[] = "kxambig1";
+inline constexpr std::size_t kMagicSize = 8;
 
 // Header: magic, u32 page count P, u32 node count N, u32 extra byte count X, u32 parameter.
-inline constexpr std::size_t header_size = 24;
+inline constexpr std::size_t kHeaderSize = 24;
 
 // Characters get small codes by two levels: a table of page numbers, one a block of 256 code
 // points, and P pages of 256 codes. Code 0: the character is in no key.
-inline constexpr std::size_t block_count = 0x110000 / 256;
-inline constexpr std::size_t codes_per_page = 256;
+inline constexpr std::size_t kBlockCount = 0x110000 / 256;
+inline constexpr std::size_t kCodesPerPage = 256;
 
 // A node's value: cost of the key that ends there, in thousandths of a nat, shifted left by one;
 // bit 0 marks the name of a person. 0: no key ends there.
-inline constexpr std::uint32_t cost_scale = 1000;
-inline constexpr std::uint32_t max_cost = 32767;
-inline constexpr std::uint32_t name_flag = 1;
+inline constexpr std::uint32_t kCostScale = 1000;
+inline constexpr std::uint32_t kMaxCost = 32767;
+inline constexpr std::uint32_t kNameFlag = 1;
 
 // Name statistics: three costs for each character code (as the single character of a given name,
 // as the first of two, as the second of two); this one where the character was never seen.
-inline constexpr std::size_t given_positions = 3;
-inline constexpr std::uint16_t given_unseen = 0xFFFF;
+inline constexpr std::size_t kGivenPositions = 3;
+inline constexpr std::uint16_t kGivenUnseen = 0xFFFF;
 
 // Longest key in characters. Bounds the work at one position of a text.
-inline constexpr std::size_t max_key_characters = 32;
+inline constexpr std::size_t kMaxKeyCharacters = 32;
 
 }  // namespace lexicut_format

@@ -8,7 +8,7 @@ namespace lexicut_utf8 {
 // Decodes the character at text[0], `left` bytes at the most (at least 1). Gives its length in
 // bytes and sets `code`; an ill-formed sequence counts as one byte, with a code above 0x10FFFF.
 inline std::uint32_t decode(const unsigned char* text, std::uint32_t left, std::uint32_t& code) {
-  constexpr std::uint32_t ill_formed = 0x110000;
+  constexpr std::uint32_t kIllFormed = 0x110000;
   const std::uint32_t lead = text[0];
   if (lead < 0x80) {
     code = lead;
@@ -26,9 +26,11 @@ inline std::uint32_t decode(const unsigned char* text, std::uint32_t left, std::
   if (lead >= 0xF0 && lead < 0xF8 && left >= 4 && tail(1) && tail(2) && tail(3)) {
     code = ((lead & 0x07U) << 18) | ((text[1] & 0x3FU) << 12) | ((text[2] & 0x3FU) << 6) |
            (text[3] & 0x3FU);
-    if (code < ill_formed) return 4;
+    if (code < kIllFormed) {
+      return 4;
+    }
   }
-  code = ill_formed;
+  code = kIllFormed;
   return 1;
 }
 

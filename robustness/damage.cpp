@@ -37,12 +37,12 @@ namespace {
 namespace fs = std::filesystem;
 using kora_proof::Translator;
 
-constexpr unsigned longest_seconds = 30;  // of CPU time; ten times as long by the clock
-constexpr std::uint64_t most_memory = std::uint64_t{2} << 30U;  // address space of a process
-constexpr std::size_t page_size = 4096;
-constexpr std::size_t block_size = 64;
+constexpr unsigned kLongestSeconds = 30;  // of CPU time; ten times as long by the clock
+constexpr std::uint64_t kMostMemory = std::uint64_t{2} << 30U;  // address space of a process
+constexpr std::size_t kPageSize = 4096;
+constexpr std::size_t kBlockSize = 64;
 
-constexpr std::array kinds = {"truncated",     "one flipped bit",  "a flipped block",
+constexpr std::array kInds = {"truncated",     "one flipped bit",  "a flipped block",
                               "a zeroed page", "of another model", "a size edited"};
 enum : std::size_t { kTruncated, kBit, kBlock, kPage, kSwap, kSize };
 
@@ -57,8 +57,8 @@ struct options_t {
 
 // What a process says of the folder.
 struct verdict_t {
-  enum outcome_t : int { kError, kSame, kDifferent, kCrash, kHang };
-  outcome_t outcome = kCrash;
+  enum Outcome : int { kError, kSame, kDifferent, kCrash, kHang };
+  Outcome outcome = kCrash;
   bool loads_with_manifest = false;
   bool passes_check = false;
 };
@@ -82,7 +82,9 @@ struct counts_t {
 
 std::string translate_all(const Translator& translator, const std::vector<std::string>& text) {
   std::string output;
-  for (const std::string& line : text) output += translator.translate_aligned(line) + '\n';
+  for (const std::string& line : text) {
+    output += translator.translate_aligned(line) + '\n';
+  }
   return output;
 }
 
@@ -100,7 +102,9 @@ verdict_t judge_here(const std::string& folder, const std::vector<std::string>& 
     verdict.loads_with_manifest = true;
   } catch (const std::runtime_error&) {
   }
-  if (!checks) return verdict;
+  if (!checks) {
+    return verdict;
+  }
   try {
     const auto opened = koralite::toolkit::open_model_folder(folder);
     verdict.passes_check = koralite::toolkit::check_model_folder(opened).problems.empty();
@@ -112,15 +116,19 @@ verdict_t judge_here(const std::string& folder, const std::vector<std::string>& 
 verdict_t judge(const std::string& folder, const std::vector<std::string>& text,
                 const std::string& expected, bool checks) {
   int ends[2];
-  if (pipe(ends) != 0) throw std::runtime_error("no pipe");
+  if (pipe(ends) != 0) {
+    throw std::runtime_error("no pipe");
+  }
   const pid_t child = fork();
-  if (child < 0) throw std::runtime_error("no process");
+  if (child < 0) {
+    throw std::runtime_error("no process");
+  }
   if (child == 0) {
-    const rlimit memory{most_memory, most_memory};
+    const rlimit memory{kMostMemory, kMostMemory};
     setrlimit(RLIMIT_AS, &memory);
-    const rlimit time{longest_seconds, longest_seconds + 1};
+    const rlimit time{kLongestSeconds, kLongestSeconds + 1};
     setrlimit(RLIMIT_CPU, &time);
-    alarm(10 * longest_seconds);
+    alarm(10 * kLongestSeconds);
     const verdict_t verdict = judge_here(folder, text, expected, checks);
     _exit(write(ends[1], &verdict, sizeof verdict) == sizeof verdict ? 0 : 1);
   }
@@ -142,7 +150,9 @@ verdict_t judge(const std::string& folder, const std::vector<std::string>& text,
 std::string read_file(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   std::string bytes((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
-  if (!file) throw std::runtime_error(path.string() + ": cannot be read");
+  if (!file) {
+    throw std::runtime_error(path.string() + ": cannot be read");
+  }
   return bytes;
 }
 
@@ -151,7 +161,9 @@ void write_at(const fs::path& path, std::size_t at, const std::string& bytes) {
   file.seekp(static_cast<std::streamoff>(at));
   file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
   file.flush();
-  if (!file) throw std::runtime_error(path.string() + ": cannot be written");
+  if (!file) {
+    throw std::runtime_error(path.string() + ": cannot be written");
+  }
 }
 
 // The files of the copy, damaged one by one and made whole again.
@@ -160,7 +172,9 @@ class Copy {
   Copy(const std::string& model, const std::string& other, const std::string& work)
       : other_(other) {
     std::string pattern = work + "/kora-damage-XXXXXX";
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error(work + ": cannot be used");
+    if (mkdtemp(pattern.data()) == nullptr) {
+      throw std::runtime_error(work + ": cannot be used");
+    }
     root_ = pattern;
     fs::create_directory(root_ / "kept");
     fs::copy(model, folder());
@@ -179,13 +193,17 @@ class Copy {
 
   // Damages one file; restore() mends it. False when this kind cannot change the file.
   bool damage(const std::string& name, std::size_t kind, std::size_t number, std::mt19937& random) {
-    if (kind == kSwap) return take_others(name, number, random);
+    if (kind == kSwap) {
+      return take_others(name, number, random);
+    }
     if (whole_name_ != name) {
       whole_ = read_file(path(name));
       whole_name_ = name;
     }
     name_ = name;
-    if (whole_.empty()) return false;
+    if (whole_.empty()) {
+      return false;
+    }
     const auto below = [&](std::size_t limit) { return random() % limit; };
     if (kind == kTruncated) {
       at_ = below(whole_.size());
@@ -209,7 +227,9 @@ class Copy {
       fs::rename(root_ / "kept" / name, path(name));
     }
     taken_.clear();
-    if (bytes_ != 0) write_at(path(name_), at_, whole_.substr(at_, bytes_));
+    if (bytes_ != 0) {
+      write_at(path(name_), at_, whole_.substr(at_, bytes_));
+    }
     bytes_ = 0;
   }
 
@@ -225,15 +245,21 @@ class Copy {
         part[0] = static_cast<char>(part[0] ^ (1 << below(8)));
         break;
       case kBlock:
-        part = whole_.substr(at_, block_size);
-        for (char& byte : part) byte = static_cast<char>(~byte);
+        part = whole_.substr(at_, kBlockSize);
+        for (char& byte : part) {
+          byte = static_cast<char>(~byte);
+        }
         break;
       case kPage:
-        if (below(8) != 0) at_ -= at_ % page_size;  // else one that begins anywhere
-        part.assign(std::min(page_size, whole_.size() - at_), '\0');
+        if (below(8) != 0) {
+          at_ -= at_ % kPageSize;  // else one that begins anywhere
+        }
+        part.assign(std::min(kPageSize, whole_.size() - at_), '\0');
         break;
       default: {  // a 32-bit number, half of the time in the file's head, made extreme
-        if (below(2) == 0) at_ = below(std::min<std::size_t>(whole_.size(), 64));
+        if (below(2) == 0) {
+          at_ = below(std::min<std::size_t>(whole_.size(), 64));
+        }
         const auto size = static_cast<std::uint32_t>(whole_.size());
         const std::uint32_t values[] = {
             0,          1,    0x7FFFFFFF, 0x80000000,
@@ -252,12 +278,18 @@ class Copy {
   bool take_others(const std::string& name, std::size_t number, std::mt19937& random) {
     for (const std::string& each : names_) {
       const bool takes = each == name || (number > 0 && random() % 3 == 0);
-      if (!takes || taken_.size() + 1 == names_.size()) continue;
+      if (!takes || taken_.size() + 1 == names_.size()) {
+        continue;
+      }
       fs::path from = fs::path(other_) / each;
       if (!fs::exists(from)) {
-        if (each != name) continue;
+        if (each != name) {
+          continue;
+        }
         std::vector<fs::path> files;
-        for (const auto& entry : fs::directory_iterator(other_)) files.push_back(entry.path());
+        for (const auto& entry : fs::directory_iterator(other_)) {
+          files.push_back(entry.path());
+        }
         std::sort(files.begin(), files.end());
         from = files[random() % files.size()];
       }
@@ -285,9 +317,13 @@ class Copy {
 
 void print_row(const std::string& title, const counts_t& counts) {
   std::size_t all = 0;
-  for (const std::size_t count : counts.outcomes) all += count;
+  for (const std::size_t count : counts.outcomes) {
+    all += count;
+  }
   std::printf("| %s | %zu |", title.c_str(), all);
-  for (const std::size_t count : counts.outcomes) std::printf(" %zu |", count);
+  for (const std::size_t count : counts.outcomes) {
+    std::printf(" %zu |", count);
+  }
   std::printf(" %zu | %zu of %zu |\n", counts.accepted, counts.passed, counts.checks);
 }
 
@@ -308,7 +344,9 @@ bool run(const options_t& options) {
                                           "It is 5% of the well-known files."};
   } else {
     std::ifstream file(options.text);
-    for (std::string line; std::getline(file, line);) text.push_back(line);
+    for (std::string line; std::getline(file, line);) {
+      text.push_back(line);
+    }
   }
 
   Copy copy(options.model, options.other, options.work);
@@ -319,17 +357,20 @@ bool run(const options_t& options) {
   }
 
   std::map<std::string, counts_t> files;
-  std::array<counts_t, kinds.size()> by_kind;
+  std::array<counts_t, kInds.size()> by_kind;
   counts_t total;
   std::mt19937 random(1);
   for (const std::string& name : copy.names()) {
-    for (std::size_t kind = 0; kind < kinds.size(); ++kind) {
+    for (std::size_t kind = 0; kind < kInds.size(); ++kind) {
       for (std::size_t number = 0; number < options.each; ++number) {
-        if (!copy.damage(name, kind, number, random)) continue;
+        if (!copy.damage(name, kind, number, random)) {
+          continue;
+        }
         const bool checks = number < options.checks;
         const verdict_t verdict = judge(copy.folder(), text, expected, checks);
-        for (counts_t* counts : {&files[name], &by_kind[kind], &total})
+        for (counts_t* counts : {&files[name], &by_kind[kind], &total}) {
           counts->add(verdict, checks);
+        }
         counts_t alone;
         alone.add(verdict, checks);
         if (!alone.is_good()) {
@@ -338,7 +379,7 @@ bool run(const options_t& options) {
                                  '-' + std::to_string(kind) + '-' + std::to_string(number));
           fs::copy_file(fs::path(copy.folder()) / name, kept, fs::copy_options::overwrite_existing);
           std::fprintf(stderr, "%s, %s: outcome %d, accepted %d, check passes %d; kept as %s\n",
-                       name.c_str(), kinds[kind], verdict.outcome, verdict.loads_with_manifest,
+                       name.c_str(), kInds[kind], verdict.outcome, verdict.loads_with_manifest,
                        verdict.passes_check, kept.c_str());
         }
         copy.restore();
@@ -350,11 +391,15 @@ bool run(const options_t& options) {
     throw std::runtime_error("the copy was not made whole again");
   }
   print_head("Damage");
-  for (std::size_t kind = 0; kind < kinds.size(); ++kind) print_row(kinds[kind], by_kind[kind]);
+  for (std::size_t kind = 0; kind < kInds.size(); ++kind) {
+    print_row(kInds[kind], by_kind[kind]);
+  }
   print_row("all", total);
   std::printf("\n");
   print_head("File");
-  for (const auto& [name, counts] : files) print_row('`' + name + '`', counts);
+  for (const auto& [name, counts] : files) {
+    print_row('`' + name + '`', counts);
+  }
   return total.is_good();
 }
 
@@ -378,10 +423,14 @@ bool parse(int argc, char** argv, options_t& options) {
   for (int i = 1; i < argc; ++i) {
     const std::string name = argv[i];
     if (name.starts_with("--")) {
-      if (++i == argc || !set(options, name, argv[i])) return false;
+      if (++i == argc || !set(options, name, argv[i])) {
+        return false;
+      }
     } else {
       std::string& place = options.model.empty() ? options.model : options.other;
-      if (!place.empty()) return false;
+      if (!place.empty()) {
+        return false;
+      }
       place = name;
     }
   }

@@ -35,8 +35,8 @@ using kora_proof::Translator;
 
 // Private memory may be this much more at the end of a phase than after its first tenth:
 // room for the allocator. A block of 40 bytes lost with each of 3,000 sentences is above it.
-constexpr long growth_limit_kb = 128;
-constexpr std::size_t generated_count = 500;
+constexpr long kGrowthLimitKb = 128;
+constexpr std::size_t kGeneratedCount = 500;
 
 struct options_t {
   double seconds = 300;  // half for one handle, half for the threads
@@ -51,8 +51,12 @@ struct options_t {
 // Most sentences plainly, some with alignment, some as a list of the best.
 std::string translate(const Translator& translator, const std::vector<std::string>& text,
                       std::size_t i) {
-  if (i % 8 == 1) return translator.translate_aligned(text[i]);
-  if (i % 8 == 2) return translator.translate_nbest(text[i], 5);
+  if (i % 8 == 1) {
+    return translator.translate_aligned(text[i]);
+  }
+  if (i % 8 == 2) {
+    return translator.translate_nbest(text[i], 5);
+  }
   return translator.translate(text[i]);
 }
 
@@ -71,13 +75,15 @@ class Phase {
 
   // `part` of 0 to 1 is over.
   void passed(double part) {
-    while (noted_ < 3 && part >= marks[noted_]) private_kb_[noted_++] = status_kb("RssAnon:");
+    while (noted_ < 3 && part >= kMarks[noted_]) {
+      private_kb_[noted_++] = status_kb("RssAnon:");
+    }
   }
 
   bool report(std::size_t sentences, std::size_t different) {
     passed(1);
     const long growth = private_kb_[2] - private_kb_[0];
-    const bool good = growth <= growth_limit_kb && different == 0 && open_files() == files_;
+    const bool good = growth <= kGrowthLimitKb && different == 0 && open_files() == files_;
     std::printf("| %s | %zu | %ld | %ld | %ld | %+ld | %ld | %s |%s\n", name_, sentences,
                 private_kb_[0], private_kb_[1], private_kb_[2], growth, open_files() - files_,
                 different == 0 ? "yes" : "no", good ? "" : " broken");
@@ -86,7 +92,7 @@ class Phase {
   }
 
  private:
-  static constexpr double marks[] = {0.1, 0.5, 1};
+  static constexpr double kMarks[] = {0.1, 0.5, 1};
   const char* name_;
   long files_;
   std::size_t noted_ = 0;
@@ -120,21 +126,21 @@ bool one_handle(const options_t& options, const std::vector<std::string>& text,
 
 bool lifetimes(const options_t& options, const std::vector<std::string>& text,
                const std::vector<std::string>& expected) {
-  constexpr std::size_t each = 3;  // sentences
+  constexpr std::size_t kEach = 3;  // sentences
   // The first tenth meets every sentence, so that none is new to the allocator after it.
   const std::size_t used =
-      std::min(text.size(), std::max(options.lifetimes / 10, std::size_t{1}) * each);
+      std::min(text.size(), std::max(options.lifetimes / 10, std::size_t{1}) * kEach);
   Phase phase("handles one after the other");
   std::size_t different = 0;
   for (std::size_t life = 0; life < options.lifetimes; ++life) {
     const Translator translator(options.folder);
-    for (std::size_t k = 0; k < each; ++k) {
-      const std::size_t i = (life * each + k) % used;
+    for (std::size_t k = 0; k < kEach; ++k) {
+      const std::size_t i = (life * kEach + k) % used;
       different += translate(translator, text, i) != expected[i];
     }
     phase.passed(static_cast<double>(life) / static_cast<double>(options.lifetimes));
   }
-  return phase.report(options.lifetimes * each, different);
+  return phase.report(options.lifetimes * kEach, different);
 }
 
 bool threads(const options_t& options, const std::vector<std::string>& text,
@@ -156,20 +162,28 @@ bool threads(const options_t& options, const std::vector<std::string>& text,
         at = (at + 1) % text.size();
         ++count;
       };
-      for (std::size_t i = 0; i < text.size(); ++i) next();
+      for (std::size_t i = 0; i < text.size(); ++i) {
+        next();
+      }
       is_warm = true;
       warm.count_down();
-      while (!stop) next();
+      while (!stop) {
+        next();
+      }
     } catch (const std::exception& error) {
       std::fprintf(stderr, "%s\n", error.what());
       ++wrong;
-      if (!is_warm) warm.count_down();
+      if (!is_warm) {
+        warm.count_down();
+      }
     }
     done += count;
     different += wrong;
   };
   std::vector<std::thread> pool;
-  for (std::size_t i = 0; i < options.threads; ++i) pool.emplace_back(work, i);
+  for (std::size_t i = 0; i < options.threads; ++i) {
+    pool.emplace_back(work, i);
+  }
   warm.wait();
   const auto begin = clock_type::now();
   for (double part = 0; part < 1;) {
@@ -178,7 +192,9 @@ bool threads(const options_t& options, const std::vector<std::string>& text,
     phase.passed(part);
   }
   stop = true;
-  for (std::thread& thread : pool) thread.join();
+  for (std::thread& thread : pool) {
+    thread.join();
+  }
   return phase.report(done, different);
 }
 
@@ -186,14 +202,18 @@ std::vector<std::string> sentences(const options_t& options) {
   if (options.text.empty()) {
     const std::string direction = kora_proof::direction_of(options.folder);
     return kora_proof::ordinary_sentences(direction.substr(0, direction.find('-')),
-                                          generated_count);
+                                          kGeneratedCount);
   }
   std::vector<std::string> lines;
   std::ifstream file(options.text);
   for (std::string line; std::getline(file, line);) {
-    if (!line.empty()) lines.push_back(line);
+    if (!line.empty()) {
+      lines.push_back(line);
+    }
   }
-  if (lines.empty()) throw std::runtime_error(options.text + ": no text");
+  if (lines.empty()) {
+    throw std::runtime_error(options.text + ": no text");
+  }
   return lines;
 }
 
@@ -227,9 +247,13 @@ bool parse(int argc, char** argv, options_t& options) {
     if (name == "--sizes") {
       options.sizes = true;
     } else if (name.starts_with("--")) {
-      if (++i == argc || !set(options, name, argv[i])) return false;
+      if (++i == argc || !set(options, name, argv[i])) {
+        return false;
+      }
     } else {
-      if (!options.folder.empty()) return false;
+      if (!options.folder.empty()) {
+        return false;
+      }
       options.folder = name;
     }
   }

@@ -14,7 +14,9 @@ namespace kora_proof {
 inline long status_kb(const std::string& name) {
   std::ifstream lines("/proc/self/status");
   for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with(name)) return std::strtol(line.c_str() + name.size(), nullptr, 10);
+    if (line.starts_with(name)) {
+      return std::strtol(line.c_str() + name.size(), nullptr, 10);
+    }
   }
   return 0;
 }

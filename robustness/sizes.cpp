@@ -26,11 +26,11 @@ namespace fs = std::filesystem;
 
 // Cost per byte of the largest text may be this many times that of one a tenth and one a
 // hundredth as long; what grows with the square of the size costs ten and a hundred times.
-constexpr double growth_limit = 3;
+constexpr double kGrowthLimit = 3;
 // Nanoseconds a byte that are always fine: so much costs copying outside the caches.
-constexpr double free_cost = 150;
-constexpr double least_seconds = 0.02;  // measured at least, by repeating short texts
-constexpr unsigned budget_seconds = 600;
+constexpr double kFreeCost = 150;
+constexpr double kLeastSeconds = 0.02;  // measured at least, by repeating short texts
+constexpr unsigned kBudgetSeconds = 600;
 
 struct cost_t {
   double seconds = 0;          // CPU, one translation
@@ -49,14 +49,16 @@ double seconds_of(const Call& call) {
     call();
     ++times;
     end = cpu_seconds();
-  } while (end - begin < least_seconds);
+  } while (end - begin < kLeastSeconds);
   return (end - begin) / times;
 }
 
 cost_t measure_here(const std::string& folder, const std::string& text,
                     const std::vector<std::string>& warm_up) {
   const Translator translator(folder);
-  for (const std::string& sentence : warm_up) translator.translate_aligned(sentence);
+  for (const std::string& sentence : warm_up) {
+    translator.translate_aligned(sentence);
+  }
   const long before = status_kb("RssAnon:");
   const double allocated = allocated_bytes();
   cost_t cost;
@@ -75,15 +77,21 @@ cost_t measure_here(const std::string& folder, const std::string& text,
 cost_t measure(const std::string& folder, const std::string& text,
                const std::vector<std::string>& warm_up) {
   int ends[2];
-  if (pipe(ends) != 0) throw std::runtime_error("no pipe");
+  if (pipe(ends) != 0) {
+    throw std::runtime_error("no pipe");
+  }
   const pid_t child = fork();
-  if (child < 0) throw std::runtime_error("no process");
+  if (child < 0) {
+    throw std::runtime_error("no process");
+  }
   if (child == 0) {
     close(ends[0]);
-    alarm(budget_seconds);
+    alarm(kBudgetSeconds);
     try {
       const cost_t cost = measure_here(folder, text, warm_up);
-      if (write(ends[1], &cost, sizeof cost) != sizeof cost) _exit(1);
+      if (write(ends[1], &cost, sizeof cost) != sizeof cost) {
+        _exit(1);
+      }
     } catch (const std::exception& error) {
       std::fprintf(stderr, "%s\n", error.what());
       _exit(1);
@@ -92,7 +100,9 @@ cost_t measure(const std::string& folder, const std::string& text,
   }
   close(ends[1]);
   cost_t cost;
-  if (read(ends[0], &cost, sizeof cost) != sizeof cost) cost = {};
+  if (read(ends[0], &cost, sizeof cost) != sizeof cost) {
+    cost = {};
+  }
   close(ends[0]);
   int status = 0;
   waitpid(child, &status, 0);
@@ -113,7 +123,9 @@ class NarrowFolder {
  public:
   NarrowFolder(const std::string& folder, int stack) {
     std::string pattern = (fs::temp_directory_path() / "kora-narrow-XXXXXX").string();
-    if (mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("no temporary folder");
+    if (mkdtemp(pattern.data()) == nullptr) {
+      throw std::runtime_error("no temporary folder");
+    }
     path_ = pattern;
     for (const auto& entry : fs::directory_iterator(folder)) {
       const fs::path place = path_ / entry.path().filename();
@@ -150,19 +162,29 @@ bool print_sizes(const sizes_options_t& options) {
   const std::string language = direction.substr(0, direction.find('-'));
   const std::vector<std::string> warm_up = ordinary_sentences(language, 50);
   std::optional<NarrowFolder> narrow;
-  if (options.stack > 0) narrow.emplace(options.folder, options.stack);
+  if (options.stack > 0) {
+    narrow.emplace(options.folder, options.stack);
+  }
   const std::string folder = narrow ? narrow->path() : options.folder;
   std::vector<std::size_t> sizes;
-  for (std::size_t size = 1000; size <= options.largest; size *= 10) sizes.push_back(size);
+  for (std::size_t size = 1000; size <= options.largest; size *= 10) {
+    sizes.push_back(size);
+  }
 
   std::printf("| %s |", direction.c_str());
-  for (const std::size_t size : sizes) std::printf(" %zu KB |", size / 1000);
+  for (const std::size_t size : sizes) {
+    std::printf(" %zu KB |", size / 1000);
+  }
   std::printf(" growth | aligned | growth | peak | kept KB |\n|---|");
-  for (std::size_t i = 0; i < sizes.size() + 5; ++i) std::printf("---:|");
+  for (std::size_t i = 0; i < sizes.size() + 5; ++i) {
+    std::printf("---:|");
+  }
   std::printf("\n");
   bool good = true;
   for (const std::string& kind : strange_kinds()) {
-    if (kind.find(options.only) == std::string::npos) continue;
+    if (kind.find(options.only) == std::string::npos) {
+      continue;
+    }
     std::printf("| %s |", kind.c_str());
     std::vector<double> plain;
     std::vector<double> aligned;
@@ -178,7 +200,7 @@ bool print_sizes(const sizes_options_t& options) {
       cost = measure(folder, text, warm_up);
       // What looks like growth may be the machine's other work; that does not come three times.
       const auto slower = [&](const std::vector<double>& costs, double seconds) {
-        return !costs.empty() && seconds / bytes * 1e9 > growth_limit * costs.back();
+        return !costs.empty() && seconds / bytes * 1e9 > kGrowthLimit * costs.back();
       };
       for (int again = 0; again < 2 && !cost.failed &&
                           (slower(plain, cost.seconds) || slower(aligned, cost.aligned_seconds));
@@ -188,7 +210,9 @@ bool print_sizes(const sizes_options_t& options) {
         cost.seconds = std::min(cost.seconds, other.seconds);
         cost.aligned_seconds = std::min(cost.aligned_seconds, other.aligned_seconds);
       }
-      if (cost.failed) break;
+      if (cost.failed) {
+        break;
+      }
       plain.push_back(cost.seconds / bytes * 1e9);
       aligned.push_back(cost.aligned_seconds / bytes * 1e9);
       std::printf(" %.0f |", plain.back());
@@ -199,8 +223,8 @@ bool print_sizes(const sizes_options_t& options) {
       good = false;
       continue;
     }
-    const bool grows = (growth(plain) > growth_limit && plain.back() > free_cost) ||
-                       (growth(aligned) > growth_limit && aligned.back() > free_cost);
+    const bool grows = (growth(plain) > kGrowthLimit && plain.back() > kFreeCost) ||
+                       (growth(aligned) > kGrowthLimit && aligned.back() > kFreeCost);
     std::printf(" %.1f | %.0f | %.1f | %.0f | %.0f |%s\n", growth(plain), aligned.back(),
                 growth(aligned), cost.peak_kb * 1024 / bytes, cost.kept_kb,
                 grows ? " too much" : "");

@@ -23,11 +23,11 @@ class Random {
   std::uint64_t state_ = 1;
 };
 
-constexpr const char* english_words[] = {
+constexpr const char* kEnglishWords[] = {
     "the",    "file",       "opens", "a",    "program", "reads", "new",   "york",   "is",    "not",
     "5",      "well-known", "it",    "menu", "click",   "and",   "save",  "to",     "page",  "in",
     "window", "with",       "from",  "3.5",  "error",   "your",  "first", "twenty", "don't", "of"};
-constexpr const char* chinese_words[] = {"这",   "个",   "文件", "打开",   "程序", "读取", "上海",
+constexpr const char* kChineseWords[] = {"这",   "个",   "文件", "打开",   "程序", "读取", "上海",
                                          "是",   "不",   "5",    "和",     "保存", "到",   "张三",
                                          "页",   "在",   "了",   "第",     "单击", "窗口", "三百",
                                          "错误", "您的", "从",   "李小明", "菜单", "中国", "3.5"};
@@ -55,14 +55,16 @@ add_t repeat(std::string unit) {
 
 void add_word(std::string& text, Random& random, std::string_view language) {
   if (without_blanks(language)) {
-    text += random.one_of(chinese_words);
+    text += random.one_of(kChineseWords);
   } else {
-    text.append(random.one_of(english_words)).append(1, ' ');
+    text.append(random.one_of(kEnglishWords)).append(1, ' ');
   }
 }
 
 void add_sentence(std::string& text, Random& random, std::string_view language) {
-  for (std::size_t n = 4 + random.below(12); n > 0; --n) add_word(text, random, language);
+  for (std::size_t n = 4 + random.below(12); n > 0; --n) {
+    add_word(text, random, language);
+  }
   if (without_blanks(language)) {
     text += "。";
   } else {
@@ -77,7 +79,7 @@ struct kind_t {
 };
 
 const std::vector<kind_t>& kinds() {
-  static const std::vector<kind_t> list = {
+  static const std::vector<kind_t> kList = {
       {"ordinary sentences", add_sentence},
       {"one sentence without end", add_word},
       {"one letter over and over", repeat("a")},
@@ -92,7 +94,9 @@ const std::vector<kind_t>& kinds() {
                         std::string_view) { text += static_cast<char>('0' + random.below(10)); }},
       {"numbers of 2 KB",
        [](std::string& text, Random& random, std::string_view) {
-         for (int i = 0; i < 2000; ++i) text += static_cast<char>('0' + random.below(10));
+         for (int i = 0; i < 2000; ++i) {
+           text += static_cast<char>('0' + random.below(10));
+         }
          text += ' ';
        }},
       {"grouped digits", repeat("1,000,")},
@@ -132,26 +136,32 @@ const std::vector<kind_t>& kinds() {
       {"line feeds", repeat("\n")},
       {"lines of one letter", repeat("a\n")},
   };
-  return list;
+  return kList;
 }
 
 }  // namespace
 
 const std::vector<std::string>& strange_kinds() {
-  static const std::vector<std::string> names = [] {
+  static const std::vector<std::string> kNames = [] {
     std::vector<std::string> made;
-    for (const kind_t& kind : kinds()) made.emplace_back(kind.name);
+    for (const kind_t& kind : kinds()) {
+      made.emplace_back(kind.name);
+    }
     return made;
   }();
-  return names;
+  return kNames;
 }
 
 std::string strange_text(std::string_view name, std::string_view language, std::size_t size) {
   std::string text;
   for (const kind_t& kind : kinds()) {
-    if (kind.name != name) continue;
+    if (kind.name != name) {
+      continue;
+    }
     Random random;
-    while (text.size() < size) kind.add(text, random, language);
+    while (text.size() < size) {
+      kind.add(text, random, language);
+    }
   }
   return text;
 }
@@ -159,7 +169,9 @@ std::string strange_text(std::string_view name, std::string_view language, std::
 std::vector<std::string> ordinary_sentences(std::string_view language, std::size_t count) {
   Random random;
   std::vector<std::string> made(count);
-  for (std::string& text : made) add_sentence(text, random, language);
+  for (std::string& text : made) {
+    add_sentence(text, random, language);
+  }
   return made;
 }
 

@@ -18,7 +18,9 @@ namespace kora_proof {
 inline std::string direction_of(const std::string& folder) {
   std::ifstream lines(folder + "/engine.conf");
   for (std::string line; std::getline(lines, line);) {
-    if (line == "[direction]" && std::getline(lines, line)) return line;
+    if (line == "[direction]" && std::getline(lines, line)) {
+      return line;
+    }
   }
   throw std::runtime_error(folder + "/engine.conf: no [direction]");
 }
@@ -81,7 +83,9 @@ class Translator {
   };
 
   void check(std::int32_t code) const {
-    if (code != KORA_C_OK) throw std::runtime_error(kora_c_message(handle_.get()));
+    if (code != KORA_C_OK) {
+      throw std::runtime_error(kora_c_message(handle_.get()));
+    }
   }
   static std::string taken(char* memory, std::size_t length) {
     std::string result(memory, length);

@@ -34,7 +34,9 @@ inline T load_le(const unsigned char* at) noexcept {
     return value;
   } else {
     std::array<unsigned char, sizeof(T)> bytes;
-    for (std::size_t i = 0; i < sizeof(T); ++i) bytes[i] = at[sizeof(T) - 1 - i];
+    for (std::size_t i = 0; i < sizeof(T); ++i) {
+      bytes[i] = at[sizeof(T) - 1 - i];
+    }
     return bits_as<T>(bytes);
   }
 }
@@ -56,12 +58,16 @@ class ByteReader {
 
   // Moves to an offset from the start; the end itself is allowed.
   bool seek(std::uint64_t offset) {
-    if (offset > bytes_.size()) return false;
+    if (offset > bytes_.size()) {
+      return false;
+    }
     position_ = static_cast<std::size_t>(offset);
     return true;
   }
   bool skip(std::uint64_t count) {
-    if (count > remaining()) return false;
+    if (count > remaining()) {
+      return false;
+    }
     position_ += static_cast<std::size_t>(count);
     return true;
   }
@@ -69,7 +75,9 @@ class ByteReader {
   // Reads one number and moves past it.
   template <PackedNumber T>
   bool read(T& value) {
-    if (remaining() < sizeof(T)) return false;
+    if (remaining() < sizeof(T)) {
+      return false;
+    }
     value = load_le<T>(bytes_.data() + position_);
     position_ += sizeof(T);
     return true;
@@ -84,14 +92,18 @@ class ByteReader {
   // Reads the number at an offset from the start; the position stays.
   template <PackedNumber T>
   bool read_at(std::uint64_t offset, T& value) const {
-    if (offset > bytes_.size() || bytes_.size() - offset < sizeof(T)) return false;
+    if (offset > bytes_.size() || bytes_.size() - offset < sizeof(T)) {
+      return false;
+    }
     value = load_le<T>(bytes_.data() + offset);
     return true;
   }
 
   // Takes the next `count` bytes as a view and moves past them.
   bool read_bytes(std::uint64_t count, std::span<const unsigned char>& view) {
-    if (count > remaining()) return false;
+    if (count > remaining()) {
+      return false;
+    }
     view = bytes_.subspan(position_, static_cast<std::size_t>(count));
     position_ += static_cast<std::size_t>(count);
     return true;
@@ -100,7 +112,9 @@ class ByteReader {
   // The bytes [offset, offset + count) as a view; the position stays.
   bool bytes_at(std::uint64_t offset, std::uint64_t count,
                 std::span<const unsigned char>& view) const {
-    if (offset > bytes_.size() || count > bytes_.size() - offset) return false;
+    if (offset > bytes_.size() || count > bytes_.size() - offset) {
+      return false;
+    }
     view = bytes_.subspan(static_cast<std::size_t>(offset), static_cast<std::size_t>(count));
     return true;
   }

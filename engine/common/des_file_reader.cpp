@@ -17,9 +17,13 @@ constexpr std::uint64_t kHeadSize = 4;
 
 void unscramble_record(std::span<const unsigned char> record, std::string& line) {
   std::size_t length = record.size();
-  while (length > 0 && record[length - 1] == 0) --length;
+  while (length > 0 && record[length - 1] == 0) {
+    --length;
+  }
   line.resize(length);
-  for (std::size_t i = 0; i < length; ++i) line[i] = static_cast<char>(std::rotl(record[i], 3));
+  for (std::size_t i = 0; i < length; ++i) {
+    line[i] = static_cast<char>(std::rotl(record[i], 3));
+  }
   for (std::size_t i = 0; i + 1 < length; i += 2) {
     const int exchange = (line[i] ^ line[i + 1]) & 0xAC;
     line[i] = static_cast<char>(line[i] ^ exchange);
@@ -30,7 +34,9 @@ void unscramble_record(std::span<const unsigned char> record, std::string& line)
 
 DesFileReader::DesFileReader(const FilePath& path) {
   std::optional<MappedFile> file = MappedFile::open(path);
-  if (!file) throw std::runtime_error("Invalidate Input file");
+  if (!file) {
+    throw std::runtime_error("Invalidate Input file");
+  }
   file_ = std::move(*file);
   std::int32_t size = 0;
   if (!ByteReader(file_.data()).read(size) || size <= 0) {
@@ -44,7 +50,9 @@ std::uint64_t DesFileReader::record_count() const {
 }
 
 bool DesFileReader::getline(std::string& line) {
-  if (!enumerating_ || next_ >= record_count()) return false;
+  if (!enumerating_ || next_ >= record_count()) {
+    return false;
+  }
   std::span<const unsigned char> record;
   ByteReader(file_.data()).bytes_at(kHeadSize + next_ * record_size_, record_size_, record);
   ++next_;

@@ -47,7 +47,9 @@ class FilePath {
   // A file of the folder that this path names.
   FilePath file(std::string_view name) const {
     FilePath result(*this);
-    if (files_ == nullptr || !text_.empty()) result.text_ += '/';
+    if (files_ == nullptr || !text_.empty()) {
+      result.text_ += '/';
+    }
     result.text_ += name;
     return result;
   }

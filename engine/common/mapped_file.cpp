@@ -31,7 +31,9 @@ struct Descriptor {
   Descriptor(const Descriptor&) = delete;
   Descriptor& operator=(const Descriptor&) = delete;
   ~Descriptor() {
-    if (fd >= 0) ::close(fd);
+    if (fd >= 0) {
+      ::close(fd);
+    }
   }
 };
 #endif
@@ -92,45 +94,67 @@ bool read_whole(const std::string& path, std::vector<unsigned char>& bytes, std:
 MappedFile::MappedFile(const FilePath& path, Access access) {
   std::string reason;
   std::optional<MappedFile> file = open(path, &reason, access);
-  if (!file) throw std::runtime_error("can't open [file=" + path.text() + "]: " + reason);
+  if (!file) {
+    throw std::runtime_error("can't open [file=" + path.text() + "]: " + reason);
+  }
   *this = std::move(*file);
 }
 
 std::optional<MappedFile> MappedFile::open(const FilePath& place, std::string* reason,
                                            Access access) {
   const auto refuse = [&](const std::string& why) {
-    if (reason) *reason = why;
+    if (reason) {
+      *reason = why;
+    }
     return std::nullopt;
   };
   if (place.memory() != nullptr) {
     const auto* const bytes = place.memory()->find(place.text());
-    if (bytes == nullptr) return refuse("not among the files in memory");
+    if (bytes == nullptr) {
+      return refuse("not among the files in memory");
+    }
     MappedFile view;
     view.bytes_ = *bytes;
     return view;
   }
   const std::string& path = place.text();
   // A path is handed to the system as a C string and would be cut at a zero byte.
-  if (path.find('\0') != std::string::npos) return refuse("zero byte in the name");
+  if (path.find('\0') != std::string::npos) {
+    return refuse("zero byte in the name");
+  }
   // Only regular files have a size that bounds the work; a pipe or a device could stall the caller.
   struct stat status = {};
-  if (::stat(path.c_str(), &status) != 0) return refuse(error_text(errno));
-  if ((status.st_mode & S_IFMT) == S_IFDIR) return refuse("is a folder");
-  if ((status.st_mode & S_IFMT) != S_IFREG) return refuse("is not a regular file");
+  if (::stat(path.c_str(), &status) != 0) {
+    return refuse(error_text(errno));
+  }
+  if ((status.st_mode & S_IFMT) == S_IFDIR) {
+    return refuse("is a folder");
+  }
+  if ((status.st_mode & S_IFMT) != S_IFREG) {
+    return refuse("is not a regular file");
+  }
 
   MappedFile file;
 #ifdef KORA_CAN_MAP
   if (access == Access::kMap) {
     const Descriptor descriptor(open_uninterrupted(path.c_str()));
-    if (descriptor.fd < 0) return refuse(error_text(errno));
+    if (descriptor.fd < 0) {
+      return refuse(error_text(errno));
+    }
     // Asked of the open file, since the name may stand for another one by now.
-    if (::fstat(descriptor.fd, &status) != 0) return refuse(error_text(errno));
-    if ((status.st_mode & S_IFMT) != S_IFREG) return refuse("is not a regular file");
+    if (::fstat(descriptor.fd, &status) != 0) {
+      return refuse(error_text(errno));
+    }
+    if ((status.st_mode & S_IFMT) != S_IFREG) {
+      return refuse("is not a regular file");
+    }
     if (static_cast<std::uintmax_t>(status.st_size) > std::numeric_limits<std::size_t>::max() / 2) {
       return refuse("is too large");
     }
     const auto size = static_cast<std::size_t>(status.st_size);
-    if (size == 0) return file;
+    if (size == 0) {
+      return file;
+    }
     void* at = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, descriptor.fd, 0);
     if (at != MAP_FAILED) {
       file.bytes_ = {static_cast<const unsigned char*>(at), size};
@@ -143,7 +167,9 @@ std::optional<MappedFile> MappedFile::open(const FilePath& place, std::string* r
   static_cast<void>(access);
 #endif
   std::string why;
-  if (!read_whole(path, file.copy_, why)) return refuse(why);
+  if (!read_whole(path, file.copy_, why)) {
+    return refuse(why);
+  }
   file.bytes_ = file.copy_;
   return file;
 }
@@ -169,7 +195,9 @@ MappedFile::~MappedFile() {
 
 void MappedFile::release() noexcept {
 #ifdef KORA_CAN_MAP
-  if (mapped_) ::munmap(const_cast<unsigned char*>(bytes_.data()), bytes_.size());
+  if (mapped_) {
+    ::munmap(const_cast<unsigned char*>(bytes_.data()), bytes_.size());
+  }
 #endif
   mapped_ = false;
   bytes_ = {};

@@ -19,7 +19,9 @@ class PackFreeInput {
   // bytes are left than it needs.
   template <PackedNumber T>
   void Read(T& value) {
-    if (valid_ - position_ < sizeof(T)) fill(sizeof(T));
+    if (valid_ - position_ < sizeof(T)) {
+      fill(sizeof(T));
+    }
     value = load_le<T>(buffer_.data() + position_);
     position_ += static_cast<unsigned>(sizeof(T));
   }

@@ -10,12 +10,16 @@ namespace koralite::common {
 void PickConf(const FilePath& path, std::vector<std::string>& lines) {
   lines.clear();
   const std::optional<MappedFile> file = MappedFile::open(path);
-  if (!file) throw std::runtime_error("failed to open config [file=" + path.text() + "]");
+  if (!file) {
+    throw std::runtime_error("failed to open config [file=" + path.text() + "]");
+  }
   std::string_view rest(reinterpret_cast<const char*>(file->data().data()), file->size());
   while (!rest.empty()) {
     const std::size_t end = rest.find('\n');
     lines.emplace_back(rest.substr(0, end));
-    if (end == std::string_view::npos) break;
+    if (end == std::string_view::npos) {
+      break;
+    }
     rest.remove_prefix(end + 1);
   }
 }
@@ -23,7 +27,9 @@ void PickConf(const FilePath& path, std::vector<std::string>& lines) {
 bool find_conf(const std::vector<std::string>& lines, std::string_view section,
                std::string& value) {
   for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
-    if (lines[i] != section) continue;
+    if (lines[i] != section) {
+      continue;
+    }
     value = lines[i + 1];
     return true;
   }
@@ -34,8 +40,12 @@ bool find_conf(const std::vector<std::string>& lines, std::string_view section,
                std::vector<std::string>& values) {
   values.clear();
   std::size_t i = 0;
-  while (i < lines.size() && lines[i] != section) ++i;
-  for (++i; i < lines.size() && !lines[i].empty(); ++i) values.push_back(lines[i]);
+  while (i < lines.size() && lines[i] != section) {
+    ++i;
+  }
+  for (++i; i < lines.size() && !lines[i].empty(); ++i) {
+    values.push_back(lines[i]);
+  }
   return !values.empty();
 }
 

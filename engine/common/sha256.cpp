@@ -9,7 +9,7 @@ namespace koralite::common {
 namespace {
 
 // Fractional parts of the cube roots of the first 64 primes.
-constexpr std::array<std::uint32_t, 64> round_constants = {
+constexpr std::array<std::uint32_t, 64> kRoundConstants = {
     0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
     0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
     0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,
@@ -27,21 +27,23 @@ std::uint32_t load_big_endian(const unsigned char* p) {
 }  // namespace
 
 Sha256::Sha256()
-    : m_state{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
-              0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19} {}
+    : state_{0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a,
+             0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19} {}
 
 void Sha256::compress(const unsigned char* block) {
   std::array<std::uint32_t, 64> w;
-  for (std::size_t i = 0; i < 16; ++i) w[i] = load_big_endian(block + 4 * i);
+  for (std::size_t i = 0; i < 16; ++i) {
+    w[i] = load_big_endian(block + 4 * i);
+  }
   for (std::size_t i = 16; i < 64; ++i) {
     const std::uint32_t s0 = std::rotr(w[i - 15], 7) ^ std::rotr(w[i - 15], 18) ^ (w[i - 15] >> 3);
     const std::uint32_t s1 = std::rotr(w[i - 2], 17) ^ std::rotr(w[i - 2], 19) ^ (w[i - 2] >> 10);
     w[i] = w[i - 16] + s0 + w[i - 7] + s1;
   }
-  auto [a, b, c, d, e, f, g, h] = m_state;
+  auto [a, b, c, d, e, f, g, h] = state_;
   for (std::size_t i = 0; i < 64; ++i) {
     const std::uint32_t s1 = std::rotr(e, 6) ^ std::rotr(e, 11) ^ std::rotr(e, 25);
-    const std::uint32_t t1 = h + s1 + ((e & f) ^ (~e & g)) + round_constants[i] + w[i];
+    const std::uint32_t t1 = h + s1 + ((e & f) ^ (~e & g)) + kRoundConstants[i] + w[i];
     const std::uint32_t s0 = std::rotr(a, 2) ^ std::rotr(a, 13) ^ std::rotr(a, 22);
     const std::uint32_t t2 = s0 + ((a & b) ^ (a & c) ^ (b & c));
     h = g;
@@ -54,34 +56,38 @@ void Sha256::compress(const unsigned char* block) {
     a = t1 + t2;
   }
   const std::array<std::uint32_t, 8> add = {a, b, c, d, e, f, g, h};
-  for (std::size_t i = 0; i < 8; ++i) m_state[i] += add[i];
+  for (std::size_t i = 0; i < 8; ++i) {
+    state_[i] += add[i];
+  }
 }
 
 void Sha256::update(std::span<const unsigned char> bytes) {
-  m_length += bytes.size();
+  length_ += bytes.size();
   while (!bytes.empty()) {
-    if (m_filled == 0 && bytes.size() >= m_block.size()) {
+    if (filled_ == 0 && bytes.size() >= block_.size()) {
       compress(bytes.data());
-      bytes = bytes.subspan(m_block.size());
+      bytes = bytes.subspan(block_.size());
       continue;
     }
-    const std::size_t n = std::min(m_block.size() - m_filled, bytes.size());
-    std::memcpy(m_block.data() + m_filled, bytes.data(), n);
-    m_filled += n;
+    const std::size_t n = std::min(block_.size() - filled_, bytes.size());
+    std::memcpy(block_.data() + filled_, bytes.data(), n);
+    filled_ += n;
     bytes = bytes.subspan(n);
-    if (m_filled == m_block.size()) {
-      compress(m_block.data());
-      m_filled = 0;
+    if (filled_ == block_.size()) {
+      compress(block_.data());
+      filled_ = 0;
     }
   }
 }
 
 Sha256::digest_t Sha256::finish() {
-  const std::uint64_t bits = m_length * 8;
+  const std::uint64_t bits = length_ * 8;
   const unsigned char one = 0x80;
   const unsigned char zero = 0;
   update({&one, 1});
-  while (m_filled != 56) update({&zero, 1});
+  while (filled_ != 56) {
+    update({&zero, 1});
+  }
   std::array<unsigned char, 8> length;
   for (std::size_t i = 0; i < 8; ++i) {
     length[i] = static_cast<unsigned char>(bits >> (56 - 8 * i));
@@ -89,7 +95,7 @@ Sha256::digest_t Sha256::finish() {
   update(length);
   digest_t digest;
   for (std::size_t i = 0; i < digest.size(); ++i) {
-    digest[i] = static_cast<std::uint8_t>(m_state[i / 4] >> (24 - 8 * (i % 4)));
+    digest[i] = static_cast<std::uint8_t>(state_[i / 4] >> (24 - 8 * (i % 4)));
   }
   return digest;
 }
@@ -99,9 +105,9 @@ std::string Sha256::hex_of(std::span<const unsigned char> bytes) {
   sha.update(bytes);
   std::string text;
   for (const std::uint8_t byte : sha.finish()) {
-    constexpr char digits[] = "0123456789abcdef";
-    text += digits[byte >> 4];
-    text += digits[byte & 15];
+    constexpr char kDigits[] = "0123456789abcdef";
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 15];
   }
   return text;
 }

@@ -30,10 +30,10 @@ class Sha256 {
  private:
   void compress(const unsigned char* block);
 
-  std::array<std::uint32_t, 8> m_state;
-  std::array<unsigned char, 64> m_block{};
-  std::size_t m_filled = 0;
-  std::uint64_t m_length = 0;  // bytes seen so far
+  std::array<std::uint32_t, 8> state_;
+  std::array<unsigned char, 64> block_{};
+  std::size_t filled_ = 0;
+  std::uint64_t length_ = 0;  // bytes seen so far
 };
 
 }  // namespace koralite::common

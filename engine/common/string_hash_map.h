@@ -43,8 +43,9 @@ class StringHashMap {
   std::size_t bucket_count() const { return heads_.size(); }
   std::size_t bucket_of(const char* text, std::size_t length) const {
     std::uint32_t hash = 0;
-    for (std::size_t i = 0; i < length; ++i)
+    for (std::size_t i = 0; i < length; ++i) {
       hash = hash * 131 + static_cast<unsigned char>(text[i]);
+    }
     return (hash & 0x7FFFFFFFU) % heads_.size();
   }
 

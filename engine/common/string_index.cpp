@@ -34,7 +34,9 @@ int compare(const char* text, std::string_view key) {
   for (const char c : key) {
     const int difference =
         static_cast<int>(static_cast<unsigned char>(*text)) - static_cast<unsigned char>(c);
-    if (difference != 0) return difference;  // also where text ends first
+    if (difference != 0) {
+      return difference;  // also where text ends first
+    }
     ++text;
   }
   return *text == '\0' ? 0 : 1;
@@ -45,7 +47,9 @@ struct CloseFile {
 };
 
 void append_le(std::vector<unsigned char>& bytes, std::uint64_t value, int width) {
-  for (int i = 0; i < width; ++i) bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
+  for (int i = 0; i < width; ++i) {
+    bytes.push_back(static_cast<unsigned char>(value >> (8 * i)));
+  }
 }
 
 [[noreturn]] void damaged() {
@@ -80,7 +84,9 @@ bool StringIndex::locate(std::string_view text, std::size_t& position) const {
 
 bool StringIndex::find(std::string_view text, std::int32_t& id) const {
   std::size_t position = 0;
-  if (!locate(text, position)) return false;
+  if (!locate(text, position)) {
+    return false;
+  }
   id = nodes_[position].id;
   return true;
 }
@@ -88,7 +94,9 @@ bool StringIndex::find(std::string_view text, std::int32_t& id) const {
 const char* StringIndex::insert(std::string_view text, std::int32_t id) {
   text = until_zero(text);
   std::size_t position = 0;
-  if (locate(text, position)) return nullptr;
+  if (locate(text, position)) {
+    return nullptr;
+  }
   const char* stored = pool_.add_string(text);
   nodes_.insert(nodes_.begin() + static_cast<std::ptrdiff_t>(position),
                 node_t{stored, id, prefix_of(text)});
@@ -97,8 +105,12 @@ const char* StringIndex::insert(std::string_view text, std::int32_t id) {
 }
 
 void StringIndex::insert(std::vector<node_t> nodes) {
-  for (node_t& node : nodes) node.prefix = prefix_of(node.text);
-  if (!std::is_sorted(nodes.begin(), nodes.end())) std::stable_sort(nodes.begin(), nodes.end());
+  for (node_t& node : nodes) {
+    node.prefix = prefix_of(node.text);
+  }
+  if (!std::is_sorted(nodes.begin(), nodes.end())) {
+    std::stable_sort(nodes.begin(), nodes.end());
+  }
   const auto equal = [](const node_t& a, const node_t& b) {
     return a.prefix == b.prefix && std::strcmp(a.text, b.text) == 0;
   };
@@ -113,7 +125,9 @@ void StringIndex::insert(std::vector<node_t> nodes) {
   merged.erase(std::unique(merged.begin(), merged.end(), equal), merged.end());
   nodes_ = std::move(merged);
   key_bytes_ = 0;
-  for (const node_t& node : nodes_) key_bytes_ += std::strlen(node.text) + 1;
+  for (const node_t& node : nodes_) {
+    key_bytes_ += std::strlen(node.text) + 1;
+  }
 }
 
 std::vector<unsigned char> StringIndex::serialize() const {
@@ -121,7 +135,9 @@ std::vector<unsigned char> StringIndex::serialize() const {
   bytes.reserve(16 + 4 * nodes_.size() + static_cast<std::size_t>(key_bytes_));
   append_le(bytes, nodes_.size(), 8);
   append_le(bytes, key_bytes_, 8);
-  for (const node_t& node : nodes_) append_le(bytes, static_cast<std::uint32_t>(node.id), 4);
+  for (const node_t& node : nodes_) {
+    append_le(bytes, static_cast<std::uint32_t>(node.id), 4);
+  }
   for (const node_t& node : nodes_) {
     bytes.insert(bytes.end(), node.text, node.text + std::strlen(node.text) + 1);
   }
@@ -138,7 +154,9 @@ void StringIndex::save(const std::string& path) const {
       kind == std::filesystem::file_type::regular || kind == std::filesystem::file_type::not_found;
   const std::string target = replace ? path + ".part" : path;
   std::unique_ptr<std::FILE, CloseFile> file(std::fopen(target.c_str(), "wb"));
-  if (!file) throw std::runtime_error("failed to save string index [file=" + path + "]");
+  if (!file) {
+    throw std::runtime_error("failed to save string index [file=" + path + "]");
+  }
   bool good = std::fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
   good = std::fclose(file.release()) == 0 && good;
   if (good && replace) {
@@ -146,14 +164,18 @@ void StringIndex::save(const std::string& path) const {
     good = !error;
   }
   if (!good) {
-    if (replace) std::filesystem::remove(target, error);
+    if (replace) {
+      std::filesystem::remove(target, error);
+    }
     throw std::runtime_error("can't write data in StringIndex::save()");
   }
 }
 
 void StringIndex::load(const FilePath& path) {
   std::optional<MappedFile> file = MappedFile::open(path);
-  if (!file) throw std::runtime_error("failed to load string index [file=" + path.text() + "]");
+  if (!file) {
+    throw std::runtime_error("failed to load string index [file=" + path.text() + "]");
+  }
 
   ByteReader reader(file->data());
   std::uint64_t entries = 0;
@@ -166,7 +188,9 @@ void StringIndex::load(const FilePath& path) {
   }
   // Each string has at least its zero byte, and the last byte ends the last string: from here on
   // every string found by its zero byte lies inside the file.
-  if (entries > key_size || (key_size > 0 && keys.back() != 0)) damaged();
+  if (entries > key_size || (key_size > 0 && keys.back() != 0)) {
+    damaged();
+  }
 
   std::vector<node_t> nodes;
   nodes.reserve(static_cast<std::size_t>(entries));
@@ -174,10 +198,14 @@ void StringIndex::load(const FilePath& path) {
   const char* const end = at + keys.size();
   bool sorted = true;
   for (std::size_t i = 0; i < entries; ++i) {
-    if (at == end) damaged();
+    if (at == end) {
+      damaged();
+    }
     const std::string_view text(at);
     nodes.push_back({at, load_le<std::int32_t>(ids.data() + 4 * i), prefix_of(text)});
-    if (i > 0 && !(nodes[i - 1] < nodes[i])) sorted = false;
+    if (i > 0 && !(nodes[i - 1] < nodes[i])) {
+      sorted = false;
+    }
     at += text.size() + 1;
   }
   const auto used = static_cast<std::uint64_t>(at - reinterpret_cast<const char*>(keys.data()));
@@ -185,7 +213,9 @@ void StringIndex::load(const FilePath& path) {
   if (!sorted) {
     std::stable_sort(nodes.begin(), nodes.end());
     const auto same = [](const node_t& a, const node_t& b) { return !(a < b); };
-    if (std::adjacent_find(nodes.begin(), nodes.end(), same) != nodes.end()) damaged();
+    if (std::adjacent_find(nodes.begin(), nodes.end(), same) != nodes.end()) {
+      damaged();
+    }
   }
   files_.reserve(files_.size() + 1);  // nothing may fail once the nodes are in
   if (nodes_.empty()) {
@@ -194,7 +224,9 @@ void StringIndex::load(const FilePath& path) {
   } else {
     insert(std::move(nodes));
   }
-  if (entries > 0) files_.push_back(std::move(*file));
+  if (entries > 0) {
+    files_.push_back(std::move(*file));
+  }
 }
 
 void StringIndex::clear() {

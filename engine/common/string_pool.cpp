@@ -9,9 +9,13 @@ char* StringPool::add_string(std::string_view text) {
   if (text.size() >= block_size_) {
     throw std::runtime_error("string out of range in StringPool::add_string()");
   }
-  if (text.size() >= free_) allocate();
+  if (text.size() >= free_) {
+    allocate();
+  }
   char* stored = write_;
-  if (!text.empty()) std::memcpy(stored, text.data(), text.size());
+  if (!text.empty()) {
+    std::memcpy(stored, text.data(), text.size());
+  }
   stored[text.size()] = '\0';
   write_ += text.size() + 1;
   free_ -= text.size() + 1;

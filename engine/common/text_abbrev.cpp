@@ -54,16 +54,24 @@ static_assert(kAbbrev.size() == 316);
 }  // namespace
 
 std::string_view text_prefix_at(std::string_view text, std::size_t pos) {
-  if (pos >= text.size()) return {};
+  if (pos >= text.size()) {
+    return {};
+  }
   std::size_t first = pos;
-  while (first > 0 && text_is_word_byte(text[first - 1])) --first;
+  while (first > 0 && text_is_word_byte(text[first - 1])) {
+    --first;
+  }
   return text.substr(first, pos + 1 - first);
 }
 
 std::string_view text_suffix_at(std::string_view text, std::size_t pos) {
-  if (pos >= text.size()) return {};
+  if (pos >= text.size()) {
+    return {};
+  }
   std::size_t end = pos + 1;
-  while (end < text.size() && text_is_word_byte(text[end])) ++end;
+  while (end < text.size() && text_is_word_byte(text[end])) {
+    ++end;
+  }
   return text.substr(pos, end - pos);
 }
 
@@ -77,8 +85,12 @@ void text_get_suffix(const std::string& text, unsigned pos, std::string& out) {
 
 bool text_is_abbrev_eng(std::string_view token) {
   const std::size_t size = token.size();
-  if (size == 0) return false;
-  if (size == 2 && text_is_letter(token[0]) && token[1] == '.') return true;
+  if (size == 0) {
+    return false;
+  }
+  if (size == 2 && text_is_letter(token[0]) && token[1] == '.') {
+    return true;
+  }
   if (size > 3 && token[size - 1] == '.' && text_is_letter(token[size - 2]) &&
       token[size - 3] == '.' && text_is_letter(token[size - 4])) {
     return true;

@@ -43,13 +43,19 @@ constexpr char text_to_upper(char c) {
 class ByteSet {
  public:
   constexpr explicit ByteSet(std::string_view bytes, std::string_view more = {}) {
-    for (const char c : bytes) in_[static_cast<unsigned char>(c)] = true;
-    for (const char c : more) in_[static_cast<unsigned char>(c)] = true;
+    for (const char c : bytes) {
+      in_[static_cast<unsigned char>(c)] = true;
+    }
+    for (const char c : more) {
+      in_[static_cast<unsigned char>(c)] = true;
+    }
   }
   constexpr bool contains(char c) const { return in_[static_cast<unsigned char>(c)]; }
   // The first byte of the set at or behind `at`, or the text's size.
   constexpr std::size_t find(std::string_view text, std::size_t at) const {
-    while (at < text.size() && !contains(text[at])) ++at;
+    while (at < text.size() && !contains(text[at])) {
+      ++at;
+    }
     return at;
   }
 

@@ -25,7 +25,9 @@ struct EnglishSplitter {
       if (!ended) {
         const std::size_t next = kEnglishEnders.find(in, i);
         out.copy(i, next - i);
-        if (next == in.size()) return;
+        if (next == in.size()) {
+          return;
+        }
         i = next;
       }
       const char c = in[i];
@@ -53,7 +55,9 @@ struct ChineseSplitter {
       if (!ended) {
         const std::size_t next = kMarkLeads.find(text, i);
         out.copy(i, next - i);
-        if (next == text.size()) return;
+        if (next == text.size()) {
+          return;
+        }
         i = next;
       }
       const std::string_view mark =
@@ -120,7 +124,9 @@ bool text_split_sent_chs(const std::string& in, std::string& out,
 
 void text_lowercase_eng(const std::string& in, std::string& out) {
   out = in;
-  for (char& c : out) c = text_to_lower(c);
+  for (char& c : out) {
+    c = text_to_lower(c);
+  }
 }
 
 void text_uppercase_eng(const std::string& in, std::string& out) {
@@ -129,9 +135,13 @@ void text_uppercase_eng(const std::string& in, std::string& out) {
   bool quoted = false;
   for (std::size_t i = 0; i < out.size(); ++i) {
     char& c = out[i];
-    if (c == '"') quoted = !quoted;
+    if (c == '"') {
+      quoted = !quoted;
+    }
     if (capitalise) {
-      if (c == ' ' || (c == '"' && quoted)) continue;
+      if (c == ' ' || (c == '"' && quoted)) {
+        continue;
+      }
       c = text_to_upper(c);
       capitalise = false;
     } else if (c == '.') {

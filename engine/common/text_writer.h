@@ -21,7 +21,9 @@ class TextWriter {
   TextWriter(std::string_view source, const std::int32_t* positions, std::size_t reserve)
       : source_(source), positions_(positions) {
     text_.reserve(reserve);
-    if constexpr (kPlaced) placed_.reserve(reserve);
+    if constexpr (kPlaced) {
+      placed_.reserve(reserve);
+    }
   }
 
   // Source byte `at`, with its position; or `count` bytes from `first` on, where they are there.
@@ -36,11 +38,15 @@ class TextWriter {
   // Another byte, with the position of source byte `at`.
   void insert(char byte, std::size_t at) {
     text_.push_back(byte);
-    if constexpr (kPlaced) placed_.push_back(positions_[at]);
+    if constexpr (kPlaced) {
+      placed_.push_back(positions_[at]);
+    }
   }
   void insert(std::string_view bytes, std::size_t at) {
     text_.append(bytes);
-    if constexpr (kPlaced) placed_.insert(placed_.end(), bytes.size(), positions_[at]);
+    if constexpr (kPlaced) {
+      placed_.insert(placed_.end(), bytes.size(), positions_[at]);
+    }
   }
 
   bool empty() const { return text_.empty(); }

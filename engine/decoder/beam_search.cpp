@@ -27,7 +27,9 @@ void BeamSearch::compute_future_score(const OptionTable& options) {
   for (int start = 0; start < size; ++start) {
     for (int end = start; end < std::min(size, start + Option::kMaxSource); ++end) {
       const OptionTable::cell_t cell = options.cell(start, end);
-      if (cell.count != 0) matrix_.at(start, end) = options.option(cell.begin).future;
+      if (cell.count != 0) {
+        matrix_.at(start, end) = options.option(cell.begin).future;
+      }
     }
   }
   matrix_.combine();
@@ -37,7 +39,9 @@ void BeamSearch::start(OptionTable& options) {
   size_ = options.size();
   ++counts_.sentences;
   const auto stack_count = static_cast<std::size_t>(size_) + 1;
-  if (stacks_.size() < stack_count) stacks_.resize(stack_count);
+  if (stacks_.size() < stack_count) {
+    stacks_.resize(stack_count);
+  }
   const std::size_t limit =
       std::min(static_cast<std::size_t>(parameter_.stack_limit), kMostHypotheses / stack_count);
   for (std::size_t k = 0; k < stack_count; ++k) {
@@ -87,7 +91,9 @@ void BeamSearch::weigh_cell(const OptionTable& options, const extension_t& exten
   for (std::uint32_t at = 0; at < cell.count; at += OptionTable::kLane) {
     const lanes_t joint = extension.joint_bounds.at(cell.begin + at, at < 32 ? known >> at : 15U);
     lanes_t reorder = load_lanes(own + at);
-    if (!extension.first_phrase) reorder = reorder + extension.previous_reorder;
+    if (!extension.first_phrase) {
+      reorder = reorder + extension.previous_reorder;
+    }
     const lanes_t option_score = load_lanes(scores + at);
     lanes_t bound = extension.distorted + reorder * parameter_.reordering_weight;
     bound = bound + option_score;
@@ -96,11 +102,15 @@ void BeamSearch::weigh_cell(const OptionTable& options, const extension_t& exten
     const float floor = target.floor();
     const lane_mask_t refused = (bound + parameter_.beam_threshold < target.best()) |
                                 (bound < floor) | (extension.from->score + option_score < floor);
-    if (bounded_ && all_lanes(refused)) continue;
+    if (bounded_ && all_lanes(refused)) {
+      continue;
+    }
     const std::uint32_t count =
         std::min(static_cast<std::uint32_t>(OptionTable::kLane), cell.count - at);
     for (std::uint32_t lane = 0; lane < count; ++lane) {
-      if (bounded_ && (refused[lane] != 0 || target.refuses_bound(bound[lane]))) continue;
+      if (bounded_ && (refused[lane] != 0 || target.refuses_bound(bound[lane]))) {
+        continue;
+      }
       insert_hypothesis(options, extension, cell.begin + at + lane, target);
     }
   }
@@ -111,7 +121,9 @@ void BeamSearch::insert_hypothesis(const OptionTable& options, const extension_t
   const Option& option = options.option(place);
   const Hypothesis& from = *extension.from;
   // The stack may have changed since the bound was tried.
-  if (from.score + option.score < target.floor()) return;
+  if (from.score + option.score < target.floor()) {
+    return;
+  }
   const float reorder = Calculator::compute_reorder_score(
       option.reorder[extension.kind], extension.first_phrase, extension.previous_reorder);
   const float partial = Calculator::calculate(extension.distorted, reorder,
@@ -128,7 +140,9 @@ void BeamSearch::insert_hypothesis(const OptionTable& options, const extension_t
   candidate.score = partial + joint * parameter_.lang_weight;
   candidate.future = extension.future;
   candidate.total = candidate.score + candidate.future;
-  if (target.refuses(candidate.total)) return;
+  if (target.refuses(candidate.total)) {
+    return;
+  }
   candidate.previous = &from;
   candidate.option = place;
   const auto span_bits = static_cast<std::uint32_t>(((std::uint64_t{2} << extension.end) - 1) &
@@ -136,7 +150,9 @@ void BeamSearch::insert_hypothesis(const OptionTable& options, const extension_t
   candidate.coverage = from.coverage | span_bits;
   candidate.last_end = static_cast<std::uint8_t>(extension.end + 1);
   candidate.context = scorer_.contexts().extend(from.context, option.target());
-  if (target.offer(candidate)) ++counts_.kept;
+  if (target.offer(candidate)) {
+    ++counts_.kept;
+  }
 }
 
 // Adds what the sentence's end scores after each complete hypothesis.
@@ -164,7 +180,9 @@ const search_counts_t& BeamSearch::counts() {
 
 std::size_t BeamSearch::memory() const {
   std::size_t bytes = scorer_.memory() + matrix_.memory() + group_.memory();
-  for (const HypoStack& stack : stacks_) bytes += stack.memory();
+  for (const HypoStack& stack : stacks_) {
+    bytes += stack.memory();
+  }
   return bytes;
 }
 

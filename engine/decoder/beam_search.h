@@ -84,11 +84,11 @@ class BeamSearch {
   // What is the same for all options of a cell that extend one hypothesis.
   struct extension_t {
     const Hypothesis* from = nullptr;
-    JointScorer::bounds_t joint_bounds;
+    JointScorer::Bounds joint_bounds;
     int start = 0;
     int end = 0;
     bool first_phrase = false;
-    reorder_t kind = kMonotone;
+    Reorder kind = kMonotone;
     float previous_reorder = 0;  // what the phrase before says about the kind
     float distorted = 0;         // score so far and weighted distortion
     float future = 0;            // of the new hypothesis

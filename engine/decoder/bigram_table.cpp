@@ -21,8 +21,12 @@ struct group_t {
 };
 
 group_t root_group(const CompactLmModel::tree_t& tree) {
-  if (tree.nodes == nullptr || tree.count == 0) return {};
-  if (common::load_le<std::uint16_t>(tree.nodes) != kGroupKey) return {tree.nodes, 1};
+  if (tree.nodes == nullptr || tree.count == 0) {
+    return {};
+  }
+  if (common::load_le<std::uint16_t>(tree.nodes) != kGroupKey) {
+    return {tree.nodes, 1};
+  }
   return {tree.nodes + kNodeSize, common::load_le<std::uint16_t>(tree.nodes + 2)};
 }
 
@@ -33,7 +37,9 @@ void intersect(const group_t& group, std::span<const std::int32_t> words, Found&
   for (std::size_t k = 0; k < words.size() && low < group.count; ++k) {
     // Widening steps, then halving ones: cheap for dense and for thin lists.
     std::size_t step = 1;
-    while (low + step < group.count && group.key(low + step) < words[k]) step *= 2;
+    while (low + step < group.count && group.key(low + step) < words[k]) {
+      step *= 2;
+    }
     std::size_t high = std::min(low + step + 1, group.count);
     low += step / 2;
     while (low < high) {
@@ -44,7 +50,9 @@ void intersect(const group_t& group, std::span<const std::int32_t> words, Found&
         high = middle;
       }
     }
-    if (low < group.count && group.key(low) == words[k]) found(k, group.record(low));
+    if (low < group.count && group.key(low) == words[k]) {
+      found(k, group.record(low));
+    }
   }
 }
 

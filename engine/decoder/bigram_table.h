@@ -40,7 +40,9 @@ class BigramTable {
   const lm_step_t* find(std::uint32_t before, std::uint32_t first) const {
     const row_t& here = row(before, first);
     const std::uint64_t bit = std::uint64_t{1} << (before % 64);
-    if ((here.bits & bit) == 0) return nullptr;
+    if ((here.bits & bit) == 0) {
+      return nullptr;
+    }
     return &steps_[here.rank + static_cast<std::size_t>(std::popcount(here.bits & (bit - 1)))];
   }
 

@@ -12,7 +12,7 @@ namespace koralite::decoder {
 
 // How a phrase follows the one translated before it; also the place of its score
 // in a triple of reordering scores.
-enum reorder_t : std::uint8_t { kMonotone, kSwap, kDiscontinuous };
+enum Reorder : std::uint8_t { kMonotone, kSwap, kDiscontinuous };
 
 // The uncovered positions around a span, and what the matrix expects of the whole
 // gap and of the parts that the span leaves over.
@@ -39,10 +39,14 @@ struct Calculator {
     return static_cast<float>(-std::abs(last_end - start));
   }
 
-  static reorder_t reorder_kind(bool first_phrase, int previous_start, int previous_end, int start,
-                                int end) {
-    if (first_phrase) return start == 0 ? kMonotone : kDiscontinuous;
-    if (start == previous_end + 1) return kMonotone;
+  static Reorder reorder_kind(bool first_phrase, int previous_start, int previous_end, int start,
+                              int end) {
+    if (first_phrase) {
+      return start == 0 ? kMonotone : kDiscontinuous;
+    }
+    if (start == previous_end + 1) {
+      return kMonotone;
+    }
     return previous_start == end + 1 ? kSwap : kDiscontinuous;
   }
 
@@ -54,22 +58,34 @@ struct Calculator {
 
   static gap_t find_gap(std::uint64_t coverage, int start, int end, const FutureMatrix& matrix) {
     int left = start;
-    while (left > 0 && (coverage >> (left - 1) & 1) == 0) --left;
+    while (left > 0 && (coverage >> (left - 1) & 1) == 0) {
+      --left;
+    }
     int right = end;
-    while (right + 1 < matrix.size() && (coverage >> (right + 1) & 1) == 0) ++right;
+    while (right + 1 < matrix.size() && (coverage >> (right + 1) & 1) == 0) {
+      ++right;
+    }
     gap_t gap;
     gap.whole = matrix.at(left, right);
     gap.has_left = left < start;
     gap.has_right = right > end;
-    if (gap.has_left) gap.left = matrix.at(left, start - 1);
-    if (gap.has_right) gap.right = matrix.at(end + 1, right);
+    if (gap.has_left) {
+      gap.left = matrix.at(left, start - 1);
+    }
+    if (gap.has_right) {
+      gap.right = matrix.at(end + 1, right);
+    }
     return gap;
   }
 
   static float compute_future_score(float future, const gap_t& gap) {
     float result = future - gap.whole;
-    if (gap.has_left) result += gap.left;
-    if (gap.has_right) result += gap.right;
+    if (gap.has_left) {
+      result += gap.left;
+    }
+    if (gap.has_right) {
+      result += gap.right;
+    }
     return result;
   }
 

@@ -52,7 +52,9 @@ const unsigned char* find_record(const unsigned char* base, std::size_t count, i
 // The child `word` of the group that starts at `group`, or null. The tree was checked.
 const unsigned char* find_child(const unsigned char* group, int word) {
   const node_t first(group);
-  if (first.key() != kGroupKey) return first.key() == word ? group : nullptr;
+  if (first.key() != kGroupKey) {
+    return first.key() == word ? group : nullptr;
+  }
   return find_record(group + kNodeSize, first.link(), word);
 }
 
@@ -61,14 +63,20 @@ const unsigned char* find_child(const unsigned char* group, int word) {
 CompactLmModel::CompactLmModel(const common::FilePath& path, int order, std::int64_t budget)
     : LangModel(order) {
   auto file = common::MappedFile::open(path);
-  if (!file) throw std::runtime_error("failed to open file in PackedLM");
+  if (!file) {
+    throw std::runtime_error("failed to open file in PackedLM");
+  }
   file_ = std::move(*file);
   bytes_ = file_.data();
 
   common::ByteReader reader(bytes_);
   std::uint16_t heads = 0;
-  if (!reader.read_u16(heads)) damaged_file();
-  if (heads == 0) throw std::runtime_error("Invalidate head size in language model");
+  if (!reader.read_u16(heads)) {
+    damaged_file();
+  }
+  if (heads == 0) {
+    throw std::runtime_error("Invalidate head size in language model");
+  }
   head_count_ = heads;
   std::int32_t positions = 0;
   if (!reader.skip(head_count_ * kHeadSize) || !reader.read_f32(back_off_offset_) ||
@@ -81,7 +89,9 @@ CompactLmModel::CompactLmModel(const common::FilePath& path, int order, std::int
   for (std::int32_t i = 0; i < positions; ++i) {
     std::uint32_t position = 0;
     reader.read_u32(position);
-    if (position < last || position > bytes_.size()) damaged_file();
+    if (position < last || position > bytes_.size()) {
+      damaged_file();
+    }
     last = position;
     if (static_cast<std::size_t>(i) < trees_.size()) {
       trees_[static_cast<std::size_t>(i)].position = position;
@@ -97,18 +107,26 @@ void CompactLmModel::make_resident(std::int64_t budget) {
   for (tree_state_t& tree : trees_) {
     common::ByteReader reader(bytes_);
     std::uint32_t count = 0;
-    if (!reader.read_at(tree.position, count)) damaged_file();
+    if (!reader.read_at(tree.position, count)) {
+      damaged_file();
+    }
     const std::int64_t size = std::int64_t{count} * static_cast<std::int64_t>(kNodeSize);
-    if (size > static_cast<std::int64_t>(bytes_.size())) damaged_file();
+    if (size > static_cast<std::int64_t>(bytes_.size())) {
+      damaged_file();
+    }
     used += size + kTreeOverhead;
-    if (used > budget) break;
+    if (used > budget) {
+      break;
+    }
     check_tree(tree);
     tree.visible = kAlways;
     ++resident_count_;
   }
   // A tree is known by its position: trees that share the last resident one's are resident too.
   for (std::size_t i = resident_count_; i > 0 && i < trees_.size(); ++i) {
-    if (trees_[i].position != trees_[i - 1].position) break;
+    if (trees_[i].position != trees_[i - 1].position) {
+      break;
+    }
     trees_[i] = trees_[i - 1];
   }
 }
@@ -116,7 +134,9 @@ void CompactLmModel::make_resident(std::int64_t budget) {
 // Every node must stand as a header and as a child with what it says, wherever walks come from, so
 // one pass in memory order settles the whole tree, whatever way its links run.
 void CompactLmModel::check_tree(tree_state_t& tree) {
-  if (tree.checked) return;
+  if (tree.checked) {
+    return;
+  }
   common::ByteReader reader(bytes_);
   std::uint32_t count = 0;
   if (!reader.seek(tree.position) || !reader.read_u32(count) || !reader.fits(count, kNodeSize)) {
@@ -139,20 +159,28 @@ void CompactLmModel::check_tree(tree_state_t& tree) {
       }
     }
   }
-  if (!sound) throw std::runtime_error("damaged tree in PackedLM");
+  if (!sound) {
+    throw std::runtime_error("damaged tree in PackedLM");
+  }
   tree.empty = count == 0;
   tree.min_probability = min_probability;
   tree.max_back_off = max_back_off;
   tree.checked = true;
-  if (count > 0) add_root_keys(tree);
+  if (count > 0) {
+    add_root_keys(tree);
+  }
 }
 
 void CompactLmModel::add_root_keys(tree_state_t& tree) {
   const node_t root(nodes(tree));
-  if (root.key() != kGroupKey || root.link() < kMinRootChildren) return;
+  if (root.key() != kGroupKey || root.link() < kMinRootChildren) {
+    return;
+  }
   // Trees that lie over one another could ask for more than the file justifies; others never do.
   const std::size_t lines = ((root.link() - 1U) / kRootStep + kLineKeys - 1) / kLineKeys;
-  if (root_keys_.size() + lines > bytes_.size() / 8 / sizeof(key_line_t)) return;
+  if (root_keys_.size() + lines > bytes_.size() / 8 / sizeof(key_line_t)) {
+    return;
+  }
   tree.root_children = root.link();
   tree.root_keys = static_cast<std::uint32_t>(root_keys_.size());
   std::size_t slot = kLineKeys;
@@ -167,7 +195,9 @@ void CompactLmModel::add_root_keys(tree_state_t& tree) {
 
 void CompactLmModel::show_tree(std::size_t index) {
   tree_state_t& tree = trees_[index];
-  if (tree.visible >= generation_) return;
+  if (tree.visible >= generation_) {
+    return;
+  }
   check_tree(tree);
   tree.visible = generation_;
   // Trees at the same position are one tree. They stand side by side.
@@ -180,9 +210,13 @@ void CompactLmModel::show_tree(std::size_t index) {
 }
 
 void CompactLmModel::hide_trees() {
-  if (++generation_ < kAlways) return;
+  if (++generation_ < kAlways) {
+    return;
+  }
   for (tree_state_t& tree : trees_) {
-    if (tree.visible != kAlways) tree.visible = 0;
+    if (tree.visible != kAlways) {
+      tree.visible = 0;
+    }
   }
   generation_ = 1;
 }
@@ -197,9 +231,13 @@ void CompactLmModel::add_to_cache(std::span<const int> words) {
   try {
     for (const int word : words) {
       const unsigned char* entry = head(word);
-      if (entry == nullptr) continue;
+      if (entry == nullptr) {
+        continue;
+      }
       const auto tree = common::load_le<std::uint16_t>(entry);
-      if (tree != kNoTree && tree < trees_.size()) show_tree(tree);
+      if (tree != kNoTree && tree < trees_.size()) {
+        show_tree(tree);
+      }
     }
   } catch (...) {
     hide_trees();
@@ -208,14 +246,18 @@ void CompactLmModel::add_to_cache(std::span<const int> words) {
 }
 
 const unsigned char* CompactLmModel::head(int word) const {
-  if (!known(word)) return nullptr;
+  if (!known(word)) {
+    return nullptr;
+  }
   return bytes_.data() + 2 + static_cast<std::size_t>(word) * kHeadSize;
 }
 
 const CompactLmModel::tree_state_t* CompactLmModel::visible_tree(
     const unsigned char* head_entry) const {
   const auto index = common::load_le<std::uint16_t>(head_entry);
-  if (index == kNoTree || index >= trees_.size()) return nullptr;
+  if (index == kNoTree || index >= trees_.size()) {
+    return nullptr;
+  }
   const tree_state_t& tree = trees_[index];
   return tree.visible >= generation_ && !tree.empty ? &tree : nullptr;
 }
@@ -227,15 +269,21 @@ CompactLmModel::start_t CompactLmModel::begin_walk(std::span<const int> ids,
   levels.count = 0;
   levels.longest = 0;
   const unsigned char* entry = ids.empty() ? nullptr : head(ids.back());
-  if (entry == nullptr) return {};
+  if (entry == nullptr) {
+    return {};
+  }
   levels.level[0] = {common::load_le<std::uint16_t>(entry + 2),
                      common::load_le<std::uint16_t>(entry + 4), true};
   levels.count = 1;
   levels.longest = 1;
-  if (ids.size() == 1) return {};
+  if (ids.size() == 1) {
+    return {};
+  }
   const tree_state_t* tree = visible_tree(entry);
   const int word = ids[ids.size() - 2];
-  if (tree == nullptr || !known(word)) return {};
+  if (tree == nullptr || !known(word)) {
+    return {};
+  }
   start_t start{nodes(*tree), nodes(*tree), 0};
   if (tree->root_children > 0) {
     // The block of records that begins with the last key not above the word: all lines before the
@@ -265,7 +313,9 @@ CompactLmModel::start_t CompactLmModel::begin_walk(std::span<const int> ids,
 // Adds the levels of two words and more.
 lm_path_t CompactLmModel::walk(const start_t& start, std::span<const int> ids,
                                lm_levels_t& levels) const {
-  if (start.nodes == nullptr) return {};
+  if (start.nodes == nullptr) {
+    return {};
+  }
   const int word = ids[ids.size() - 2];
   return follow(start.nodes,
                 start.count > 0 ? find_record(start.records, start.count, word)
@@ -281,11 +331,17 @@ lm_path_t CompactLmModel::follow(const unsigned char* nodes, const unsigned char
     const lm_step_t step = read_step(child);
     levels.level[k] = step.level;
     levels.count = static_cast<int>(++k);
-    if (step.level.entry) levels.longest = levels.count;
+    if (step.level.entry) {
+      levels.longest = levels.count;
+    }
     const lm_path_t path = path_after(nodes, step);
-    if (k == limit || path.group == nullptr) return path;
+    if (k == limit || path.group == nullptr) {
+      return path;
+    }
     const int word = ids[ids.size() - 1 - k];
-    if (!known(word)) break;
+    if (!known(word)) {
+      break;
+    }
     child = find_child(path.group, word);
   }
   return {};
@@ -312,9 +368,13 @@ int CompactLmModel::TrieSearchInvert(std::span<const int> ids, lm_levels_t& leve
 void CompactLmModel::walk_on(const lm_path_t& path, std::span<const int> ids,
                              lm_levels_t& levels) const {
   const auto matched = static_cast<std::size_t>(levels.count);
-  if (matched >= std::min(ids.size(), levels.level.size())) return;
+  if (matched >= std::min(ids.size(), levels.level.size())) {
+    return;
+  }
   const int word = ids[ids.size() - 1 - matched];
-  if (known(word)) follow(path.nodes, find_child(path.group, word), ids, levels);
+  if (known(word)) {
+    follow(path.nodes, find_child(path.group, word), ids, levels);
+  }
 }
 
 float CompactLmModel::ngram_score(std::span<const int> ids, const lm_levels_t& before,
@@ -324,14 +384,18 @@ float CompactLmModel::ngram_score(std::span<const int> ids, const lm_levels_t& b
 }
 
 float CompactLmModel::compute_ngram_score(std::span<const int> ids) const {
-  if (ids.empty()) return LM_UNK_PROB;
+  if (ids.empty()) {
+    return LM_UNK_PROB;
+  }
   const std::span<const int> context = ids.first(ids.size() - 1);
   lm_levels_t levels;
   lm_levels_t before;
   const start_t start = begin_walk(ids, levels);
   const start_t context_start = begin_walk(context, before);
   walk(start, ids, levels);
-  if (static_cast<std::size_t>(levels.longest) < ids.size()) walk(context_start, context, before);
+  if (static_cast<std::size_t>(levels.longest) < ids.size()) {
+    walk(context_start, context, before);
+  }
   return score(static_cast<int>(ids.size()), levels, before);
 }
 
@@ -354,7 +418,9 @@ void CompactLmModel::compute_phrase_score(std::span<const int> ids, float& compl
 float CompactLmModel::compute_joint_score(std::span<const int> context,
                                           std::span<const int> ids) const {
   lm_levels_t before;
-  if (order() > 1 && context.size() <= kMaxContext) TrieSearchInvert(context, before);
+  if (order() > 1 && context.size() <= kMaxContext) {
+    TrieSearchInvert(context, before);
+  }
   return joint_score(context, before, ids);
 }
 
@@ -375,7 +441,9 @@ float CompactLmModel::joint_score(std::span<const int> context, const lm_levels_
     const std::size_t length = std::min(end, window);
     return std::span<const int>(joined).subspan(end - length, length);
   };
-  for (std::size_t i = 0; i < count; ++i) starts[i] = begin_walk(sequence(i), levels[i]);
+  for (std::size_t i = 0; i < count; ++i) {
+    starts[i] = begin_walk(sequence(i), levels[i]);
+  }
   const lm_levels_t nothing{};
   const lm_levels_t* last = context.empty() ? &nothing : &before;
   float sum = 0.0F;
@@ -392,7 +460,9 @@ bool CompactLmModel::find_ngram_score(std::span<const int> ids, float& probabili
                                       float& back_off_out) const {
   std::uint16_t probability_code = 0;
   std::uint16_t back_off_code = 0;
-  if (!Search(ids, probability_code, back_off_code)) return false;
+  if (!Search(ids, probability_code, back_off_code)) {
+    return false;
+  }
   probability_out = probability(probability_code);
   back_off_out = back_off(back_off_code);
   return true;
@@ -406,7 +476,9 @@ bool CompactLmModel::Search(std::span<const int> ids, std::uint16_t& probability
     return false;
   }
   const lm_level_t& level = levels.level[ids.size() - 1];
-  if (!level.entry) return false;
+  if (!level.entry) {
+    return false;
+  }
   probability_code = level.probability;
   back_off_code = level.back_off;
   return true;
@@ -414,23 +486,33 @@ bool CompactLmModel::Search(std::span<const int> ids, std::uint16_t& probability
 
 float CompactLmModel::max_probability(int word) const {
   const unsigned char* entry = head(word);
-  if (entry == nullptr) return LM_UNK_PROB;
+  if (entry == nullptr) {
+    return LM_UNK_PROB;
+  }
   auto code = common::load_le<std::uint16_t>(entry + 2);
-  if (const tree_state_t* tree = visible_tree(entry)) code = std::min(code, tree->min_probability);
+  if (const tree_state_t* tree = visible_tree(entry)) {
+    code = std::min(code, tree->min_probability);
+  }
   return probability(code);
 }
 
 float CompactLmModel::max_back_off(int word) const {
   const unsigned char* entry = head(word);
-  if (entry == nullptr) return LM_UNK_BOW;
+  if (entry == nullptr) {
+    return LM_UNK_BOW;
+  }
   auto code = common::load_le<std::uint16_t>(entry + 4);
-  if (const tree_state_t* tree = visible_tree(entry)) code = std::max(code, tree->max_back_off);
+  if (const tree_state_t* tree = visible_tree(entry)) {
+    code = std::max(code, tree->max_back_off);
+  }
   return std::max(back_off(code), LM_UNK_BOW);
 }
 
 bool CompactLmModel::GetHeadValue(int word, float& probability_out, float& back_off_out) const {
   const unsigned char* entry = head(word);
-  if (entry == nullptr) return false;
+  if (entry == nullptr) {
+    return false;
+  }
   probability_out = probability(common::load_le<std::uint16_t>(entry + 2));
   back_off_out = back_off(common::load_le<std::uint16_t>(entry + 4));
   return true;
@@ -438,7 +520,9 @@ bool CompactLmModel::GetHeadValue(int word, float& probability_out, float& back_
 
 std::int64_t CompactLmModel::GetFilePos(int word) const {
   const unsigned char* entry = head(word);
-  if (entry == nullptr) return -1;
+  if (entry == nullptr) {
+    return -1;
+  }
   const auto index = common::load_le<std::uint16_t>(entry);
   return index == kNoTree || index >= trees_.size() ? -1 : std::int64_t{trees_[index].position};
 }
@@ -446,7 +530,9 @@ std::int64_t CompactLmModel::GetFilePos(int word) const {
 CompactLmModel::tree_t CompactLmModel::GetTree(int word) const {
   const unsigned char* entry = head(word);
   const tree_state_t* tree = entry == nullptr ? nullptr : visible_tree(entry);
-  if (tree == nullptr) return {};
+  if (tree == nullptr) {
+    return {};
+  }
   return {nodes(*tree), common::load_le<std::uint32_t>(nodes(*tree) - 4)};
 }
 

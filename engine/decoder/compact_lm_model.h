@@ -106,13 +106,17 @@ class CompactLmModel final : public LangModel {
   // before its last one. Levels of `context` from `length` up are ignored, so the
   // levels of a longer context serve too.
   float score(int length, const lm_levels_t& levels, const lm_levels_t& context) const {
-    if (levels.longest == 0) return LM_UNK_PROB;
+    if (levels.longest == 0) {
+      return LM_UNK_PROB;
+    }
     float score =
         probability(levels.level[static_cast<std::size_t>(levels.longest) - 1].probability);
     const int end = context.count < length - 1 ? context.count : length - 1;
     for (int k = levels.longest; k <= end; ++k) {
       const lm_level_t& level = context.level[static_cast<std::size_t>(k) - 1];
-      if (level.entry) score += back_off(level.back_off);
+      if (level.entry) {
+        score += back_off(level.back_off);
+      }
     }
     return score;
   }

@@ -16,7 +16,9 @@ constexpr std::size_t kHeadSize = 8;
 
 common::MappedFile open(const common::FilePath& path, const char* message) {
   auto file = common::MappedFile::open(path);
-  if (!file) throw std::runtime_error(message);
+  if (!file) {
+    throw std::runtime_error(message);
+  }
   return std::move(*file);
 }
 
@@ -64,7 +66,9 @@ int CompactTransModel::TrieSearch(std::span<const int> /*words*/) const {
 }
 
 void CompactTransModel::search_sentence(std::span<const int> ids, target_table_t& table) const {
-  if (table.size() < ids.size()) table.resize(ids.size());
+  if (table.size() < ids.size()) {
+    table.resize(ids.size());
+  }
   common::ByteReader data(data_file_.data());
   std::array<std::uint32_t, kMaxPhrase> offsets{};
   std::array<bool, kMaxPhrase> has_data{};
@@ -74,7 +78,9 @@ void CompactTransModel::search_sentence(std::span<const int> ids, target_table_t
       TargetData& cell = table[i][k];
       if (k < found && has_data[k]) {
         // A place outside the file is the same damage as a block that runs past its end.
-        if (!data.seek(offsets[k])) data.seek(data.size());
+        if (!data.seek(offsets[k])) {
+          data.seek(data.size());
+        }
         cell.load(data);
       } else {
         cell.clear();
@@ -87,22 +93,32 @@ int CompactTransModel::TrieSearchAll(std::span<const int> words,
                                      std::span<std::uint32_t, kMaxPhrase> offsets,
                                      std::span<bool, kMaxPhrase> has_data) const {
   const std::size_t count = std::min(words.size(), kMaxPhrase);
-  if (count == 0 || words[0] < 0 || static_cast<std::uint64_t>(words[0]) >= head_count_) return 0;
+  if (count == 0 || words[0] < 0 || static_cast<std::uint64_t>(words[0]) >= head_count_) {
+    return 0;
+  }
   const unsigned char* head = heads_.data() + static_cast<std::size_t>(words[0]) * kHeadSize;
   offsets[0] = common::load_le<std::uint32_t>(head);
   has_data[0] = offsets[0] != kNone;
   const auto first_group = common::load_le<std::uint32_t>(head + 4);
-  if (first_group == kNone) return 1;
+  if (first_group == kNone) {
+    return 1;
+  }
   std::uint64_t group = first_group;
   for (std::size_t level = 1; level < count; ++level) {
     std::uint32_t found = 0;
-    if (!TrieFindKey(group, words[level], found)) return static_cast<int>(level);
+    if (!TrieFindKey(group, words[level], found)) {
+      return static_cast<int>(level);
+    }
     const record_t node = record(group + found);
-    if (node.link == 0) throw std::runtime_error("damaged nodes file in CompactTransModel");
+    if (node.link == 0) {
+      throw std::runtime_error("damaged nodes file in CompactTransModel");
+    }
     offsets[level] = node.offset;
     has_data[level] = node.link < 0;
     const std::int64_t distance = node.link < 0 ? -std::int64_t{node.link} : node.link;
-    if (distance == 1) return static_cast<int>(level + 1);
+    if (distance == 1) {
+      return static_cast<int>(level + 1);
+    }
     group = std::uint64_t{first_group} + static_cast<std::uint64_t>(distance) - 1;
   }
   return static_cast<int>(count);
@@ -119,7 +135,9 @@ bool CompactTransModel::TrieFindKey(std::uint64_t node, int word, std::uint32_t&
       static_cast<std::uint64_t>(first.link) > node_count_ - 1 - node) {
     throw std::runtime_error("damaged nodes file in CompactTransModel");
   }
-  if (!possible) return false;
+  if (!possible) {
+    return false;
+  }
   const unsigned char* keys =
       node_file_.data().data() + static_cast<std::size_t>(node) * kRecordSize;
   std::int32_t low = 1;
@@ -142,7 +160,9 @@ bool CompactTransModel::TrieFindKey(std::uint64_t node, int word, std::uint32_t&
 }
 
 CompactTransModel::record_t CompactTransModel::record(std::uint64_t index) const {
-  if (index >= node_count_) throw std::runtime_error("damaged nodes file in CompactTransModel");
+  if (index >= node_count_) {
+    throw std::runtime_error("damaged nodes file in CompactTransModel");
+  }
   const unsigned char* at =
       node_file_.data().data() + static_cast<std::size_t>(index) * kRecordSize;
   return {common::load_le<std::uint16_t>(at), common::load_le<std::int32_t>(at + 2),

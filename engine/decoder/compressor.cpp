@@ -19,18 +19,26 @@ namespace {
 
 Compressor::Compressor(const common::FilePath& quantifier_path, int score_size)
     : score_size_(score_size) {
-  if (score_size <= kReorderCount) throw std::runtime_error("unknown score size in Compressor()");
+  if (score_size <= kReorderCount) {
+    throw std::runtime_error("unknown score size in Compressor()");
+  }
   const auto file = common::MappedFile::open(quantifier_path);
-  if (!file) throw std::runtime_error("failed to open quantifier file in Compressor()");
+  if (!file) {
+    throw std::runtime_error("failed to open quantifier file in Compressor()");
+  }
   common::ByteReader reader(file->data());
-  for (int i = kReorderCount; i < score_size; ++i) quantifiers_.emplace_back().load(reader);
+  for (int i = kReorderCount; i < score_size; ++i) {
+    quantifiers_.emplace_back().load(reader);
+  }
   fill_reordering();
 }
 
 Compressor::Compressor(std::vector<Quantifier> quantifiers)
     : score_size_(static_cast<int>(quantifiers.size()) + kReorderCount),
       quantifiers_(std::move(quantifiers)) {
-  if (quantifiers_.empty()) throw std::runtime_error("unknown score size in Compressor()");
+  if (quantifiers_.empty()) {
+    throw std::runtime_error("unknown score size in Compressor()");
+  }
   fill_reordering();
 }
 
@@ -43,7 +51,9 @@ void Compressor::fill_reordering() {
 void Compressor::uncompress(std::span<const unsigned char>& cursor, std::vector<int>& ids,
                             std::vector<float>& scores) const {
   const std::size_t words = cursor.empty() ? 0 : cursor[0];
-  if (cursor.size() < 1 + 2 * words + quantifiers_.size() + 2) damaged();
+  if (cursor.size() < 1 + 2 * words + quantifiers_.size() + 2) {
+    damaged();
+  }
   const unsigned char* at = cursor.data() + 1;
   ids.resize(words);
   for (int& id : ids) {
@@ -51,7 +61,9 @@ void Compressor::uncompress(std::span<const unsigned char>& cursor, std::vector<
     at += 2;
   }
   scores.clear();
-  for (const Quantifier& quantifier : quantifiers_) scores.push_back(quantifier.unquantify(*at++));
+  for (const Quantifier& quantifier : quantifiers_) {
+    scores.push_back(quantifier.unquantify(*at++));
+  }
   for (int triple = 0; triple < 2; ++triple) {
     const auto& values = reordering(*at++);
     scores.insert(scores.end(), values.begin(), values.end());
@@ -67,10 +79,14 @@ void Compressor::uncompress(std::span<const unsigned char>& cursor, target_entry
   }
   const unsigned char* at = cursor.data() + 1;
   const std::size_t kept = std::min(words, target_entry_t::kMaxWords);
-  for (std::size_t i = 0; i < kept; ++i) entry.ids[i] = common::load_le<std::uint16_t>(at + 2 * i);
+  for (std::size_t i = 0; i < kept; ++i) {
+    entry.ids[i] = common::load_le<std::uint16_t>(at + 2 * i);
+  }
   at += 2 * words;
   float* score = entry.scores.data();
-  for (const Quantifier& quantifier : quantifiers_) *score++ = quantifier.unquantify(*at++);
+  for (const Quantifier& quantifier : quantifiers_) {
+    *score++ = quantifier.unquantify(*at++);
+  }
   for (int triple = 0; triple < 2; ++triple) {
     const auto& values = reordering(*at++);
     score = std::copy(values.begin(), values.end(), score);
@@ -140,7 +156,9 @@ int Compressor::reordering_index(std::int64_t a, std::int64_t b, std::int64_t c)
   if (largest > 5) {
     // Halving counts that would overflow keeps their ratio to far below one part in five.
     const int shift = largest > std::numeric_limits<std::int64_t>::max() / 5 ? 3 : 0;
-    for (std::int64_t& count : counts) count = (count >> shift) * 5 / (largest >> shift);
+    for (std::int64_t& count : counts) {
+      count = (count >> shift) * 5 / (largest >> shift);
+    }
   }
   return static_cast<int>((counts[0] * 6 + counts[1]) * 6 + counts[2]);
 }

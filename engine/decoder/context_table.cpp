@@ -45,7 +45,9 @@ std::uint32_t ContextTable::find(std::span<const std::int32_t> words) {
   entry.hash = hash;
   const auto number = static_cast<std::uint32_t>(entries_.size());
   slots_[slot] = number;
-  if (entries_.size() * 2 > slots_.size()) grow();
+  if (entries_.size() * 2 > slots_.size()) {
+    grow();
+  }
   return number - 1;
 }
 
@@ -53,13 +55,17 @@ void ContextTable::grow() {
   slots_.assign(slots_.size() * 2, 0);
   for (std::uint32_t number = 1; number <= entries_.size(); ++number) {
     std::size_t slot = entries_[number - 1].hash & (slots_.size() - 1);
-    while (slots_[slot] != 0) slot = (slot + 1) & (slots_.size() - 1);
+    while (slots_[slot] != 0) {
+      slot = (slot + 1) & (slots_.size() - 1);
+    }
     slots_[slot] = number;
   }
 }
 
 std::uint32_t ContextTable::extend(std::uint32_t context, std::span<const std::int32_t> words) {
-  if (words.size() >= keep_) return find(words.last(keep_));
+  if (words.size() >= keep_) {
+    return find(words.last(keep_));
+  }
   const std::span<const std::int32_t> before = this->words(context);
   const std::size_t kept = std::min(before.size(), keep_ - words.size());
   std::array<std::int32_t, kMaxWords> joined;
@@ -73,7 +79,9 @@ void ContextTable::learn(entry_t& entry) const {
   entry.learned = true;
   entry.knowledge = {};
   entry.levels.count = 0;
-  if (entry.count == 0) return;
+  if (entry.count == 0) {
+    return;
+  }
   const std::span<const std::int32_t> words(entry.words.data(), entry.count);
   lang_model_.TrieSearchInvert(words, entry.levels);
   knowledge_t& knowledge = entry.knowledge;
@@ -83,13 +91,19 @@ void ContextTable::learn(entry_t& entry) const {
   }
   for (int k = 0; k < entry.levels.count; ++k) {
     const lm_level_t& level = entry.levels.level[static_cast<std::size_t>(k)];
-    if (!level.entry) continue;
+    if (!level.entry) {
+      continue;
+    }
     const float back_off = lang_model_.back_off(level.back_off);
     knowledge.adds[knowledge.add_count++] = back_off;
-    if (back_off > 0) knowledge.raise += back_off;
+    if (back_off > 0) {
+      knowledge.raise += back_off;
+    }
   }
   // Added at once instead of one by one: more than the roundings can differ.
-  if (knowledge.raise > 0) knowledge.raise += (700 + 2 * knowledge.raise) * 0x1p-19F;
+  if (knowledge.raise > 0) {
+    knowledge.raise += (700 + 2 * knowledge.raise) * 0x1p-19F;
+  }
 }
 
 std::size_t ContextTable::memory() const {

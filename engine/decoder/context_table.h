@@ -63,7 +63,9 @@ class ContextTable {
 
   entry_t& learn(std::uint32_t context) {
     entry_t& entry = entries_[context];
-    if (!entry.learned) learn(entry);
+    if (!entry.learned) {
+      learn(entry);
+    }
     return entry;
   }
   void learn(entry_t& entry) const;

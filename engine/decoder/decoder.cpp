@@ -38,7 +38,9 @@ Decoder::Impl::Impl(SharedMember& shared, Constraint* constraint, const UnkTrans
                shared.compressor.get()),
       search_(parameter_, *shared.lang_model, boundary_id(shared, "<s>"),
               boundary_id(shared, "</s>")) {
-  if (constraint_ != nullptr) constraint_->initialize(source_vocab_);
+  if (constraint_ != nullptr) {
+    constraint_->initialize(source_vocab_);
+  }
 }
 
 // Surface forms serve the constraint; the phrase table is asked for the search
@@ -50,11 +52,15 @@ void Decoder::Impl::preprocess(words_t words) {
     int surface = 0;
     source_vocab_.find(word.word, surface);
     int search = surface;
-    if (word.tag != nullptr) source_vocab_.find(word.tag, search);
+    if (word.tag != nullptr) {
+      source_vocab_.find(word.tag, search);
+    }
     surface_ids_.push_back(surface);
     search_ids_.push_back(search);
   }
-  if (constraint_ != nullptr) constraint_->build(surface_ids_);
+  if (constraint_ != nullptr) {
+    constraint_->build(surface_ids_);
+  }
 }
 
 void Decoder::Impl::search_chunk(words_t words, std::string* log) {
@@ -76,16 +82,24 @@ void Decoder::Impl::search_chunk(words_t words, std::string* log) {
 void Decoder::Impl::translate(words_t words, std::string& output,
                               std::vector<common::align_t>* alignment, std::string* log) {
   output.clear();
-  if (alignment != nullptr) alignment->clear();
+  if (alignment != nullptr) {
+    alignment->clear();
+  }
   for (std::size_t begin = 0; begin < words.size(); begin += kChunk) {
     const words_t chunk = words.subspan(begin, std::min(kChunk, words.size() - begin));
     search_chunk(chunk, log);
-    if (!output.empty()) output += ' ';
+    if (!output.empty()) {
+      output += ' ';
+    }
     const HypoStack& complete = search_.final_stack();
-    if (complete.size() == 0) continue;
+    if (complete.size() == 0) {
+      continue;
+    }
     const std::size_t links = alignment != nullptr ? alignment->size() : 0;
     trace_back(chunk, complete.at(0), output, alignment);
-    if (alignment == nullptr) continue;
+    if (alignment == nullptr) {
+      continue;
+    }
     for (std::size_t k = links; k < alignment->size(); ++k) {
       common::align_t& link = (*alignment)[k];
       link.source_first += static_cast<std::int32_t>(begin);
@@ -104,7 +118,9 @@ void Decoder::Impl::translate(unsigned n, words_t words, std::vector<std::string
     search_chunk(chunk, log);
     const HypoStack& complete = search_.final_stack();
     const std::size_t found = std::min<std::size_t>(n, complete.size());
-    if (found == 0) continue;
+    if (found == 0) {
+      continue;
+    }
     // Entry k joins the k-th best of each chunk; the last one stands in for those
     // that a chunk lacks.
     const std::size_t count = std::max(outputs.size(), found);
@@ -112,12 +128,16 @@ void Decoder::Impl::translate(unsigned n, words_t words, std::vector<std::string
     totals.resize(count, totals.empty() ? 0.0F : totals.back());
     for (std::size_t k = 0; k < count; ++k) {
       const Hypothesis& hypothesis = complete.at(std::min(k, found - 1));
-      if (!outputs[k].empty()) outputs[k] += ' ';
+      if (!outputs[k].empty()) {
+        outputs[k] += ' ';
+      }
       trace_back(chunk, hypothesis, outputs[k], nullptr);
       totals[k] = begin == 0 ? hypothesis.total : totals[k] + hypothesis.total;
     }
   }
-  for (const float total : totals) scores.push_back(score_text(total));
+  for (const float total : totals) {
+    scores.push_back(score_text(total));
+  }
 }
 
 std::size_t Decoder::Impl::memory() const {

@@ -10,8 +10,12 @@ namespace koralite::decoder {
 
 void Decoder::Impl::explain(unsigned n, words_t words, explanation_t& explanation) {
   explanation = {};
-  if (words.empty()) return;
-  if (words.size() > kChunk) throw std::runtime_error("sentence too long in Decoder::explain()");
+  if (words.empty()) {
+    return;
+  }
+  if (words.size() > kChunk) {
+    throw std::runtime_error("sentence too long in Decoder::explain()");
+  }
   search_chunk(words, nullptr);
   explanation.size = options_.size();
   for (int start = 0; start < explanation.size; ++start) {
@@ -43,7 +47,9 @@ explained_option_t Decoder::Impl::explain_option(const Option& option) const {
   result.end = option.end;
   result.ids.assign(option.target().begin(), option.target().end());
   for (const std::int32_t id : option.target()) {
-    if (!result.target.empty()) result.target += ' ';
+    if (!result.target.empty()) {
+      result.target += ' ';
+    }
     result.target += target_vocab_.decode(id);
   }
   result.score = option.score;
@@ -64,8 +70,8 @@ derivation_t Decoder::Impl::explain_derivation(words_t words, const Hypothesis& 
     const Option& option = options_.option(at->option);
     const bool first = before.previous == nullptr;
     const Option* previous = first ? nullptr : &options_.option(before.option);
-    const reorder_t kind = Calculator::reorder_kind(first, first ? 0 : previous->start,
-                                                    before.last_end - 1, option.start, option.end);
+    const Reorder kind = Calculator::reorder_kind(first, first ? 0 : previous->start,
+                                                  before.last_end - 1, option.start, option.end);
     explained_step_t step;
     step.option = places[at->option];
     output_option(words, option, step.text);

@@ -35,14 +35,18 @@ void Decoder::Impl::trace_back(words_t words, const Hypothesis& hypothesis, std:
   const std::size_t chunk_start = text.size();
   for (const Option* option : chain_) {
     const std::size_t before = text.size();
-    if (before > chunk_start) text += ' ';
+    if (before > chunk_start) {
+      text += ' ';
+    }
     const std::size_t start = text.size();
     output_option(words, *option, text);
     if (text.size() == start) {
       text.resize(before);
       continue;
     }
-    if (alignment == nullptr) continue;
+    if (alignment == nullptr) {
+      continue;
+    }
     alignment->push_back({option->start, option->end, static_cast<std::int32_t>(start),
                           static_cast<std::int32_t>(text.size() - 1)});
   }
@@ -63,7 +67,9 @@ void Decoder::Impl::output_option(words_t words, const Option& option, std::stri
     return;
   }
   for (std::size_t k = 0; k < option.word_count; ++k) {
-    if (k > 0) text += ' ';
+    if (k > 0) {
+      text += ' ';
+    }
     const std::int32_t id = option.words[k];
     if (id >= Vocab::kFirstWordId) {
       text += target_vocab_.decode(id);

@@ -16,30 +16,40 @@ constexpr std::string_view kRule = "-------------------";
 
 void Decoder::Impl::write_line(std::string_view line, std::string* log) const {
   common::LogWriter::GetInstance().write(line);
-  if (log != nullptr) log->append(line).append(1, '\n');
+  if (log != nullptr) {
+    log->append(line).append(1, '\n');
+  }
 }
 
 std::string Decoder::Impl::print_option(const Option& option) const {
   std::string line = "[[" + std::to_string(option.start) + ".." + std::to_string(option.end) +
                      "]] << source phrase:";
   for (std::size_t p = option.start; p <= option.end; ++p) {
-    if (p > option.start) line += ' ';
+    if (p > option.start) {
+      line += ' ';
+    }
     line += source_vocab_.decode(search_ids_[p]);
   }
   line += ">> <<target phrase:";
   for (std::size_t k = 0; k < option.word_count; ++k) {
-    if (k > 0) line += ' ';
+    if (k > 0) {
+      line += ' ';
+    }
     line += target_vocab_.decode(option.words[k]);
   }
   line += ">> <<total score: " + score_text(option.score) +
           " >> <<floor score: " + score_text(option.future) + " >> <<reordering score: ";
-  for (const float score : option.reorder) line += score_text(score) + ' ';
+  for (const float score : option.reorder) {
+    line += score_text(score) + ' ';
+  }
   line += ">> <<alignment: " + std::to_string(option.alignment) + ">>";
   return line;
 }
 
 std::string Decoder::Impl::hypothesis_name(const Hypothesis* hypothesis) const {
-  if (hypothesis == nullptr) return "none";
+  if (hypothesis == nullptr) {
+    return "none";
+  }
   const BeamSearch::name_t name = search_.name(*hypothesis);
   return std::to_string(name.stack) + '.' + std::to_string(name.slot);
 }
@@ -79,7 +89,9 @@ void Decoder::Impl::trace_matrix(std::string* log) const {
   write_line("futrue score matrix (" + size + ' ' + size + ')', log);
   for (int i = 0; i < matrix.size(); ++i) {
     std::string line;
-    for (int j = 0; j < matrix.size(); ++j) line += score_text(matrix.at(i, j)) + '\t';
+    for (int j = 0; j < matrix.size(); ++j) {
+      line += score_text(matrix.at(i, j)) + '\t';
+    }
     write_line(line, log);
   }
   write_line(kRule, log);

@@ -28,7 +28,9 @@ class FutureMatrix {
         float best = at(i, j);
         for (int k = i; k < j; ++k) {
           const float sum = at(i, k) + at(k + 1, j);
-          if (sum > best) best = sum;
+          if (sum > best) {
+            best = sum;
+          }
         }
         at(i, j) = best;
       }

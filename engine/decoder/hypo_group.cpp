@@ -53,7 +53,9 @@ void HypoGroup::grow() {
   std::vector<group_t> old(groups_.size() * 2);
   old.swap(groups_);
   for (const group_t& group : old) {
-    if (group.used) groups_[slot_of(group.coverage)] = group;
+    if (group.used) {
+      groups_[slot_of(group.coverage)] = group;
+    }
   }
 }
 
@@ -68,11 +70,17 @@ void HypoGroup::collect(std::uint32_t coverage) {
                        : size - 1;
   for (int start = first; start <= last;) {
     int end = start;
-    while (end < last && (coverage >> (end + 1) & 1) == 0) ++end;
+    while (end < last && (coverage >> (end + 1) & 1) == 0) {
+      ++end;
+    }
     collect_range(coverage, {start, end});
-    if (distortion_limit_ == 0) break;
+    if (distortion_limit_ == 0) {
+      break;
+    }
     start = end + 1;
-    while (start <= last && (coverage >> start & 1) != 0) ++start;
+    while (start <= last && (coverage >> start & 1) != 0) {
+      ++start;
+    }
   }
 }
 
@@ -82,8 +90,12 @@ void HypoGroup::collect_range(std::uint32_t coverage, range_t range) {
     const int last_end = std::min(range.end, start + Option::kMaxSource - 1);
     for (int end = start; end <= last_end; ++end) {
       const OptionTable::cell_t cell = options_->cell(start, end);
-      if (cell.count == 0) continue;
-      if (constraint_ != nullptr && !constraint_->check(coverage, {start, end})) continue;
+      if (cell.count == 0) {
+        continue;
+      }
+      if (constraint_ != nullptr && !constraint_->check(coverage, {start, end})) {
+        continue;
+      }
       spans_.push_back({start, end, cell, Calculator::find_gap(coverage, start, end, *matrix_)});
     }
   }

@@ -41,7 +41,9 @@ std::uint32_t HypoStack::find(std::size_t bucket, std::uint32_t coverage, int la
   std::uint32_t slot = buckets_[bucket];
   while (slot != Hypothesis::kNone) {
     const Hypothesis& entry = pool_[slot];
-    if (entry.context == context && entry.coverage == coverage && entry.last_end == last_end) break;
+    if (entry.context == context && entry.coverage == coverage && entry.last_end == last_end) {
+      break;
+    }
     slot = entry.next;
   }
   return slot;
@@ -56,7 +58,9 @@ bool HypoStack::offer(const Hypothesis& candidate) {
         find(bucket, candidate.coverage, candidate.last_end, candidate.context);
     if (equal != Hypothesis::kNone) {
       Hypothesis& entry = pool_[equal];
-      if (entry.total >= candidate.total) return false;
+      if (entry.total >= candidate.total) {
+        return false;
+      }
       entry.previous = candidate.previous;
       entry.option = candidate.option;
       entry.score = candidate.score;
@@ -70,7 +74,9 @@ bool HypoStack::offer(const Hypothesis& candidate) {
   std::uint32_t slot;
   if (full()) {
     slot = heap_[0].slot;
-    if (combine_) unlink(slot);
+    if (combine_) {
+      unlink(slot);
+    }
     remove_worst();
     pool_[slot] = candidate;
   } else {
@@ -81,7 +87,9 @@ bool HypoStack::offer(const Hypothesis& candidate) {
       bucket = find_bucket(candidate.coverage, candidate.last_end, candidate.context);
     }
   }
-  if (combine_) pool_[slot].next = std::exchange(buckets_[bucket], slot);
+  if (combine_) {
+    pool_[slot].next = std::exchange(buckets_[bucket], slot);
+  }
   heap_.push_back({candidate.total, slot});
   sift_up(heap_.size() - 1, heap_.back());
   refresh_floor();
@@ -91,7 +99,9 @@ bool HypoStack::offer(const Hypothesis& candidate) {
 void HypoStack::unlink(std::uint32_t slot) {
   const Hypothesis& entry = pool_[slot];
   std::uint32_t* link = &buckets_[find_bucket(entry.coverage, entry.last_end, entry.context)];
-  while (*link != slot) link = &pool_[*link].next;
+  while (*link != slot) {
+    link = &pool_[*link].next;
+  }
   *link = entry.next;
 }
 
@@ -108,7 +118,9 @@ void HypoStack::grow_buckets() {
 void HypoStack::remove_worst() {
   const Node last = heap_.back();
   heap_.pop_back();
-  if (!heap_.empty()) sift_down(0, last, heap_.size());
+  if (!heap_.empty()) {
+    sift_down(0, last, heap_.size());
+  }
 }
 
 void HypoStack::place(std::size_t at, Node node) {
@@ -119,7 +131,9 @@ void HypoStack::place(std::size_t at, Node node) {
 void HypoStack::sift_up(std::size_t at, Node node) {
   while (at > 0) {
     const std::size_t parent = (at - 1) / 2;
-    if (!(heap_[parent].total > node.total)) break;
+    if (!(heap_[parent].total > node.total)) {
+      break;
+    }
     place(at, heap_[parent]);
     at = parent;
   }
@@ -131,9 +145,15 @@ void HypoStack::sift_up(std::size_t at, Node node) {
 void HypoStack::sift_down(std::size_t at, Node node, std::size_t count) {
   for (;;) {
     std::size_t child = 2 * at + 1;
-    if (child >= count) break;
-    if (child + 1 < count && heap_[child + 1].total < heap_[child].total) ++child;
-    if (!(heap_[child].total < node.total)) break;
+    if (child >= count) {
+      break;
+    }
+    if (child + 1 < count && heap_[child + 1].total < heap_[child].total) {
+      ++child;
+    }
+    if (!(heap_[child].total < node.total)) {
+      break;
+    }
     place(at, heap_[child]);
     at = child;
   }
@@ -141,12 +161,18 @@ void HypoStack::sift_down(std::size_t at, Node node, std::size_t count) {
 }
 
 void HypoStack::refresh_floor() {
-  if (full()) floor_ = heap_[0].total;
+  if (full()) {
+    floor_ = heap_[0].total;
+  }
 }
 
 void HypoStack::sort() {
-  for (Node& node : heap_) node.total = pool_[node.slot].total;
-  for (std::size_t at = heap_.size() / 2; at-- > 0;) sift_down(at, heap_[at], heap_.size());
+  for (Node& node : heap_) {
+    node.total = pool_[node.slot].total;
+  }
+  for (std::size_t at = heap_.size() / 2; at-- > 0;) {
+    sift_down(at, heap_[at], heap_.size());
+  }
   for (std::size_t last = heap_.size(); last-- > 1;) {
     const Node worst = heap_[0];
     sift_down(0, heap_[last], last);

@@ -50,7 +50,9 @@ void JointScorer::start_sentence(std::span<Option> options) {
   find_words(options);
   bigrams_.build(lang_model_, before_words_, first_words_);
   contexts_.start_sentence(before_words_);
-  for (Option& option : options) option.prefix = add_prefix(option.target());
+  for (Option& option : options) {
+    option.prefix = add_prefix(option.target());
+  }
   end_prefix_ = add_prefix({&eos_, 1});
   fill_columns(options);
 }
@@ -59,7 +61,9 @@ void JointScorer::find_words(std::span<const Option> options) {
   before_words_.assign(1, bos_);
   first_words_.assign(1, eos_);
   for (const Option& option : options) {
-    if (option.word_count == 0) continue;
+    if (option.word_count == 0) {
+      continue;
+    }
     first_words_.push_back(option.words[0]);
     before_words_.push_back(option.target().back());
   }
@@ -81,7 +85,9 @@ std::uint32_t JointScorer::add_prefix(std::span<const std::int32_t> words) {
     if (found == 0) {
       found = make_prefix(at, words.first(k));
       prefix_slots_[slot] = found;
-      if (prefixes_.size() * 2 > prefix_slots_.size()) grow_prefix_slots();
+      if (prefixes_.size() * 2 > prefix_slots_.size()) {
+        grow_prefix_slots();
+      }
     }
     at = found;
   }
@@ -94,7 +100,9 @@ void JointScorer::grow_prefix_slots() {
     const prefix_t& entry = prefixes_[prefix];
     std::size_t slot =
         mix(entry.parent, static_cast<std::uint32_t>(entry.word)) & (prefix_slots_.size() - 1);
-    while (prefix_slots_[slot] != 0) slot = (slot + 1) & (prefix_slots_.size() - 1);
+    while (prefix_slots_[slot] != 0) {
+      slot = (slot + 1) & (prefix_slots_.size() - 1);
+    }
     prefix_slots_[slot] = prefix;
   }
 }
@@ -130,7 +138,9 @@ std::uint32_t JointScorer::make_prefix(std::uint32_t parent, std::span<const std
   }
   if (length > 1 && !before.closed) {
     const float back_off = lang_model_.max_back_off(before.word);
-    for (std::size_t k = words.size(); k < order_ && back_off > 0; ++k) prefix.upper += back_off;
+    for (std::size_t k = words.size(); k < order_ && back_off > 0; ++k) {
+      prefix.upper += back_off;
+    }
   }
   return number;
 }
@@ -152,7 +162,9 @@ void JointScorer::fill_columns(std::span<const Option> options) {
       rest += prefixes_[at].upper;
       size += std::abs(prefixes_[at].upper);
     }
-    if (options[place].prefix != at) rest += size * 0x1p-19F;
+    if (options[place].prefix != at) {
+      rest += size * 0x1p-19F;
+    }
     const prefix_t& first = prefixes_[at];
     // Words that the model does not know and empty phrases take no back-offs.
     first_of_option_[place] = kNoFirst;
@@ -165,8 +177,8 @@ void JointScorer::fill_columns(std::span<const Option> options) {
   }
 }
 
-JointScorer::bounds_t JointScorer::bounds(std::uint32_t context) {
-  bounds_t bounds;
+JointScorer::Bounds JointScorer::bounds(std::uint32_t context) {
+  Bounds bounds;
   bounds.scorer_ = this;
   bounds.context_ = contexts_.knowledge(context);
   return bounds;
@@ -175,7 +187,9 @@ JointScorer::bounds_t JointScorer::bounds(std::uint32_t context) {
 std::uint32_t JointScorer::known_firsts(std::uint32_t context, std::uint32_t begin,
                                         std::uint32_t count) {
   const std::uint32_t before = contexts_.knowledge(context).place;
-  if (before == ContextTable::kNowhere) return ~std::uint32_t{0};
+  if (before == ContextTable::kNowhere) {
+    return ~std::uint32_t{0};
+  }
   mask_t& mask = masks_[mix(before, begin) & (kMaskSize - 1)];
   if (mask.context_word != base_ + before || mask.begin != begin) {
     mask = {base_ + before, begin, 0};

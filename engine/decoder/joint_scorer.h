@@ -44,13 +44,17 @@ class JointScorer {
 
   // Upper bounds, four options at a time, of the joint scores after one context.
   // `known` are bits of known_firsts() for the four.
-  class bounds_t {
+  class Bounds {
    public:
     lanes_t at(std::uint32_t place, unsigned known) const {
       lanes_t unknown_pair = load_lanes(scorer_->single_.data() + place);
-      for (std::size_t k = 0; k < context_.add_count; ++k) unknown_pair += context_.adds[k];
+      for (std::size_t k = 0; k < context_.add_count; ++k) {
+        unknown_pair += context_.adds[k];
+      }
       lanes_t known_pair = load_lanes(scorer_->highest_.data() + place);
-      if (context_.raise > 0) known_pair += context_.raise;
+      if (context_.raise > 0) {
+        known_pair += context_.raise;
+      }
       return select_lanes(known, known_pair, unknown_pair) +
              load_lanes(scorer_->rest_.data() + place);
     }
@@ -60,7 +64,7 @@ class JointScorer {
     const JointScorer* scorer_ = nullptr;
     ContextTable::knowledge_t context_;  // a copy, as the table grows
   };
-  bounds_t bounds(std::uint32_t context);
+  Bounds bounds(std::uint32_t context);
 
   // One bit for each of the first 32 options of the cell: whether its first word
   // may match more than itself after the context.
@@ -136,7 +140,9 @@ class JointScorer {
 template <typename Refused>
 float JointScorer::joint(std::uint32_t context, std::uint32_t prefix, Refused&& refused) {
   ++joint_count_;
-  if (prefix == 0) return 0.0F;
+  if (prefix == 0) {
+    return 0.0F;
+  }
   std::array<std::uint32_t, kMaxPrefix> path;
   std::size_t length = prefixes_[prefix].length;
   for (std::uint32_t at = prefix; at != 0; at = prefixes_[at].parent) {
@@ -152,13 +158,17 @@ float JointScorer::joint(std::uint32_t context, std::uint32_t prefix, Refused&& 
     sum += LangModel::LM_UNK_PROB;
   } else if (known.place != ContextTable::kNowhere && !bigrams_.known(known.place, first.first)) {
     float score = lang_model_.probability(first.levels.level[0].probability);
-    for (std::size_t k = 0; k < known.add_count; ++k) score += known.adds[k];
+    for (std::size_t k = 0; k < known.add_count; ++k) {
+      score += known.adds[k];
+    }
     sum += score;
   } else {
     sum += first_word(context, path[0], walked[0]);
     before = &walked[0];
   }
-  if (length == 1) return sum;
+  if (length == 1) {
+    return sum;
+  }
 
   std::array<std::int32_t, LangModel::kMaxContext + kMaxPrefix> words;
   const std::span<const std::int32_t> context_words = contexts_.words(context);
@@ -166,8 +176,12 @@ float JointScorer::joint(std::uint32_t context, std::uint32_t prefix, Refused&& 
   *end++ = first.word;
   for (std::size_t k = 1; k < length; ++k) {
     float bound = sum;
-    for (std::size_t rest = k; rest < length; ++rest) bound += prefixes_[path[rest]].upper;
-    if (refused(bound)) return bound;
+    for (std::size_t rest = k; rest < length; ++rest) {
+      bound += prefixes_[path[rest]].upper;
+    }
+    if (refused(bound)) {
+      return bound;
+    }
     const prefix_t& here = prefixes_[path[k]];
     *end++ = here.word;
     const auto joined = static_cast<std::size_t>(end - words.data());

@@ -49,12 +49,18 @@ float LangModel::compute_ngram_score(std::span<const int> ids) const {
   float probability = 0.0F;
   float back_off = 0.0F;
   std::size_t matched = ids.size();
-  while (matched > 0 && !find_ngram_score(ids.last(matched), probability, back_off)) --matched;
-  if (matched == 0) return LM_UNK_PROB;
+  while (matched > 0 && !find_ngram_score(ids.last(matched), probability, back_off)) {
+    --matched;
+  }
+  if (matched == 0) {
+    return LM_UNK_PROB;
+  }
   float score = probability;
   const std::span<const int> context = ids.first(ids.size() - 1);
   for (std::size_t k = matched; k <= context.size(); ++k) {
-    if (find_ngram_score(context.last(k), probability, back_off)) score += back_off;
+    if (find_ngram_score(context.last(k), probability, back_off)) {
+      score += back_off;
+    }
   }
   return score;
 }

@@ -67,8 +67,12 @@ void OptionTable::read_block(std::span<const std::int32_t> ids, int start, int e
   target_entry_t entry;
   block.begin();
   for (std::int32_t read = 0; read < parameter_.translation_limit; ++read) {
-    if (!block.next(compressor_, entry)) break;
-    if (!entry.fits()) continue;
+    if (!block.next(compressor_, entry)) {
+      break;
+    }
+    if (!entry.fits()) {
+      continue;
+    }
     const std::span<const int> words = entry.words();
     if (!std::all_of(words.begin(), words.end(),
                      [this](int id) { return target_vocab_.has_id(id); })) {
@@ -79,7 +83,9 @@ void OptionTable::read_block(std::span<const std::int32_t> ids, int start, int e
     option.end = static_cast<std::uint8_t>(end);
     option.word_count = static_cast<std::uint8_t>(words.size());
     std::copy(words.begin(), words.end(), option.words.begin());
-    if (!compute_ne_alignment(ids, option)) continue;
+    if (!compute_ne_alignment(ids, option)) {
+      continue;
+    }
     // A table without the language model's scores gets them once that is ready.
     const bool scored = entry.score_count == target_entry_t::kMaxScores;
     const float translation = entry.scores[scored ? 2 : 0];
@@ -107,15 +113,23 @@ bool OptionTable::compute_ne_alignment(std::span<const std::int32_t> ids, Option
     std::int32_t& id = option.words[static_cast<std::size_t>(k)];
     int base = 0;
     int index = 0;
-    if (!Vocab::get_ne_info(id, base, index)) continue;
+    if (!Vocab::get_ne_info(id, base, index)) {
+      continue;
+    }
     const std::string_view tag = target_vocab_.decode(base);
     int seen = 0;
     int position = option.start;
     for (; position <= option.end; ++position) {
-      if (source_vocab_.decode(ids[static_cast<std::size_t>(position)]) != tag) continue;
-      if (seen++ == index) break;
+      if (source_vocab_.decode(ids[static_cast<std::size_t>(position)]) != tag) {
+        continue;
+      }
+      if (seen++ == index) {
+        break;
+      }
     }
-    if (position > option.end) return false;
+    if (position > option.end) {
+      return false;
+    }
     id = base;
     option.alignment |= static_cast<std::uint32_t>(position - option.start) << (4 * k);
   }
@@ -141,7 +155,9 @@ void OptionTable::create_unknown_option(std::span<const std::int32_t> ids, int p
   std::int32_t target = target_vocab_.unknown_id();
   if (source >= 0 && source < Vocab::kFirstWordId) {
     int found = 0;
-    if (target_vocab_.find(source_vocab_.decode(source), found)) target = found;
+    if (target_vocab_.find(source_vocab_.decode(source), found)) {
+      target = found;
+    }
   }
   Option option;
   option.start = static_cast<std::uint8_t>(position);
@@ -155,7 +171,9 @@ void OptionTable::create_unknown_option(std::span<const std::int32_t> ids, int p
   option.score = penalty + complete * parameter_.lang_weight;
   option.future = penalty + total * parameter_.lang_weight;
   const bool numbers = option.score == option.score && option.future == option.future;
-  if (numbers) options_.push_back(option);
+  if (numbers) {
+    options_.push_back(option);
+  }
 }
 
 // Moves a cell's options to their final place, best estimate first, equal ones in
@@ -164,9 +182,13 @@ void OptionTable::sort_trans_option(cell_t& cell) {
   order_.clear();
   for (std::uint32_t place = cell.begin; place < cell.begin + cell.count; ++place) {
     Option& option = collected_[place];
-    if (!option.scored) finish_scores(option);
+    if (!option.scored) {
+      finish_scores(option);
+    }
     const bool numbers = option.score == option.score && option.future == option.future;
-    if (numbers) order_.push_back(place);
+    if (numbers) {
+      order_.push_back(place);
+    }
   }
   std::sort(order_.begin(), order_.end(), [this](std::uint32_t a, std::uint32_t b) {
     const float first = collected_[a].future;
@@ -174,7 +196,9 @@ void OptionTable::sort_trans_option(cell_t& cell) {
     return first > second || (first == second && a < b);
   });
   cell = {static_cast<std::uint32_t>(options_.size()), static_cast<std::uint32_t>(order_.size())};
-  for (const std::uint32_t place : order_) options_.push_back(collected_[place]);
+  for (const std::uint32_t place : order_) {
+    options_.push_back(collected_[place]);
+  }
 }
 
 void OptionTable::fill_columns() {
@@ -196,7 +220,9 @@ std::size_t OptionTable::memory() const {
                       target_ids_.capacity() * sizeof(std::int32_t) +
                       order_.capacity() * sizeof(std::uint32_t) +
                       scores_.capacity() * sizeof(float);
-  for (const auto& column : reorders_) bytes += column.capacity() * sizeof(float);
+  for (const auto& column : reorders_) {
+    bytes += column.capacity() * sizeof(float);
+  }
   return bytes;
 }
 

@@ -12,25 +12,33 @@ using Lines = std::vector<std::string>;
 
 void read_flag(const Lines& lines, const char* key, bool& field) {
   std::string value;
-  if (common::find_conf(lines, key, value)) field = value == "1";
+  if (common::find_conf(lines, key, value)) {
+    field = value == "1";
+  }
 }
 
 bool read_int(const Lines& lines, const char* key, std::int32_t& field) {
   std::string value;
-  if (!common::find_conf(lines, key, value)) return false;
+  if (!common::find_conf(lines, key, value)) {
+    return false;
+  }
   field = common::parse_leading_int(value);
   return true;
 }
 
 bool read_float(const Lines& lines, const char* key, float& field) {
   std::string value;
-  if (!common::find_conf(lines, key, value)) return false;
+  if (!common::find_conf(lines, key, value)) {
+    return false;
+  }
   field = common::parse_leading_float(value);
   return true;
 }
 
 void require(bool holds, const char* message) {
-  if (!holds) throw std::runtime_error(message);
+  if (!holds) {
+    throw std::runtime_error(message);
+  }
 }
 
 }  // namespace

@@ -11,13 +11,19 @@ namespace koralite::decoder {
 
 void Quantifier::load(common::ByteReader& file) {
   std::int32_t count = 0;
-  if (!file.read_i32(count)) throw std::runtime_error("failed to read quantify size from file");
-  if (count < 0) throw std::runtime_error("illegual quantify size");
+  if (!file.read_i32(count)) {
+    throw std::runtime_error("failed to read quantify size from file");
+  }
+  if (count < 0) {
+    throw std::runtime_error("illegual quantify size");
+  }
   if (!file.fits(static_cast<std::uint64_t>(count), sizeof(float))) {
     throw std::runtime_error("failed to read quantify value from file");
   }
   std::vector<float> samples(static_cast<std::size_t>(count));
-  for (float& sample : samples) file.read_f32(sample);
+  for (float& sample : samples) {
+    file.read_f32(sample);
+  }
   samples_ = std::move(samples);
 }
 
@@ -33,7 +39,9 @@ int Quantifier::quantify(float value, float& error) const {
     // Samples out of order can make the search end anywhere.
     code = std::clamp<std::size_t>(static_cast<std::size_t>(above - samples_.begin()), 1,
                                    samples_.size() - 1);
-    if (value - samples_[code - 1] <= samples_[code] - value) --code;
+    if (value - samples_[code - 1] <= samples_[code] - value) {
+      --code;
+    }
   }
   error = std::fabs(value - samples_[code]);
   return static_cast<int>(code);

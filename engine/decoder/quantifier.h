@@ -34,7 +34,9 @@ class Quantifier {
   // Value of `code` (not negative): 0 without samples, the last sample for a
   // code beyond it.
   float unquantify(int code) const {
-    if (samples_.empty()) return 0.0F;
+    if (samples_.empty()) {
+      return 0.0F;
+    }
     const auto index = static_cast<std::size_t>(code);
     return index < samples_.size() ? samples_[index] : samples_.back();
   }

@@ -54,7 +54,9 @@ std::size_t current_score_size() {
 }  // namespace
 
 TargetData& TargetData::operator=(const TargetData& other) {
-  if (this == &other) return *this;
+  if (this == &other) {
+    return *this;
+  }
   const auto read = static_cast<std::size_t>(other.bytes_.size() - other.cursor_.size());
   own_.assign(other.bytes_.begin(), other.bytes_.end());
   bytes_ = own_;
@@ -63,7 +65,9 @@ TargetData& TargetData::operator=(const TargetData& other) {
 }
 
 TargetData& TargetData::operator=(TargetData&& other) noexcept {
-  if (this == &other) return *this;
+  if (this == &other) {
+    return *this;
+  }
   // A moved vector keeps its memory, so views into it stay valid.
   own_ = std::move(other.own_);
   bytes_ = std::exchange(other.bytes_, {});
@@ -77,7 +81,9 @@ void TargetData::load(common::ByteReader& file) {
   common::ByteReader reader = file;
   std::uint32_t length = 0;
   std::span<const unsigned char> block;
-  if (!reader.read_u32(length) || !reader.read_bytes(length, block)) damaged();
+  if (!reader.read_u32(length) || !reader.read_bytes(length, block)) {
+    damaged();
+  }
   file = reader;
   view(block);
 }
@@ -93,7 +99,9 @@ void TargetData::save(std::ostream& file) const {
   file.write(reinterpret_cast<const char*>(length.data()), 4);
   file.write(reinterpret_cast<const char*>(bytes_.data()),
              static_cast<std::streamsize>(bytes_.size()));
-  if (!file) throw std::runtime_error("can't save target data in TargetData::save()");
+  if (!file) {
+    throw std::runtime_error("can't save target data in TargetData::save()");
+  }
 }
 
 void TargetData::clear() {
@@ -103,7 +111,9 @@ void TargetData::clear() {
 }
 
 bool TargetData::next(std::vector<int>& ids, std::vector<float>& scores) {
-  if (cursor_.empty()) return false;
+  if (cursor_.empty()) {
+    return false;
+  }
   const std::size_t count = current_score_size();
   const plain_entry_t entry = take_plain(cursor_, count);
   ids.resize(entry.words);
@@ -111,26 +121,36 @@ bool TargetData::next(std::vector<int>& ids, std::vector<float>& scores) {
     ids[i] = common::load_le<std::int32_t>(entry.ids + 4 * i);
   }
   scores.resize(count);
-  for (std::size_t i = 0; i < count; ++i) scores[i] = common::load_le<float>(entry.scores + 4 * i);
+  for (std::size_t i = 0; i < count; ++i) {
+    scores[i] = common::load_le<float>(entry.scores + 4 * i);
+  }
   return true;
 }
 
 bool TargetData::next(const Compressor* compressor, std::vector<int>& ids,
                       std::vector<float>& scores) {
-  if (compressor == nullptr) return next(ids, scores);
-  if (cursor_.empty()) return false;
+  if (compressor == nullptr) {
+    return next(ids, scores);
+  }
+  if (cursor_.empty()) {
+    return false;
+  }
   compressor->uncompress(cursor_, ids, scores);
   return true;
 }
 
 bool TargetData::next(const Compressor* compressor, target_entry_t& entry) {
-  if (cursor_.empty()) return false;
+  if (cursor_.empty()) {
+    return false;
+  }
   if (compressor != nullptr) {
     compressor->uncompress(cursor_, entry);
     return true;
   }
   const std::size_t count = current_score_size();
-  if (count > target_entry_t::kMaxScores) damaged();
+  if (count > target_entry_t::kMaxScores) {
+    damaged();
+  }
   const plain_entry_t plain = take_plain(cursor_, count);
   const std::size_t kept = std::min<std::size_t>(plain.words, target_entry_t::kMaxWords);
   for (std::size_t i = 0; i < kept; ++i) {
@@ -151,8 +171,12 @@ void TargetData::insert(std::span<const int> ids, std::span<const float> scores)
   std::vector<unsigned char> entry;
   entry.reserve(4 * (1 + ids.size() + scores.size()));
   append_u32(entry, static_cast<std::uint32_t>(ids.size()));
-  for (const int id : ids) append_u32(entry, static_cast<std::uint32_t>(id));
-  for (const float score : scores) append_u32(entry, common::bits_as<std::uint32_t>(score));
+  for (const int id : ids) {
+    append_u32(entry, static_cast<std::uint32_t>(id));
+  }
+  for (const float score : scores) {
+    append_u32(entry, common::bits_as<std::uint32_t>(score));
+  }
   append(entry);
 }
 
@@ -190,7 +214,9 @@ void TargetData::append(std::span<const unsigned char> entry) {
     throw std::runtime_error("can't allocate memory in TargetData::allocate()");
   }
   try {
-    if (bytes_.data() != own_.data()) own_.assign(bytes_.begin(), bytes_.end());
+    if (bytes_.data() != own_.data()) {
+      own_.assign(bytes_.begin(), bytes_.end());
+    }
     own_.insert(own_.end(), entry.begin(), entry.end());
   } catch (const std::bad_alloc&) {
     throw std::runtime_error("can't allocate memory in TargetData::allocate()");

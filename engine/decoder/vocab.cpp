@@ -21,9 +21,13 @@ Vocab::Vocab() {
 Vocab::~Vocab() = default;
 
 bool Vocab::is_ne(std::string_view word) {
-  if (word.size() < 2 || word[0] != '<' || word[1] == '>') return false;
+  if (word.size() < 2 || word[0] != '<' || word[1] == '>') {
+    return false;
+  }
   const std::size_t close = word.find('>', 2);
-  if (close == std::string_view::npos || word.size() != close + 3) return false;
+  if (close == std::string_view::npos || word.size() != close + 3) {
+    return false;
+  }
   return word[close + 1] == '#' && word[close + 2] >= '0' && word[close + 2] <= '7';
 }
 
@@ -40,7 +44,9 @@ bool Vocab::get_ne_info(int id, int& base, int& index) {
 
 int Vocab::encode(const char* word) {
   int id = 0;
-  if (index_.find(word, id)) return id;
+  if (index_.find(word, id)) {
+    return id;
+  }
 
   const std::string_view text(word);
   if (is_ne(text)) {
@@ -76,7 +82,9 @@ int Vocab::encode(const char* word) {
 }
 
 const char* Vocab::decode(int id) const {
-  if (!has_id(id)) return "";
+  if (!has_id(id)) {
+    return "";
+  }
   return id < kFirstWordId ? entities_[static_cast<std::size_t>(id)]
                            : words_[static_cast<std::size_t>(id - kFirstWordId)];
 }

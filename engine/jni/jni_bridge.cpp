@@ -27,7 +27,9 @@ class JavaText {
   JavaText(const JavaText&) = delete;
   JavaText& operator=(const JavaText&) = delete;
   ~JavaText() {
-    if (characters_ != nullptr) env_->ReleaseStringUTFChars(string_, characters_);
+    if (characters_ != nullptr) {
+      env_->ReleaseStringUTFChars(string_, characters_);
+    }
   }
 
   bool is_null() const { return characters_ == nullptr; }
@@ -43,17 +45,19 @@ int direction_of(const std::string& name) {
   constexpr struct {
     const char* name;
     int code;
-  } directions[] = {{"CE", 0},      {"EC", 1},       {"CHS_JPA", 2},
-                    {"JPA_CHS", 3}, {"CHS_KOR", 22}, {"KOR_CHS", 23}};
-  for (const auto& direction : directions) {
-    if (name == direction.name) return direction.code;
+  } kDirections[] = {{"CE", 0},      {"EC", 1},       {"CHS_JPA", 2},
+                     {"JPA_CHS", 3}, {"CHS_KOR", 22}, {"KOR_CHS", 23}};
+  for (const auto& direction : kDirections) {
+    if (name == direction.name) {
+      return direction.code;
+    }
   }
   return -1;
 }
 
 // Codes of kora_translate, for failures before and behind it.
-constexpr jint standard_failure = 3;
-constexpr jint other_failure = 4;
+constexpr jint kStandardFailure = 3;
+constexpr jint kOtherFailure = 4;
 
 template <class Call>
 jint guarded(jint failure, jint other, Call&& call) noexcept {
@@ -85,7 +89,9 @@ JNIEXPORT jint JNICALL Java_com_orvex_translate_jni_JniInter_Initialize(JNIEnv* 
   return guarded(4, 5, [&]() -> jint {
     const JavaText name(env, direction);
     const int code = name.is_null() ? -1 : direction_of(name.utf8());
-    if (code < 0) return -1;
+    if (code < 0) {
+      return -1;
+    }
     bridge_direction = code;
     const JavaText conf(env, confFile);
     const JavaText folder(env, modelFolder);
@@ -97,18 +103,24 @@ JNIEXPORT jint JNICALL Java_com_orvex_translate_jni_JniInter_Initialize(JNIEnv* 
 }
 
 JNIEXPORT jint JNICALL Java_com_orvex_translate_jni_JniInter_CreateDecoder(JNIEnv*, jobject) {
-  if (bridge_handle != nullptr) return 1;
+  if (bridge_handle != nullptr) {
+    return 1;
+  }
   bridge_handle = kora_create_decoder(bridge_direction);
   return bridge_handle != nullptr ? 0 : 2;
 }
 
 JNIEXPORT jint JNICALL Java_com_orvex_translate_jni_JniInter_Translate(JNIEnv* env, jobject,
                                                                        jstring text) {
-  if (bridge_handle == nullptr) return -1;
+  if (bridge_handle == nullptr) {
+    return -1;
+  }
   bridge_result.clear();
-  return guarded(standard_failure, other_failure, [&]() -> jint {
+  return guarded(kStandardFailure, kOtherFailure, [&]() -> jint {
     const JavaText characters(env, text);
-    if (characters.is_null()) return standard_failure;
+    if (characters.is_null()) {
+      return kStandardFailure;
+    }
     return kora_translate(bridge_handle, characters.utf8(), bridge_result);
   });
 }

@@ -7,7 +7,7 @@ namespace koralite::jni {
 
 namespace {
 
-constexpr std::uint32_t replacement = 0xFFFD;
+constexpr std::uint32_t kReplacement = 0xFFFD;
 
 unsigned byte_at(std::string_view text, std::size_t i) {
   return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
@@ -40,7 +40,9 @@ void put(std::string& out, std::uint32_t c) {
 // longest beginning of one.
 std::uint32_t next_character(std::string_view text, std::size_t& i) {
   const unsigned lead = byte_at(text, i++);
-  if (lead < 0x80U) return lead;
+  if (lead < 0x80U) {
+    return lead;
+  }
   int tails = 0;
   unsigned low = 0x80U;  // what the first byte behind the lead may be
   unsigned high = 0xBFU;
@@ -48,19 +50,29 @@ std::uint32_t next_character(std::string_view text, std::size_t& i) {
     tails = 1;
   } else if (lead >= 0xE0U && lead <= 0xEFU) {
     tails = 2;
-    if (lead == 0xE0U) low = 0xA0U;   // overlong
-    if (lead == 0xEDU) high = 0x9FU;  // surrogates
+    if (lead == 0xE0U) {
+      low = 0xA0U;  // overlong
+    }
+    if (lead == 0xEDU) {
+      high = 0x9FU;  // surrogates
+    }
   } else if (lead >= 0xF0U && lead <= 0xF4U) {
     tails = 3;
-    if (lead == 0xF0U) low = 0x90U;
-    if (lead == 0xF4U) high = 0x8FU;  // above U+10FFFF
+    if (lead == 0xF0U) {
+      low = 0x90U;
+    }
+    if (lead == 0xF4U) {
+      high = 0x8FU;  // above U+10FFFF
+    }
   } else {
-    return replacement;
+    return kReplacement;
   }
   std::uint32_t c = lead & (0x3FU >> tails);
   for (; tails > 0; --tails, ++i) {
     const unsigned byte = byte_at(text, i);
-    if (byte < low || byte > high) return replacement;
+    if (byte < low || byte > high) {
+      return kReplacement;
+    }
     c = c << 6U | (byte & 0x3FU);
     low = 0x80U;
     high = 0xBFU;
@@ -105,10 +117,10 @@ std::string from_modified_utf8(std::string_view text) {
         c = 0x10000U + ((c - 0xD800U) << 10U) + (low - 0xDC00U);
         i = after;
       } else {
-        c = replacement;
+        c = kReplacement;
       }
     } else if (is_low(c)) {
-      c = replacement;
+      c = kReplacement;
     }
     put(out, c);
   }

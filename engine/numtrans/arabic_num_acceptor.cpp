@@ -8,8 +8,8 @@
 namespace koralite::numtrans {
 namespace {
 
-constexpr int DIGIT = 0;
-constexpr int POINT = 1;
+constexpr int kDigit = 0;
+constexpr int kPoint = 1;
 
 // Whether the two bytes are the ending of an ordinal; any ending fits any number.
 bool is_suffix(char first, char second) {
@@ -21,10 +21,10 @@ bool is_suffix(char first, char second) {
 
 bool ArabicNumAcceptor::read_token(const char*& cursor, int& type, int& value) const {
   if (*cursor == '.') {
-    type = POINT;
+    type = kPoint;
     value = 0;
   } else if (is_ascii_digit(*cursor)) {
-    type = DIGIT;
+    type = kDigit;
     value = *cursor - '0';
   } else {
     return false;
@@ -38,20 +38,26 @@ bool ArabicNumAcceptor::accept(const char*& cursor, const char* category, Number
   int type = 0;
   int value = 0;
   switch (parse_category(category)) {
-    case Category::arabic_digit:
-      if (!read_token(cursor, type, value) || type != DIGIT) return false;
+    case Category::kArabicDigit:
+      if (!read_token(cursor, type, value) || type != kDigit) {
+        return false;
+      }
       result.numerator = value;
       result.length = 1;
       return true;
-    case Category::arabic_digits:
-    case Category::arabic_integer:
+    case Category::kArabicDigits:
+    case Category::kArabicInteger:
       return accept_digits(cursor, result);
-    case Category::arabic_ordinal:
-      if (!accept_digits(cursor, result)) return false;
-      if (!is_suffix(cursor[0], cursor[0] == '\0' ? '\0' : cursor[1])) return false;
+    case Category::kArabicOrdinal:
+      if (!accept_digits(cursor, result)) {
+        return false;
+      }
+      if (!is_suffix(cursor[0], cursor[0] == '\0' ? '\0' : cursor[1])) {
+        return false;
+      }
       cursor += 2;
       return true;
-    case Category::arabic_float:
+    case Category::kArabicFloat:
       return accept_float(cursor, result);
     default:
       return false;
@@ -63,12 +69,16 @@ bool ArabicNumAcceptor::accept_digits(const char*& cursor, Number& result) const
   int value = 0;
   while (true) {
     const char* const before = cursor;
-    if (!read_token(cursor, type, value)) break;
-    if (type != DIGIT) {
+    if (!read_token(cursor, type, value)) {
+      break;
+    }
+    if (type != kDigit) {
       cursor = before;
       break;
     }
-    if (result.length == Number::MAX_SIZE) break;  // taken, but dropped
+    if (result.length == Number::MAX_SIZE) {
+      break;  // taken, but dropped
+    }
     result.numerator = result.numerator * 10 + value;
     ++result.length;
   }
@@ -81,9 +91,13 @@ bool ArabicNumAcceptor::accept_float(const char*& cursor, Number& result) const 
   bool fraction = false;
   while (true) {
     const char* const before = cursor;
-    if (!read_token(cursor, type, value)) break;
-    if (type == POINT) {
-      if (result.length == 0) return false;
+    if (!read_token(cursor, type, value)) {
+      break;
+    }
+    if (type == kPoint) {
+      if (result.length == 0) {
+        return false;
+      }
       if (fraction) {
         cursor = before;
         break;
@@ -91,9 +105,13 @@ bool ArabicNumAcceptor::accept_float(const char*& cursor, Number& result) const 
       fraction = true;
       continue;
     }
-    if (result.length == Number::MAX_SIZE) break;  // taken, but dropped
+    if (result.length == Number::MAX_SIZE) {
+      break;  // taken, but dropped
+    }
     result.numerator = result.numerator * 10 + value;
-    if (fraction) result.denominator *= 10;
+    if (fraction) {
+      result.denominator *= 10;
+    }
     ++result.length;
   }
   return fraction;
@@ -108,7 +126,9 @@ bool ArabicNumAcceptor::is_acceptable(const char* word) {
 }
 
 bool ArabicNumAcceptor::is_acceptable(const char* begin, const char* end) {
-  while (begin != end && is_acceptable(*begin)) ++begin;
+  while (begin != end && is_acceptable(*begin)) {
+    ++begin;
+  }
   return begin == end || (end - begin == 2 && is_suffix(begin[0], begin[1]));
 }
 

@@ -6,7 +6,9 @@ namespace koralite::numtrans {
 namespace {
 
 const char* ordinal_suffix(std::int64_t value) {
-  if (value / 10 % 10 == 1) return "th";
+  if (value / 10 % 10 == 1) {
+    return "th";
+  }
   switch (value % 10) {
     case 1:
       return "st";
@@ -24,21 +26,29 @@ const char* ordinal_suffix(std::int64_t value) {
 bool ArabicNumGenerator::generate(const Number& number, const char* category,
                                   std::string& out) const {
   switch (parse_category(category)) {
-    case Category::arabic_digits:
-      if (!is_plain_integer(number)) return false;
+    case Category::kArabicDigits:
+      if (!is_plain_integer(number)) {
+        return false;
+      }
       out += low_digits(static_cast<std::uint64_t>(number.numerator), digit_string_width(number));
       return true;
-    case Category::arabic_integer:
-      if (!is_plain_integer(number)) return false;
+    case Category::kArabicInteger:
+      if (!is_plain_integer(number)) {
+        return false;
+      }
       out += std::to_string(number.numerator);
       return true;
-    case Category::arabic_ordinal:
-      if (!is_plain_integer(number)) return false;
+    case Category::kArabicOrdinal:
+      if (!is_plain_integer(number)) {
+        return false;
+      }
       out += std::to_string(number.numerator);
       out += ordinal_suffix(number.numerator);
       return true;
-    case Category::arabic_float: {
-      if (number.numerator < 0 || number.denominator <= 0) return false;
+    case Category::kArabicFloat: {
+      if (number.numerator < 0 || number.denominator <= 0) {
+        return false;
+      }
       Number integer;
       Number fraction;
       const bool has_fraction = split_fraction(number, integer, fraction);

@@ -9,34 +9,38 @@ struct Name {
   Category category;
 };
 
-constexpr Name NAMES[] = {
-    {"(ad)", "(arabic-digit)", Category::arabic_digit},
-    {"(ads)", "(arabic-digits)", Category::arabic_digits},
-    {"(ai)", "(arabic-integer)", Category::arabic_integer},
-    {"(ao)", "(arabic-ordinal)", Category::arabic_ordinal},
-    {"(af)", "(arabic-float)", Category::arabic_float},
-    {"(cd)", "(chinese-digit)", Category::chinese_digit},
-    {"(cb)", "(chinese-base)", Category::chinese_base},
-    {"(cds)", "(chinese-digits)", Category::chinese_digits},
-    {"(ci)", "(chinese-integer)", Category::chinese_integer},
-    {"(cf)", "(chinese-float)", Category::chinese_float},
-    {"(ed)", "(english-digit)", Category::english_digit},
-    {"(eb)", "(english-base)", Category::english_base},
-    {"(eds)", "(english-digits)", Category::english_digits},
-    {"(ei)", "(english-integer)", Category::english_integer},
-    {"(eo)", "(english-ordinal)", Category::english_ordinal},
-    {"(ef)", "(english-float)", Category::english_float},
+constexpr Name kNames[] = {
+    {"(ad)", "(arabic-digit)", Category::kArabicDigit},
+    {"(ads)", "(arabic-digits)", Category::kArabicDigits},
+    {"(ai)", "(arabic-integer)", Category::kArabicInteger},
+    {"(ao)", "(arabic-ordinal)", Category::kArabicOrdinal},
+    {"(af)", "(arabic-float)", Category::kArabicFloat},
+    {"(cd)", "(chinese-digit)", Category::kChineseDigit},
+    {"(cb)", "(chinese-base)", Category::kChineseBase},
+    {"(cds)", "(chinese-digits)", Category::kChineseDigits},
+    {"(ci)", "(chinese-integer)", Category::kChineseInteger},
+    {"(cf)", "(chinese-float)", Category::kChineseFloat},
+    {"(ed)", "(english-digit)", Category::kEnglishDigit},
+    {"(eb)", "(english-base)", Category::kEnglishBase},
+    {"(eds)", "(english-digits)", Category::kEnglishDigits},
+    {"(ei)", "(english-integer)", Category::kEnglishInteger},
+    {"(eo)", "(english-ordinal)", Category::kEnglishOrdinal},
+    {"(ef)", "(english-float)", Category::kEnglishFloat},
 };
 
 }  // namespace
 
 Category parse_category(std::string_view name) {
-  if (name.size() < 4 || name[0] != '(') return Category::none;
-  const bool brief = name.size() <= 5;
-  for (const Name& known : NAMES) {
-    if ((brief ? known.brief : known.full) == name) return known.category;
+  if (name.size() < 4 || name[0] != '(') {
+    return Category::kNone;
   }
-  return Category::none;
+  const bool brief = name.size() <= 5;
+  for (const Name& known : kNames) {
+    if ((brief ? known.brief : known.full) == name) {
+      return known.category;
+    }
+  }
+  return Category::kNone;
 }
 
 }  // namespace koralite::numtrans

@@ -5,13 +5,13 @@
 namespace koralite::numtrans {
 namespace {
 
-constexpr int DIGIT = 0;
-constexpr int BASE = 1;
-constexpr int POINT = 2;
+constexpr int kDigitToken = 0;
+constexpr int kBaseToken = 1;
+constexpr int kPoint = 2;
 
-constexpr int SHI = 0;   // index of 十
-constexpr int WAN = 3;   // index of 万, the first of the large bases
-constexpr int ZHAO = 5;  // index of 兆, the largest base
+constexpr int kShi = 0;   // index of 十
+constexpr int kWan = 3;   // index of 万, the first of the large bases
+constexpr int kZhao = 5;  // index of 兆, the largest base
 
 // total += section x factor, or false when that leaves 64 bits.
 bool add_product(std::int64_t& total, std::int64_t section, std::int64_t factor) {
@@ -30,117 +30,149 @@ bool raise(std::int64_t& total, std::int64_t section, std::int64_t factor) {
 // last large base (below 10000 in a well-formed numeral).
 class NumeralReader {
  public:
-  enum class Step { taken, finished, failed };
+  enum class Step { kTaken, kFinished, kFailed };
 
   Step start(int type, int value) {
-    if (type == DIGIT) {
+    if (type == kDigitToken) {
       digit_ = value;
       length_ = 1;
-      state_ = State::digit;
-      return Step::taken;
+      state_ = State::kDigit;
+      return Step::kTaken;
     }
-    if (type == BASE && value == SHI) {  // 十五 is 15
+    if (type == kBaseToken && value == kShi) {  // 十五 is 15
       length_ = 2;
       return ten();
     }
-    return Step::failed;
+    return Step::kFailed;
   }
 
   Step next(int type, int value) {
     switch (state_) {
-      case State::start:
+      case State::kStart:
         return start(type, value);
-      case State::digit:
-        return type == BASE ? base_after_digit(value) : Step::finished;
-      case State::base:
-        if (type == DIGIT) return digit(value);
-        if (type == BASE && value == SHI) return ten();
-        if (type == BASE && value >= WAN && value > last_base_) return base_after_base(value);
-        return Step::finished;
-      case State::large_base:
-        if (type == DIGIT) return digit(value);
-        if (type == BASE && value == SHI) return ten();
-        return Step::finished;
-      case State::zero:
-        if (type == DIGIT && value != 0) return digit(value);
-        if (type == BASE && value == SHI) return ten();
-        return Step::finished;
+      case State::kDigit:
+        return type == kBaseToken ? base_after_digit(value) : Step::kFinished;
+      case State::kBase:
+        if (type == kDigitToken) {
+          return digit(value);
+        }
+        if (type == kBaseToken && value == kShi) {
+          return ten();
+        }
+        if (type == kBaseToken && value >= kWan && value > last_base_) {
+          return base_after_base(value);
+        }
+        return Step::kFinished;
+      case State::kLargeBase:
+        if (type == kDigitToken) {
+          return digit(value);
+        }
+        if (type == kBaseToken && value == kShi) {
+          return ten();
+        }
+        return Step::kFinished;
+      case State::kZero:
+        if (type == kDigitToken && value != 0) {
+          return digit(value);
+        }
+        if (type == kBaseToken && value == kShi) {
+          return ten();
+        }
+        return Step::kFinished;
     }
-    return Step::failed;
+    return Step::kFailed;
   }
 
   // The value of what was taken; false when there is none that fits.
   bool finish(Number& result) {
-    if (state_ == State::start) return false;
-    if (__builtin_add_overflow(section_, digit_, &section_)) return false;
-    if (__builtin_add_overflow(total_, section_, &total_)) return false;
+    if (state_ == State::kStart) {
+      return false;
+    }
+    if (__builtin_add_overflow(section_, digit_, &section_)) {
+      return false;
+    }
+    if (__builtin_add_overflow(total_, section_, &total_)) {
+      return false;
+    }
     result.numerator = total_;
     result.length = length_;
     return length_ <= Number::MAX_SIZE;
   }
 
  private:
-  enum class State { start, digit, base, large_base, zero };
+  enum class State { kStart, kDigit, kBase, kLargeBase, kZero };
 
   Step digit(int value) {
     digit_ = value;
-    state_ = value == 0 ? State::zero : State::digit;
-    return Step::taken;
+    state_ = value == 0 ? State::kZero : State::kDigit;
+    return Step::kTaken;
   }
 
   Step ten() {
-    if (!add_product(section_, 1, 10)) return Step::failed;
-    last_base_ = SHI;
+    if (!add_product(section_, 1, 10)) {
+      return Step::kFailed;
+    }
+    last_base_ = kShi;
     digit_ = 0;
-    state_ = State::base;
-    return Step::taken;
+    state_ = State::kBase;
+    return Step::kTaken;
   }
 
   Step base_after_digit(int base) {
     const auto index = static_cast<std::size_t>(base);
     const std::int64_t value = CHS_BASE_NUMBERS[index];
-    if (base < WAN) {
-      if (last_base_ <= base) return Step::failed;  // 一百二百
-      if (!add_product(section_, digit_, value)) return Step::failed;
+    if (base < kWan) {
+      if (last_base_ <= base) {
+        return Step::kFailed;  // 一百二百
+      }
+      if (!add_product(section_, digit_, value)) {
+        return Step::kFailed;
+      }
     } else {
       std::int64_t product = 0;
       if (!add_product(section_, digit_, 1) || __builtin_mul_overflow(section_, value, &product)) {
-        return Step::failed;
+        return Step::kFailed;
       }
       if (total_ < product ? !raise(total_, section_, value)
                            : !add_product(total_, section_, value)) {
-        return Step::failed;
+        return Step::kFailed;
       }
       section_ = 0;
     }
     last_base_ = base;
     digit_ = 0;
-    if (length_ < CHS_BASE_DIGITS[index]) length_ += CHS_BASE_DIGITS[index] - 1;
-    state_ = State::base;
-    return Step::taken;
+    if (length_ < CHS_BASE_DIGITS[index]) {
+      length_ += CHS_BASE_DIGITS[index] - 1;
+    }
+    state_ = State::kBase;
+    return Step::kTaken;
   }
 
   Step base_after_base(int base) {
     const auto index = static_cast<std::size_t>(base);
     const std::int64_t value = CHS_BASE_NUMBERS[index];
     if (value <= total_) {
-      if (!add_product(total_, section_, value)) return Step::failed;
+      if (!add_product(total_, section_, value)) {
+        return Step::kFailed;
+      }
     } else {
-      if (!raise(total_, section_, value)) return Step::failed;
+      if (!raise(total_, section_, value)) {
+        return Step::kFailed;
+      }
       length_ += CHS_BASE_DIGITS[index] - 1;
     }
     last_base_ = base;
     section_ = 0;
     digit_ = 0;
-    state_ = State::large_base;
-    return Step::taken;
+    state_ = State::kLargeBase;
+    return Step::kTaken;
   }
 
-  State state_ = State::start;
+  State state_ = State::kStart;
   std::int64_t total_ = 0;
   std::int64_t section_ = 0;
   std::int64_t digit_ = 0;
-  int last_base_ = ZHAO;
+  int last_base_ = kZhao;
   int length_ = 0;
 };
 
@@ -148,13 +180,13 @@ class NumeralReader {
 
 ChsNumAcceptor::ChsNumAcceptor() {
   for (std::size_t i = 0; i < CHS_DIGITS.size(); ++i) {
-    tokens_.insert(CHS_DIGITS[i], {DIGIT, static_cast<std::int32_t>(i)});
+    tokens_.insert(CHS_DIGITS[i], {kDigitToken, static_cast<std::int32_t>(i)});
   }
-  tokens_.insert(CHS_LIANG, {DIGIT, 2});
+  tokens_.insert(CHS_LIANG, {kDigitToken, 2});
   for (std::size_t i = 0; i < CHS_BASES.size(); ++i) {
-    tokens_.insert(CHS_BASES[i], {BASE, static_cast<std::int32_t>(i)});
+    tokens_.insert(CHS_BASES[i], {kBaseToken, static_cast<std::int32_t>(i)});
   }
-  tokens_.insert(CHS_DIAN, {POINT, 0});
+  tokens_.insert(CHS_DIAN, {kPoint, 0});
 }
 
 void ChsNumAcceptor::get_keywords(std::vector<const char*>& words) const {
@@ -164,10 +196,16 @@ void ChsNumAcceptor::get_keywords(std::vector<const char*>& words) const {
 }
 
 bool ChsNumAcceptor::read_token(const char*& cursor, int& type, int& value) const {
-  if ((static_cast<unsigned char>(cursor[0]) & 0xF0U) != 0xE0U) return false;
-  if (cursor[1] == '\0' || cursor[2] == '\0') return false;
+  if ((static_cast<unsigned char>(cursor[0]) & 0xF0U) != 0xE0U) {
+    return false;
+  }
+  if (cursor[1] == '\0' || cursor[2] == '\0') {
+    return false;
+  }
   node_t token{};
-  if (!tokens_.find(cursor, KEYWORD_LEN, token)) return false;
+  if (!tokens_.find(cursor, KEYWORD_LEN, token)) {
+    return false;
+  }
   type = token.type;
   value = token.value;
   cursor += KEYWORD_LEN;
@@ -179,21 +217,25 @@ bool ChsNumAcceptor::accept(const char*& cursor, const char* category, Number& r
   int type = 0;
   int value = 0;
   switch (parse_category(category)) {
-    case Category::chinese_digit:
-      if (!read_token(cursor, type, value) || type != DIGIT) return false;
+    case Category::kChineseDigit:
+      if (!read_token(cursor, type, value) || type != kDigitToken) {
+        return false;
+      }
       result.numerator = value;
       result.length = 1;
       return true;
-    case Category::chinese_base:
-      if (!read_token(cursor, type, value) || type != BASE) return false;
+    case Category::kChineseBase:
+      if (!read_token(cursor, type, value) || type != kBaseToken) {
+        return false;
+      }
       result.numerator = CHS_BASE_VALUES[static_cast<std::size_t>(value)];
       result.length = CHS_BASE_SIZES[static_cast<std::size_t>(value)];
       return true;
-    case Category::chinese_digits:
+    case Category::kChineseDigits:
       return accept_digits(cursor, result);
-    case Category::chinese_integer:
+    case Category::kChineseInteger:
       return accept_integer(cursor, result);
-    case Category::chinese_float:
+    case Category::kChineseFloat:
       return accept_float(cursor, result);
     default:
       return false;
@@ -205,12 +247,16 @@ bool ChsNumAcceptor::accept_digits(const char*& cursor, Number& result) const {
   int value = 0;
   while (true) {
     const char* const before = cursor;
-    if (!read_token(cursor, type, value)) break;
-    if (type != DIGIT) {
+    if (!read_token(cursor, type, value)) {
+      break;
+    }
+    if (type != kDigitToken) {
       cursor = before;
       break;
     }
-    if (result.length == Number::MAX_SIZE) break;  // taken, but dropped
+    if (result.length == Number::MAX_SIZE) {
+      break;  // taken, but dropped
+    }
     result.numerator = result.numerator * 10 + value;
     ++result.length;
   }
@@ -223,10 +269,14 @@ bool ChsNumAcceptor::accept_integer(const char*& cursor, Number& result) const {
   int value = 0;
   while (true) {
     const char* const before = cursor;
-    if (!read_token(cursor, type, value)) break;
+    if (!read_token(cursor, type, value)) {
+      break;
+    }
     const NumeralReader::Step step = reader.next(type, value);
-    if (step == NumeralReader::Step::failed) return false;
-    if (step == NumeralReader::Step::finished) {
+    if (step == NumeralReader::Step::kFailed) {
+      return false;
+    }
+    if (step == NumeralReader::Step::kFinished) {
       cursor = before;
       break;
     }
@@ -238,8 +288,12 @@ bool ChsNumAcceptor::accept_float(const char*& cursor, Number& result) const {
   Number fraction;
   int type = 0;
   int value = 0;
-  if (!accept_integer(cursor, result)) return false;
-  if (!read_token(cursor, type, value) || type != POINT) return false;
+  if (!accept_integer(cursor, result)) {
+    return false;
+  }
+  if (!read_token(cursor, type, value) || type != kPoint) {
+    return false;
+  }
   return accept_digits(cursor, fraction) && join_fraction(result, fraction);
 }
 

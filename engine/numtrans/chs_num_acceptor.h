@@ -21,8 +21,8 @@ namespace koralite::numtrans {
 class ChsNumAcceptor : public NumAcceptor {
  public:
   static constexpr std::size_t KEYWORD_LEN = CHS_TOKEN_BYTES;
-  static constexpr const auto& CHS_DIGITS = CHS_DIGIT_WORDS;
-  static constexpr const auto& CHS_BASES = CHS_BASE_WORDS;
+  static constexpr const auto& CHS_DIGITS = kChsDigitWords;
+  static constexpr const auto& CHS_BASES = kChsBaseWords;
   static constexpr const auto& CHS_BASE_VALUES = CHS_BASE_NUMBERS;
   static constexpr const auto& CHS_BASE_SIZES = CHS_BASE_DIGITS;
   static constexpr const char* CHS_LIANG = "两";

@@ -7,23 +7,29 @@
 namespace koralite::numtrans {
 namespace {
 
-constexpr std::size_t WAN = 3;  // index of 万, the first of the large bases
+constexpr std::size_t kWan = 3;  // index of 万, the first of the large bases
 
 // Writes a value from 1 on into the text of one numeral. All levels share it:
 // only at its very beginning is ten written without a digit.
 void write_numeral(std::int64_t value, std::string& text) {
-  while (value >= ChsNumGenerator::CHS_BASE_VALUES[WAN]) {
+  while (value >= ChsNumGenerator::CHS_BASE_VALUES[kWan]) {
     std::size_t unit = ChsNumGenerator::CHS_BASES.size() - 1;
-    while (value < ChsNumGenerator::CHS_BASE_VALUES[unit]) --unit;
+    while (value < ChsNumGenerator::CHS_BASE_VALUES[unit]) {
+      --unit;
+    }
     const std::int64_t base = ChsNumGenerator::CHS_BASE_VALUES[unit];
     write_numeral(value / base, text);
     text += ChsNumGenerator::CHS_BASES[unit];
     value %= base;
-    if (value == 0) return;
-    if (value * 10 < base) text += ChsNumGenerator::CHS_ZERO;
+    if (value == 0) {
+      return;
+    }
+    if (value * 10 < base) {
+      text += ChsNumGenerator::CHS_ZERO;
+    }
   }
   bool after_base = false;  // a gap below what was written takes one 零
-  for (std::size_t unit = WAN; unit-- > 0;) {
+  for (std::size_t unit = kWan; unit-- > 0;) {
     const std::int64_t base = ChsNumGenerator::CHS_BASE_VALUES[unit];
     const auto digit = static_cast<std::size_t>(value / base);
     value %= base;
@@ -34,11 +40,15 @@ void write_numeral(std::int64_t value, std::string& text) {
       }
       continue;
     }
-    if (digit > 1 || unit > 0 || !text.empty()) text += ChsNumGenerator::CHS_DIGITS[digit];
+    if (digit > 1 || unit > 0 || !text.empty()) {
+      text += ChsNumGenerator::CHS_DIGITS[digit];
+    }
     text += ChsNumGenerator::CHS_BASES[unit];
     after_base = true;
   }
-  if (value != 0) text += ChsNumGenerator::CHS_DIGITS[static_cast<std::size_t>(value)];
+  if (value != 0) {
+    text += ChsNumGenerator::CHS_DIGITS[static_cast<std::size_t>(value)];
+  }
 }
 
 }  // namespace
@@ -63,15 +73,19 @@ void ChsNumGenerator::write_integer(std::int64_t value, std::string& out) {
 
 bool ChsNumGenerator::generate(const Number& number, const char* category, std::string& out) const {
   switch (parse_category(category)) {
-    case Category::chinese_digits:
+    case Category::kChineseDigits:
       write_digits(number, out);
       return true;
-    case Category::chinese_integer:
-      if (!is_plain_integer(number)) return false;
+    case Category::kChineseInteger:
+      if (!is_plain_integer(number)) {
+        return false;
+      }
       write_integer(number.numerator, out);
       return true;
-    case Category::chinese_float: {
-      if (number.numerator < 0 || number.denominator <= 0) return false;
+    case Category::kChineseFloat: {
+      if (number.numerator < 0 || number.denominator <= 0) {
+        return false;
+      }
       Number integer;
       Number fraction;
       const bool has_fraction = split_fraction(number, integer, fraction);

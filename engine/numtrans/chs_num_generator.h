@@ -8,8 +8,8 @@ namespace koralite::numtrans {
 
 class ChsNumGenerator : public NumGenerator {
  public:
-  static constexpr const auto& CHS_DIGITS = CHS_DIGIT_WORDS;
-  static constexpr const auto& CHS_BASES = CHS_BASE_WORDS;
+  static constexpr const auto& CHS_DIGITS = kChsDigitWords;
+  static constexpr const auto& CHS_BASES = kChsBaseWords;
   static constexpr const auto& CHS_BASE_VALUES = CHS_BASE_NUMBERS;
   static constexpr const char* CHS_ZERO = "零";
   static constexpr const char* CHS_POINT = "点";

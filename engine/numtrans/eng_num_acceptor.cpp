@@ -8,17 +8,17 @@
 namespace koralite::numtrans {
 namespace {
 
-constexpr int DIGIT = 0;
-constexpr int BASE = 1;
-constexpr int POINT = 2;
-constexpr int ORDINAL = 3;
-constexpr int ORDINAL_BASE = 4;
-constexpr int AND = 5;
-constexpr int DOUBLE = 6;
-constexpr int HUNDRED = 7;
-constexpr int HUNDREDTH = 8;
+constexpr int kDigit = 0;
+constexpr int kBase = 1;
+constexpr int kPoint = 2;
+constexpr int kOrdinal = 3;
+constexpr int kOrdinalBase = 4;
+constexpr int kAnd = 5;
+constexpr int kDouble = 6;
+constexpr int kHundred = 7;
+constexpr int kHundredth = 8;
 
-constexpr std::int64_t ORDINAL_HUNDRED = 100;
+constexpr std::int64_t kOrdinalHundred = 100;
 
 int digits_of(std::int64_t value) {
   return value < 10 ? 1 : 2;
@@ -28,19 +28,19 @@ int digits_of(std::int64_t value) {
 
 EngNumAcceptor::EngNumAcceptor() {
   for (std::size_t i = 0; i < ENG_DIGITS.size(); ++i) {
-    tokens_.insert(ENG_DIGITS[i], {DIGIT, static_cast<std::int32_t>(i)});
-    tokens_.insert(ENG_ORDINAL_DIGITS[i], {ORDINAL, static_cast<std::int32_t>(i)});
+    tokens_.insert(ENG_DIGITS[i], {kDigit, static_cast<std::int32_t>(i)});
+    tokens_.insert(ENG_ORDINAL_DIGITS[i], {kOrdinal, static_cast<std::int32_t>(i)});
   }
   for (std::size_t i = 0; i < ENG_BASES.size(); ++i) {
-    tokens_.insert(ENG_BASES[i], {BASE, static_cast<std::int32_t>(i)});
-    tokens_.insert(ENG_ORDINAL_BASES[i], {ORDINAL_BASE, static_cast<std::int32_t>(i)});
+    tokens_.insert(ENG_BASES[i], {kBase, static_cast<std::int32_t>(i)});
+    tokens_.insert(ENG_ORDINAL_BASES[i], {kOrdinalBase, static_cast<std::int32_t>(i)});
   }
-  tokens_.insert(ENG_A, {DIGIT, 1});
-  tokens_.insert(ENG_POINT, {POINT, 0});
-  tokens_.insert(ENG_AND, {AND, 0});
-  tokens_.insert(ENG_DOUBLE, {DOUBLE, 0});
-  tokens_.insert(ENG_HUNDRED, {HUNDRED, 0});
-  tokens_.insert(ENG_HUNDREDTH, {HUNDREDTH, 0});
+  tokens_.insert(ENG_A, {kDigit, 1});
+  tokens_.insert(ENG_POINT, {kPoint, 0});
+  tokens_.insert(ENG_AND, {kAnd, 0});
+  tokens_.insert(ENG_DOUBLE, {kDouble, 0});
+  tokens_.insert(ENG_HUNDRED, {kHundred, 0});
+  tokens_.insert(ENG_HUNDREDTH, {kHundredth, 0});
 }
 
 void EngNumAcceptor::get_keywords(std::vector<const char*>& words) const {
@@ -55,7 +55,9 @@ bool EngNumAcceptor::read_token(const char*& cursor, int& type, int& value) cons
   const char* const word = cursor + std::strspn(cursor, " ");
   const std::size_t length = std::strcspn(word, " ");
   node_t token{};
-  if (length == 0 || !tokens_.find(word, length, token)) return false;
+  if (length == 0 || !tokens_.find(word, length, token)) {
+    return false;
+  }
   type = token.type;
   value = token.value;
   cursor = word + length;
@@ -67,23 +69,27 @@ bool EngNumAcceptor::accept(const char*& cursor, const char* category, Number& r
   int type = 0;
   int value = 0;
   switch (parse_category(category)) {
-    case Category::english_digit:
-      if (!read_token(cursor, type, value) || type != DIGIT) return false;
+    case Category::kEnglishDigit:
+      if (!read_token(cursor, type, value) || type != kDigit) {
+        return false;
+      }
       result.numerator = value;
       result.length = digits_of(value);
       return true;
-    case Category::english_base:
-      if (!read_token(cursor, type, value) || type != BASE) return false;
+    case Category::kEnglishBase:
+      if (!read_token(cursor, type, value) || type != kBase) {
+        return false;
+      }
       result.numerator = ENG_BASE_VALUES[static_cast<std::size_t>(value)];
       result.length = ENG_BASE_SIZES[static_cast<std::size_t>(value)];
       return true;
-    case Category::english_digits:
+    case Category::kEnglishDigits:
       return accept_digits(cursor, result);
-    case Category::english_integer:
+    case Category::kEnglishInteger:
       return accept_integer(cursor, result);
-    case Category::english_ordinal:
+    case Category::kEnglishOrdinal:
       return accept_ordinal(cursor, result);
-    case Category::english_float:
+    case Category::kEnglishFloat:
       return accept_float(cursor, result);
     default:
       return false;
@@ -97,14 +103,18 @@ bool EngNumAcceptor::accept_digits(const char*& cursor, Number& result) const {
   int value = 0;
   while (true) {
     const char* const before = cursor;
-    if (!read_token(cursor, type, value)) break;
+    if (!read_token(cursor, type, value)) {
+      break;
+    }
     int times = 1;
-    if (type == DOUBLE) {
+    if (type == kDouble) {
       times = 2;
-      if (!read_token(cursor, type, value)) type = DOUBLE;
+      if (!read_token(cursor, type, value)) {
+        type = kDouble;
+      }
     }
     const int width = digits_of(value);
-    if (type != DIGIT || result.length + times * width > Number::MAX_SIZE) {
+    if (type != kDigit || result.length + times * width > Number::MAX_SIZE) {
       cursor = before;
       break;
     }
@@ -117,8 +127,8 @@ bool EngNumAcceptor::accept_digits(const char*& cursor, Number& result) const {
 }
 
 bool EngNumAcceptor::accept_integer(const char*& cursor, Number& result) const {
-  enum class State { start, digit, hundred, hundred_and, hundred_digit };
-  State state = State::start;
+  enum class State { kStart, kDigit, kHundred, kHundredAnd, kHundredDigit };
+  State state = State::kStart;
   std::int64_t group = 0;     // below 1000
   int group_length = 0;       // its digits
   const char* end = nullptr;  // where the number ends when "and" leads nowhere
@@ -127,25 +137,35 @@ bool EngNumAcceptor::accept_integer(const char*& cursor, Number& result) const {
 
   const auto finish = [&](const char* at) {
     cursor = at;
-    if (__builtin_add_overflow(result.numerator, group, &result.numerator)) return false;
-    if (group_length >= result.length) result.length = group_length;
+    if (__builtin_add_overflow(result.numerator, group, &result.numerator)) {
+      return false;
+    }
+    if (group_length >= result.length) {
+      result.length = group_length;
+    }
     return result.length > 0;
   };
 
   while (true) {
     const char* const before = cursor;
     if (!read_token(cursor, type, value)) {
-      if (group_length == 0) return false;
-      const char* const at = state == State::hundred_and ? end : before;
-      if (result.numerator == 0) result.length = 0;  // then the last group decides
+      if (group_length == 0) {
+        return false;
+      }
+      const char* const at = state == State::kHundredAnd ? end : before;
+      if (result.numerator == 0) {
+        result.length = 0;  // then the last group decides
+      }
       return finish(at);
     }
-    if (type == BASE && state != State::start && state != State::hundred_and) {
+    if (type == kBase && state != State::kStart && state != State::kHundredAnd) {
       const auto index = static_cast<std::size_t>(value);
       const std::int64_t base = ENG_BASE_VALUES[index];
       if (result.numerator != 0) {
         // "two thousand three million" is two numbers.
-        if (result.numerator <= base) return finish(before);
+        if (result.numerator <= base) {
+          return finish(before);
+        }
         std::int64_t product = 0;
         if (__builtin_mul_overflow(group, base, &product) ||
             __builtin_add_overflow(result.numerator, product, &result.numerator)) {
@@ -157,41 +177,49 @@ bool EngNumAcceptor::accept_integer(const char*& cursor, Number& result) const {
       }
       group = 0;
       group_length = 1;
-      state = State::start;
+      state = State::kStart;
       continue;
     }
     switch (state) {
-      case State::start:
-        if (type != DIGIT) {
+      case State::kStart:
+        if (type != kDigit) {
           cursor = before;
           return result.length > 0;
         }
         group = value;
         group_length = digits_of(value);
-        state = State::digit;
+        state = State::kDigit;
         break;
-      case State::digit:
-        if (type != HUNDRED || group > 9) return finish(before);
+      case State::kDigit:
+        if (type != kHundred || group > 9) {
+          return finish(before);
+        }
         group *= 100;
-        if (group != 0) group_length += 2;
-        state = State::hundred;
+        if (group != 0) {
+          group_length += 2;
+        }
+        state = State::kHundred;
         break;
-      case State::hundred:
-        if (type == AND) {
+      case State::kHundred:
+        if (type == kAnd) {
           end = before;
-          state = State::hundred_and;
+          state = State::kHundredAnd;
           break;
         }
-        if (type != DIGIT) return finish(before);
+        if (type != kDigit) {
+          return finish(before);
+        }
         group += value;
-        state = State::hundred_digit;
+        state = State::kHundredDigit;
         break;
-      case State::hundred_and:
-        if (type != DIGIT) return finish(end);
+      case State::kHundredAnd:
+        if (type != kDigit) {
+          return finish(end);
+        }
         group += value;
-        state = State::hundred_digit;
+        state = State::kHundredDigit;
         break;
-      case State::hundred_digit:
+      case State::kHundredDigit:
         return finish(before);
     }
   }
@@ -204,18 +232,20 @@ bool EngNumAcceptor::accept_ordinal(const char*& cursor, Number& result) const {
   if (!accept_integer(cursor, result)) {
     cursor = start;
     result = Number{};
-    if (!read_token(cursor, type, value)) return false;
+    if (!read_token(cursor, type, value)) {
+      return false;
+    }
     const auto index = static_cast<std::size_t>(value);
     switch (type) {
-      case ORDINAL:
+      case kOrdinal:
         result.numerator = value;
         result.length = digits_of(value);
         return true;
-      case HUNDREDTH:
-        result.numerator = ORDINAL_HUNDRED;
+      case kHundredth:
+        result.numerator = kOrdinalHundred;
         result.length = 3;
         return true;
-      case ORDINAL_BASE:
+      case kOrdinalBase:
         result.numerator = ENG_BASE_VALUES[index];
         result.length = ENG_BASE_SIZES[index];
         return true;
@@ -230,16 +260,24 @@ bool EngNumAcceptor::accept_ordinal(const char*& cursor, Number& result) const {
     return !__builtin_mul_overflow(count, factor, &product) &&
            !__builtin_add_overflow(number, product, &number);
   };
-  if (!read_token(cursor, type, value)) return false;
-  if (type == AND && (!read_token(cursor, type, value) || type != ORDINAL)) return false;
+  if (!read_token(cursor, type, value)) {
+    return false;
+  }
+  if (type == kAnd && (!read_token(cursor, type, value) || type != kOrdinal)) {
+    return false;
+  }
   switch (type) {
-    case ORDINAL:
+    case kOrdinal:
       return number >= 100 && number % 100 == 0 && add(value, 1);
-    case HUNDREDTH:  // the last digit becomes hundreds
-      if (number % 1000 > 9) return false;
-      if (result.length == 1) result.length = 3;
-      return add(number % 1000, ORDINAL_HUNDRED - 1);
-    case ORDINAL_BASE: {
+    case kHundredth:  // the last digit becomes hundreds
+      if (number % 1000 > 9) {
+        return false;
+      }
+      if (result.length == 1) {
+        result.length = 3;
+      }
+      return add(number % 1000, kOrdinalHundred - 1);
+    case kOrdinalBase: {
       const auto index = static_cast<std::size_t>(value);
       const std::int64_t base = ENG_BASE_VALUES[index];
       if (number <= 999) {
@@ -259,8 +297,12 @@ bool EngNumAcceptor::accept_float(const char*& cursor, Number& result) const {
   Number fraction;
   int type = 0;
   int value = 0;
-  if (!accept_integer(cursor, result)) return false;
-  if (!read_token(cursor, type, value) || type != POINT) return false;
+  if (!accept_integer(cursor, result)) {
+    return false;
+  }
+  if (!read_token(cursor, type, value) || type != kPoint) {
+    return false;
+  }
   return accept_digits(cursor, fraction) && join_fraction(result, fraction);
 }
 

@@ -19,12 +19,12 @@ namespace koralite::numtrans {
 
 class EngNumAcceptor : public NumAcceptor {
  public:
-  static constexpr const auto& ENG_DIGITS = ENG_DIGIT_WORDS;
-  static constexpr const auto& ENG_ORDINAL_DIGITS = ENG_ORDINAL_WORDS;
-  static constexpr const auto& ENG_BASES = ENG_BASE_WORDS;
-  static constexpr const auto& ENG_ORDINAL_BASES = ENG_ORDINAL_BASE_WORDS;
-  static constexpr const auto& ENG_BASE_VALUES = ENG_BASE_NUMBERS;
-  static constexpr const auto& ENG_BASE_SIZES = ENG_BASE_LENGTHS;
+  static constexpr const auto& ENG_DIGITS = kEngDigitWords;
+  static constexpr const auto& ENG_ORDINAL_DIGITS = kEngOrdinalWords;
+  static constexpr const auto& ENG_BASES = kEngBaseWords;
+  static constexpr const auto& ENG_ORDINAL_BASES = kEngOrdinalBaseWords;
+  static constexpr const auto& ENG_BASE_VALUES = kEngBaseNumbers;
+  static constexpr const auto& ENG_BASE_SIZES = kEngBaseLengths;
   static constexpr const char* ENG_A = "a";
   static constexpr const char* ENG_POINT = "point";
   static constexpr const char* ENG_AND = "and";

@@ -8,8 +8,8 @@ namespace koralite::numtrans {
 
 class EngNumGenerator : public NumGenerator {
  public:
-  static constexpr const auto& ENG_DIGITS = ENG_DIGIT_WORDS;
-  static constexpr const auto& ENG_ORDINAL_DIGITS = ENG_ORDINAL_WORDS;
+  static constexpr const auto& ENG_DIGITS = kEngDigitWords;
+  static constexpr const auto& ENG_ORDINAL_DIGITS = kEngOrdinalWords;
 
   // Categories (eds), (ei), (eo), (ef). A zero as (ei), also as the integer part
   // of an (ef), and an (eo) below 100 replace `out`. From 100 on an (eo) is

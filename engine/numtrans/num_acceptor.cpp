@@ -11,9 +11,13 @@ namespace koralite::numtrans {
 
 bool join_fraction(Number& integer, const Number& fraction) {
   integer.length += fraction.length;
-  if (integer.length > Number::MAX_SIZE) return false;
+  if (integer.length > Number::MAX_SIZE) {
+    return false;
+  }
   std::int64_t power = 1;
-  for (int i = 0; i < fraction.length; ++i) power *= 10;
+  for (int i = 0; i < fraction.length; ++i) {
+    power *= 10;
+  }
   integer.denominator *= power;
   return !__builtin_mul_overflow(integer.numerator, power, &integer.numerator) &&
          !__builtin_add_overflow(integer.numerator, fraction.numerator, &integer.numerator);
@@ -22,13 +26,13 @@ bool join_fraction(Number& integer, const Number& fraction) {
 bool has_dropped_digit(std::string_view category, std::string_view taken, const Number& number) {
   std::ptrdiff_t digits = 0;
   switch (parse_category(category)) {
-    case Category::arabic_digits:
-    case Category::arabic_integer:
-    case Category::arabic_ordinal:
-    case Category::arabic_float:
+    case Category::kArabicDigits:
+    case Category::kArabicInteger:
+    case Category::kArabicOrdinal:
+    case Category::kArabicFloat:
       digits = std::count_if(taken.begin(), taken.end(), [](char c) { return is_ascii_digit(c); });
       break;
-    case Category::chinese_digits:
+    case Category::kChineseDigits:
       digits = static_cast<std::ptrdiff_t>(taken.size() / CHS_TOKEN_BYTES);
       break;
     default:

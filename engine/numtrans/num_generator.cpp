@@ -15,7 +15,9 @@ int count_decimal_digits(std::uint64_t value) {
 }
 
 int digit_string_width(const Number& number) {
-  if (number.length >= 1) return number.length;
+  if (number.length >= 1) {
+    return number.length;
+  }
   const auto bits = static_cast<std::uint64_t>(number.numerator);
   return count_decimal_digits(number.numerator < 0 ? std::uint64_t{0} - bits : bits);
 }

@@ -19,7 +19,7 @@ namespace koralite::numtrans {
 
 class KeywordTable {
  public:
-  static constexpr std::size_t SIZE = 65536;
+  static constexpr std::size_t kSize = 65536;
 
   void add(std::string_view word) { flags_[slot(word)] = 1; }
   bool has(std::string_view word) const { return flags_[slot(word)] != 0; }
@@ -27,11 +27,13 @@ class KeywordTable {
  private:
   static std::size_t slot(std::string_view word) {
     std::uint32_t hash = 0;
-    for (const char c : word) hash = hash * 131 + static_cast<unsigned char>(c);
-    return (hash & 0x7FFFFFFFU) % SIZE;
+    for (const char c : word) {
+      hash = hash * 131 + static_cast<unsigned char>(c);
+    }
+    return (hash & 0x7FFFFFFFU) % kSize;
   }
 
-  std::vector<std::uint8_t> flags_ = std::vector<std::uint8_t>(SIZE, 0);
+  std::vector<std::uint8_t> flags_ = std::vector<std::uint8_t>(kSize, 0);
 };
 
 template <class Acceptor, class Generator>
@@ -40,7 +42,9 @@ class NumTranslator : public RuleTranslator {
   explicit NumTranslator(const common::FilePath& path) : RuleTranslator(path) {
     std::vector<const char*> words;
     acceptor_.get_keywords(words);
-    for (const char* word : words) keywords_.add(word);
+    for (const char* word : words) {
+      keywords_.add(word);
+    }
   }
 
   bool match_source(const TokenList& pieces, const std::string& phrase) override;
@@ -70,12 +74,16 @@ bool NumTranslator<Acceptor, Generator>::match_source(const TokenList& pieces,
     const char* const start = cursor;
     if (!arabic_acceptor_.accept(cursor, piece.data(), number)) {
       cursor = start;
-      if (!acceptor_.accept(cursor, piece.data(), number)) return false;
+      if (!acceptor_.accept(cursor, piece.data(), number)) {
+        return false;
+      }
     }
     // A digit run takes one digit more than a number can hold and drops it; such
     // a number is too long to be translated.
     const std::string_view taken(start, static_cast<std::size_t>(cursor - start));
-    if (has_dropped_digit(piece, taken, number)) return false;
+    if (has_dropped_digit(piece, taken, number)) {
+      return false;
+    }
     source_numbers_.push_back(number);
   }
   return cursor == end;
@@ -91,13 +99,17 @@ bool NumTranslator<Acceptor, Generator>::generate_target(const TokenList& pieces
       out += piece;
       continue;
     }
-    if (next >= target_numbers_.size()) return false;
+    if (next >= target_numbers_.size()) {
+      return false;
+    }
     const Number& number = target_numbers_[next++];
     // Some writers replace what stands in their output, so each gets its own.
     written.clear();
     if (!arabic_generator_.generate(number, piece.data(), written)) {
       written.clear();
-      if (!generator_.generate(number, piece.data(), written)) return false;
+      if (!generator_.generate(number, piece.data(), written)) {
+        return false;
+      }
     }
     out += written;
   }

@@ -2,7 +2,7 @@
 
 namespace koralite::numtrans {
 
-const std::array<const char*, 100> ENG_DIGIT_WORDS = {
+const std::array<const char*, 100> kEngDigitWords = {
     "zero",         "one",         "two",           "three",         "four",
     "five",         "six",         "seven",         "eight",         "nine",
     "ten",          "eleven",      "twelve",        "thirteen",      "fourteen",
@@ -24,7 +24,7 @@ const std::array<const char*, 100> ENG_DIGIT_WORDS = {
     "ninety",       "ninety-one",  "ninety-two",    "ninety-three",  "ninety-four",
     "ninety-five",  "ninety-six",  "ninety-seven",  "ninety-eight",  "ninety-nine"};
 
-const std::array<const char*, 100> ENG_ORDINAL_WORDS = {
+const std::array<const char*, 100> kEngOrdinalWords = {
     "zeroth",        "first",         "second",          "third",          "fourth",
     "fifth",         "sixth",         "seventh",         "eighth",         "ninth",
     "tenth",         "eleventh",      "twelfth",         "thirteenth",     "fourteenth",

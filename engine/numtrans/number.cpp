@@ -14,7 +14,9 @@ namespace {
 
 std::int64_t multiply(std::int64_t a, std::int64_t b, const char* op) {
   std::int64_t product = 0;
-  if (__builtin_mul_overflow(a, b, &product)) fail(op);
+  if (__builtin_mul_overflow(a, b, &product)) {
+    fail(op);
+  }
   return product;
 }
 
@@ -26,7 +28,9 @@ struct Common {
 };
 
 Common scale(const Number& a, const Number& b, const char* op) {
-  if (a.denominator <= 0 || b.denominator <= 0) fail(op);
+  if (a.denominator <= 0 || b.denominator <= 0) {
+    fail(op);
+  }
   if (a.denominator <= b.denominator) {
     return {multiply(a.numerator, b.denominator / a.denominator, op), b.numerator, b.denominator};
   }
@@ -36,7 +40,9 @@ Common scale(const Number& a, const Number& b, const char* op) {
 // Comparisons multiply by the whole other denominator before they divide by
 // their own, so they run out of 64 bits sooner than sums do.
 Common scale_to_compare(const Number& a, const Number& b, const char* op) {
-  if (a.denominator <= 0 || b.denominator <= 0) fail(op);
+  if (a.denominator <= 0 || b.denominator <= 0) {
+    fail(op);
+  }
   if (a.denominator <= b.denominator) {
     return {multiply(a.numerator, b.denominator, op) / a.denominator, b.numerator, b.denominator};
   }
@@ -53,7 +59,9 @@ Number computed(std::int64_t numerator, std::int64_t denominator) {
 }  // namespace
 
 bool Number::create(const char* text) {
-  if (std::strlen(text) > static_cast<std::size_t>(MAX_SIZE)) return false;
+  if (std::strlen(text) > static_cast<std::size_t>(MAX_SIZE)) {
+    return false;
+  }
   *this = Number{};
   bool fraction = false;
   for (const char* p = text; *p != '\0'; ++p) {
@@ -61,9 +69,13 @@ bool Number::create(const char* text) {
       fraction = true;
       continue;
     }
-    if (*p < '0' || *p > '9') return false;
+    if (*p < '0' || *p > '9') {
+      return false;
+    }
     numerator = numerator * 10 + (*p - '0');
-    if (fraction) denominator *= 10;
+    if (fraction) {
+      denominator *= 10;
+    }
     ++length;
   }
   normalize();
@@ -74,21 +86,27 @@ void Number::normalize() {
   while (denominator > 9 && numerator % 10 == 0) {
     numerator /= 10;
     denominator /= 10;
-    if (length >= 0) --length;
+    if (length >= 0) {
+      --length;
+    }
   }
 }
 
 Number operator+(const Number& a, const Number& b) {
   const Common c = scale(a, b, "+");
   std::int64_t sum = 0;
-  if (__builtin_add_overflow(c.left, c.right, &sum)) fail("+");
+  if (__builtin_add_overflow(c.left, c.right, &sum)) {
+    fail("+");
+  }
   return computed(sum, c.denominator);
 }
 
 Number operator-(const Number& a, const Number& b) {
   const Common c = scale(a, b, "-");
   std::int64_t difference = 0;
-  if (__builtin_sub_overflow(c.left, c.right, &difference)) fail("-");
+  if (__builtin_sub_overflow(c.left, c.right, &difference)) {
+    fail("-");
+  }
   // Not normalised: rules see the zeros that a difference leaves.
   return {-1, difference, c.denominator};
 }
@@ -104,9 +122,13 @@ Number operator*(const Number& a, const Number& b) {
 }
 
 Number operator/(const Number& a, const Number& b) {
-  if (b.numerator == 0) fail("/");
+  if (b.numerator == 0) {
+    fail("/");
+  }
   const Common c = scale(a, b, "/");
-  if (c.right == -1 && c.left == std::numeric_limits<std::int64_t>::min()) fail("/");
+  if (c.right == -1 && c.left == std::numeric_limits<std::int64_t>::min()) {
+    fail("/");
+  }
   return computed(c.left / c.right, c.denominator);
 }
 

@@ -13,20 +13,22 @@
 namespace koralite::numtrans {
 namespace {
 
-constexpr const char* SEPARATOR = " ||| ";
+constexpr const char* kSeparator = " ||| ";
 
 struct Operator {
   std::string_view token;
   int priority;  // the lowest is split first
 };
 
-constexpr Operator OPERATORS[] = {{"||", 0}, {"&&", 1}, {"!", 2},  {">", 3},  {">=", 3},
-                                  {"<", 3},  {"<=", 3}, {"==", 3}, {"!=", 3}, {"+", 4},
-                                  {"-", 4},  {"*", 5},  {"/", 5}};
+constexpr Operator kOperators[] = {{"||", 0}, {"&&", 1}, {"!", 2},  {">", 3},  {">=", 3},
+                                   {"<", 3},  {"<=", 3}, {"==", 3}, {"!=", 3}, {"+", 4},
+                                   {"-", 4},  {"*", 5},  {"/", 5}};
 
 int priority_of(std::string_view token) {
-  for (const Operator& op : OPERATORS) {
-    if (op.token == token) return op.priority;
+  for (const Operator& op : kOperators) {
+    if (op.token == token) {
+      return op.priority;
+    }
   }
   return -1;
 }
@@ -39,7 +41,9 @@ bool read_reference(std::string_view token, char letter, unsigned& index) {
   }
   int value = 0;
   const auto [end, error] = std::from_chars(token.data() + 1, token.data() + token.size(), value);
-  if (error != std::errc{}) return false;
+  if (error != std::errc{}) {
+    return false;
+  }
   index = static_cast<unsigned>(value);
   return true;
 }
@@ -83,7 +87,9 @@ bool combine(std::string_view op, const Number& left, const Number& right, Numbe
 std::string join(const TokenList& tokens, std::string_view separator) {
   std::string text;
   for (const std::string_view token : tokens) {
-    if (!text.empty()) text += separator;
+    if (!text.empty()) {
+      text += separator;
+    }
     text += token;
   }
   return text;
@@ -92,19 +98,19 @@ std::string join(const TokenList& tokens, std::string_view separator) {
 // Whether a number of this category can begin with the byte.
 bool can_begin(Category category, unsigned char byte) {
   switch (category) {
-    case Category::none:
+    case Category::kNone:
       return false;
-    case Category::arabic_digit:
-    case Category::arabic_digits:
-    case Category::arabic_integer:
-    case Category::arabic_ordinal:
-    case Category::arabic_float:
+    case Category::kArabicDigit:
+    case Category::kArabicDigits:
+    case Category::kArabicInteger:
+    case Category::kArabicOrdinal:
+    case Category::kArabicFloat:
       return is_ascii_digit(static_cast<char>(byte));
-    case Category::chinese_digit:
-    case Category::chinese_base:
-    case Category::chinese_digits:
-    case Category::chinese_integer:
-    case Category::chinese_float:
+    case Category::kChineseDigit:
+    case Category::kChineseBase:
+    case Category::kChineseDigits:
+    case Category::kChineseInteger:
+    case Category::kChineseFloat:
       return (byte & 0xF0U) == 0xE0U;
     default:
       return byte == ' ' || (byte >= 'a' && byte <= 'z');
@@ -113,8 +119,8 @@ bool can_begin(Category category, unsigned char byte) {
 
 // Whether a number of this category always ends in a digit or a full stop.
 bool ends_with_digit(Category category) {
-  return category == Category::arabic_digit || category == Category::arabic_digits ||
-         category == Category::arabic_integer || category == Category::arabic_float;
+  return category == Category::kArabicDigit || category == Category::kArabicDigits ||
+         category == Category::kArabicInteger || category == Category::kArabicFloat;
 }
 
 }  // namespace
@@ -139,16 +145,22 @@ RuleTranslator::RuleTranslator(const common::FilePath& path) {
 
 // Rules repeat their tokens over and over: each is kept once.
 std::string_view RuleTranslator::store(std::string_view text) {
-  if (const auto known = stored_.find(text); known != stored_.end()) return *known;
+  if (const auto known = stored_.find(text); known != stored_.end()) {
+    return *known;
+  }
   return *stored_.emplace(pool_.add_string(text), text.size()).first;
 }
 
 void RuleTranslator::read_rule(std::string line) {
   Rule& rule = rules_.emplace_back();
-  if (line.size() > MAX_LINE) return;
+  if (line.size() > kMaxLine) {
+    return;
+  }
   std::vector<char*> fields;
-  common::split_string(line.data(), fields, SEPARATOR);
-  if (fields.size() != 3 && fields.size() != 5) return;
+  common::split_string(line.data(), fields, kSeparator);
+  if (fields.size() != 3 && fields.size() != 5) {
+    return;
+  }
   read_pattern(fields[0], rule.source);
   if (fields.size() == 5) {
     read_expression(fields[1], rule.constraint);
@@ -163,7 +175,9 @@ void RuleTranslator::read_rule(std::string line) {
 
 void RuleTranslator::read_pattern(std::string_view text, TokenList& pieces) {
   const auto add = [&](std::string_view piece) {
-    if (!piece.empty()) pieces.push_back(store(piece));
+    if (!piece.empty()) {
+      pieces.push_back(store(piece));
+    }
   };
   while (!text.empty()) {
     const std::size_t open = text.find('(');
@@ -175,8 +189,12 @@ void RuleTranslator::read_pattern(std::string_view text, TokenList& pieces) {
     int depth = 0;
     std::size_t close = open;
     for (; close < text.size(); ++close) {
-      if (text[close] == '(') ++depth;
-      if (text[close] == ')' && --depth == 0) break;
+      if (text[close] == '(') {
+        ++depth;
+      }
+      if (text[close] == ')' && --depth == 0) {
+        break;
+      }
     }
     const std::size_t end = std::min(close + 1, text.size());  // unclosed: all that is left
     add(text.substr(open, end - open));
@@ -185,7 +203,7 @@ void RuleTranslator::read_pattern(std::string_view text, TokenList& pieces) {
 }
 
 void RuleTranslator::read_expression(std::string_view text, TokenList& tokens) {
-  constexpr std::string_view ends_name = " ()+-*/;><!=&|";
+  constexpr std::string_view kEndsName = " ()+-*/;><!=&|";
   std::size_t i = 0;
   while (i < text.size()) {
     if (text[i] == ' ') {
@@ -207,14 +225,18 @@ void RuleTranslator::read_expression(std::string_view text, TokenList& tokens) {
       case '<':
       case '!':
       case '=':
-        if (next == '=') length = 2;
+        if (next == '=') {
+          length = 2;
+        }
         break;
       case '&':
       case '|':
-        if (next == text[i]) length = 2;
+        if (next == text[i]) {
+          length = 2;
+        }
         break;
       default:
-        length = std::min(text.find_first_of(ends_name, i), text.size()) - i;
+        length = std::min(text.find_first_of(kEndsName, i), text.size()) - i;
     }
     tokens.push_back(store(text.substr(i, length)));
     i += length;
@@ -224,15 +246,17 @@ void RuleTranslator::read_expression(std::string_view text, TokenList& tokens) {
 void RuleTranslator::outline_rule(std::size_t index) {
   const Rule& rule = rules_[index];
   Outline& outline = outlines_.emplace_back();
-  if (rule.source.empty()) return;
+  if (rule.source.empty()) {
+    return;
+  }
   const std::string_view first = rule.source.front();
   const std::string_view last = rule.source.back();
-  Candidate candidate{ANY_BYTE, static_cast<std::uint32_t>(index)};
+  Candidate candidate{kAnyByte, static_cast<std::uint32_t>(index)};
   if (!is_number(last)) {
     outline.tail = last;
     candidate.last = static_cast<unsigned char>(last.back());
   } else if (ends_with_digit(parse_category(last))) {
-    candidate.last = DIGIT_OR_POINT;
+    candidate.last = kDigitOrPoint;
   }
   if (!is_number(first)) {
     outline.head = first;
@@ -248,12 +272,14 @@ void RuleTranslator::outline_rule(std::size_t index) {
 }
 
 bool RuleTranslator::translate(const std::string& source, std::string& target, std::string& type) {
-  if (source.empty() || !is_acceptable(source.c_str())) return false;
+  if (source.empty() || !is_acceptable(source.c_str())) {
+    return false;
+  }
   const auto last = static_cast<unsigned char>(source.back());
   const bool digit = is_ascii_digit(source.back()) || source.back() == '.';
   for (const Candidate& candidate : candidates_[static_cast<unsigned char>(source[0])]) {
-    if (candidate.last != last && candidate.last != ANY_BYTE &&
-        !(digit && candidate.last == DIGIT_OR_POINT)) {
+    if (candidate.last != last && candidate.last != kAnyByte &&
+        !(digit && candidate.last == kDigitOrPoint)) {
       continue;
     }
     const Outline& outline = outlines_[candidate.rule];
@@ -269,13 +295,19 @@ bool RuleTranslator::translate_with_rule(const Rule& rule, const std::string& so
                                          std::string& target, std::string& type) {
   source_numbers_.clear();
   target_numbers_.clear();
-  if (rule.source.empty() || source.empty()) return false;
+  if (rule.source.empty() || source.empty()) {
+    return false;
+  }
   // Most rules end here: a literal piece that the phrase does not hold.
   std::size_t from = 0;
   for (const std::string_view piece : rule.source) {
-    if (is_number(piece)) continue;
+    if (is_number(piece)) {
+      continue;
+    }
     const std::size_t found = source.find(piece, from);
-    if (found == std::string::npos) return false;
+    if (found == std::string::npos) {
+      return false;
+    }
     from = found + 1;
   }
   if (!match_source(rule.source, source) || !check_constraint(rule.constraint) ||
@@ -300,11 +332,13 @@ bool RuleTranslator::convert_numbers(const TokenList& tokens) {
     const auto statement = rest.first(count);
     unsigned index = 0;
     Number value;
-    if (count < 3 || !read_reference(statement[0], 't', index) || index > MAX_TARGET_INDEX ||
+    if (count < 3 || !read_reference(statement[0], 't', index) || index > kMaxTargetIndex ||
         statement[1] != "=" || !evaluate(statement.subspan(2), 0, value)) {
       return false;
     }
-    if (index >= target_numbers_.size()) target_numbers_.resize(index + 1);
+    if (index >= target_numbers_.size()) {
+      target_numbers_.resize(index + 1);
+    }
     target_numbers_[index] = value;
     rest = rest.subspan(std::min(count + 1, rest.size()));
   }
@@ -314,7 +348,9 @@ bool RuleTranslator::convert_numbers(const TokenList& tokens) {
 bool RuleTranslator::get_number(std::string_view token, Number& value) const {
   unsigned index = 0;
   if (token.size() >= 2 && token[0] == 's' && is_integer(token.substr(1))) {
-    if (!read_reference(token, 's', index) || index >= source_numbers_.size()) return false;
+    if (!read_reference(token, 's', index) || index >= source_numbers_.size()) {
+      return false;
+    }
     value = source_numbers_[index];
     return true;
   }
@@ -323,11 +359,17 @@ bool RuleTranslator::get_number(std::string_view token, Number& value) const {
 
 bool RuleTranslator::evaluate(std::span<const std::string_view> tokens, int depth,
                               Number& value) const {
-  if (tokens.empty() || depth > MAX_DEPTH) return false;
-  if (tokens.size() == 1) return get_number(tokens[0], value);
+  if (tokens.empty() || depth > kMaxDepth) {
+    return false;
+  }
+  if (tokens.size() == 1) {
+    return get_number(tokens[0], value);
+  }
   if (tokens.size() == 2) {
     Number operand;
-    if ((tokens[0] != "-" && tokens[0] != "!") || !get_number(tokens[1], operand)) return false;
+    if ((tokens[0] != "-" && tokens[0] != "!") || !get_number(tokens[1], operand)) {
+      return false;
+    }
     value = tokens[0] == "-" ? -operand : Number::truth(!is_true(operand));
     return true;
   }
@@ -345,7 +387,9 @@ bool RuleTranslator::evaluate(std::span<const std::string_view> tokens, int dept
     if (tokens[i] == "(") {
       ++parentheses;
     } else if (tokens[i] == ")") {
-      if (parentheses-- == 0) return false;
+      if (parentheses-- == 0) {
+        return false;
+      }
     } else if (const int priority = priority_of(tokens[i]); priority >= 0) {
       if (split == tokens.size() || parentheses < split_depth ||
           (parentheses == split_depth && priority <= split_priority)) {
@@ -355,7 +399,9 @@ bool RuleTranslator::evaluate(std::span<const std::string_view> tokens, int dept
       }
     }
   }
-  if (split == tokens.size()) return false;
+  if (split == tokens.size()) {
+    return false;
+  }
   // Both sides are always evaluated, "&&" and "||" included.
   Number left;
   Number right;
@@ -368,20 +414,22 @@ void RuleTranslator::print_rules(const char* path) const {
   std::ofstream out(path, std::ios::binary);
   for (const Rule& rule : rules_) {
     if (!rule.source.empty()) {
-      out << join(rule.source, "") << SEPARATOR;
+      out << join(rule.source, "") << kSeparator;
       if (!rule.constraint.empty() || !rule.assignments.empty()) {
         // An empty field is written as one blank, which reading keeps as a field.
         const std::string constraint = join(rule.constraint, " ");
         const std::string assignments = join(rule.assignments, " ");
-        out << (constraint.empty() ? " " : constraint) << SEPARATOR;
-        out << (assignments.empty() ? " " : assignments) << SEPARATOR;
+        out << (constraint.empty() ? " " : constraint) << kSeparator;
+        out << (assignments.empty() ? " " : assignments) << kSeparator;
       }
-      out << join(rule.target, "") << SEPARATOR << rule.type;
+      out << join(rule.target, "") << kSeparator << rule.type;
     }
     out << '\n';
   }
   out.flush();
-  if (!out) throw std::runtime_error(std::string("can't write rules to ") + path);
+  if (!out) {
+    throw std::runtime_error(std::string("can't write rules to ") + path);
+  }
 }
 
 }  // namespace koralite::numtrans

@@ -38,9 +38,9 @@ struct Rule {
 class RuleTranslator {
  public:
   // Longest rule line that is read, and longest phrase that is tried, in bytes.
-  static constexpr std::size_t MAX_LINE = 10239;
+  static constexpr std::size_t kMaxLine = 10239;
   // Highest target number that an assignment may name.
-  static constexpr unsigned MAX_TARGET_INDEX = 999;
+  static constexpr unsigned kMaxTargetIndex = 999;
 
   // Reads a resource file of rules. Throws what common::DesFileReader throws. A
   // line of the wrong form becomes a rule that never matches.
@@ -85,7 +85,7 @@ class RuleTranslator {
 
  private:
   // Nesting of expressions; deeper ones count as impossible.
-  static constexpr int MAX_DEPTH = 200;
+  static constexpr int kMaxDepth = 200;
 
   // What a phrase must begin and end with for a rule to be worth trying.
   struct Outline {
@@ -98,8 +98,8 @@ class RuleTranslator {
     std::uint16_t last;
     std::uint32_t rule;
   };
-  static constexpr std::uint16_t ANY_BYTE = 256;
-  static constexpr std::uint16_t DIGIT_OR_POINT = 257;
+  static constexpr std::uint16_t kAnyByte = 256;
+  static constexpr std::uint16_t kDigitOrPoint = 257;
 
   void read_rule(std::string line);
   void read_pattern(std::string_view text, TokenList& pieces);

@@ -25,7 +25,9 @@ constexpr char kReplacementByte = ' ';
 // The pieces of a cut word are placed by their offset in the processed text, which may hold more
 // bytes than the source (escapes): no word may begin behind the next one or behind the text.
 void keep_in_order(ProcessWordSeq::Positions& words, const ProcessStr::Positions& bytes) {
-  if (words.empty() || bytes.empty()) return;
+  if (words.empty() || bytes.empty()) {
+    return;
+  }
   std::int32_t limit = *std::max_element(bytes.begin(), bytes.end());
   for (std::size_t i = words.size(); i-- > 0;) {
     words[i] = std::min(words[i], limit);
@@ -74,26 +76,38 @@ void AbstractPreprocessor::build_str2word(const Lines& configuration,
                                           std::unique_ptr<numtrans::RuleTranslator> rules,
                                           char join) {
   const common::FilePath path = section_path(configuration, "[ne]", model_folder);
-  if (!path.empty()) dictionary_ = std::make_unique<NeDict>(path);
+  if (!path.empty()) {
+    dictionary_ = std::make_unique<NeDict>(path);
+  }
   rules_ = std::move(rules);
   str2word_ = std::make_unique<Str2Word>(dictionary_.get(), rules_.get(), pool_, join);
 }
 
 void AbstractPreprocessor::SetSourceVocab(const decoder::Vocab* vocab) {
-  if (hyphens_ != nullptr) hyphens_->SetVocab(vocab);
+  if (hyphens_ != nullptr) {
+    hyphens_->SetVocab(vocab);
+  }
 }
 
 void AbstractPreprocessor::Preprocess(ProcessStr& str, ProcessWordSeq& words) {
-  if (string_head_->Process(str) == 0) throw std::runtime_error("Preprocess string error\n");
-  if (str2word_->DoProcess(str, words) == 0)
+  if (string_head_->Process(str) == 0) {
+    throw std::runtime_error("Preprocess string error\n");
+  }
+  if (str2word_->DoProcess(str, words) == 0) {
     throw std::runtime_error("Preprocess Str2WordSeq error\n");
-  if (ws_head_->Process(words) == 0) throw std::runtime_error("Preprocess WordSeq error\n");
-  if (words.has_positions()) keep_in_order(words.positions(), str.positions());
+  }
+  if (ws_head_->Process(words) == 0) {
+    throw std::runtime_error("Preprocess WordSeq error\n");
+  }
+  if (words.has_positions()) {
+    keep_in_order(words.positions(), str.positions());
+  }
 }
 
 void AbstractPreprocessor::Preprocess(ProcessStr& str) {
-  if (string_head_->Process(str) == 0)
+  if (string_head_->Process(str) == 0) {
     throw std::runtime_error("Preprocess error: " + str.text() + "\n");
+  }
 }
 
 }  // namespace koralite::textProcess

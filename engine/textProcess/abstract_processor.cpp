@@ -17,7 +17,9 @@ bool AbstractProcessor::GetDebLevel(const Lines& configuration) {
 
 std::string AbstractProcessor::section_value(const Lines& configuration, std::string_view section) {
   std::string value;
-  if (!common::find_conf(configuration, section, value)) value.clear();
+  if (!common::find_conf(configuration, section, value)) {
+    value.clear();
+  }
   return value;
 }
 

@@ -29,7 +29,9 @@ class AbstractStringProcessor {
   // Runs the chain that ends here. The first step that fails ends it with 0, as
   // does a carrier whose positions do not match its contents.
   int Process(ProcessStr& str) {
-    if (prior_ && prior_->Process(str) == 0) return 0;
+    if (prior_ && prior_->Process(str) == 0) {
+      return 0;
+    }
     return str.consistent() ? OnProcess(str) : 0;
   }
 

@@ -28,7 +28,9 @@ class AbstractWsProcessor {
   // Runs the chain that ends here. The first step that fails ends it with 0, as
   // does a carrier whose positions do not match its contents.
   int Process(ProcessWordSeq& words) {
-    if (prior_ && prior_->Process(words) == 0) return 0;
+    if (prior_ && prior_->Process(words) == 0) {
+      return 0;
+    }
     return words.consistent() ? OnProcess(words) : 0;
   }
 

@@ -18,7 +18,9 @@ bool three_digits(std::string_view text, std::size_t at) {
 }  // namespace
 
 int LowercaseEngStrProcessor::OnProcess(ProcessStr& str) {
-  for (char& c : str.text()) c = common::text_to_lower(c);
+  for (char& c : str.text()) {
+    c = common::text_to_lower(c);
+  }
   return 1;
 }
 
@@ -42,7 +44,9 @@ void EraseCommaStrProcessor::rewrite(std::string_view in, common::TextWriter<kPl
   for (std::size_t i = 0; i < in.size();) {
     const std::size_t comma = kCommaLeads.find(in, i);
     out.copy(i, comma - i);
-    if (comma == in.size()) return;
+    if (comma == in.size()) {
+      return;
+    }
     i = comma;
     const std::size_t size = in[comma] == ',' ? 1 : kFullWidthComma.size();
     if (comma > 0 && text_is_digit(in[comma - 1]) &&
@@ -62,7 +66,9 @@ void ReplaceSpecCharStrProcessor::rewrite(std::string_view in,
   for (std::size_t i = 0; i < in.size(); ++i) {
     const std::size_t next = kReserved.find(in, i);
     out.copy(i, next - i);
-    if (next == in.size()) return;
+    if (next == in.size()) {
+      return;
+    }
     out.insert('\\', next);
     out.copy(next);
     i = next;
@@ -75,7 +81,9 @@ void RestoreSpecCharStrProcessor::rewrite(std::string_view in,
   for (std::size_t i = 0; i < in.size();) {
     const std::size_t next = std::min(in.find('\\', i), in.size());
     out.copy(i, next - i);
-    if (next + 1 < in.size()) out.copy(next + 1);
+    if (next + 1 < in.size()) {
+      out.copy(next + 1);
+    }
     i = next + 2;
   }
 }

@@ -18,7 +18,9 @@ int ChsConstraint::code_at(std::span<const unsigned char> classes, int p) const 
   if (mark <= kLastPaired) {
     return mark % 2 == 1 ? opening_code(classes, p, mark + 1) : closing_code(classes, p, mark - 1);
   }
-  if (mark == kComma || mark == kSemicolon) return clause_code(classes, p);
+  if (mark == kComma || mark == kSemicolon) {
+    return clause_code(classes, p);
+  }
   return mark == kColon ? 0 : -p;
 }
 

@@ -15,10 +15,13 @@ ConvertNeTagWsProcessor::ConvertNeTagWsProcessor(unsigned id,
 int ConvertNeTagWsProcessor::OnProcess(ProcessWordSeq& words) {
   std::string converted;
   for (common::word_node_t& node : words.words()) {
-    if (node.tag == nullptr) continue;
+    if (node.tag == nullptr) {
+      continue;
+    }
     const std::string_view tag = node.tag;
-    if (tag.size() > kLongestTag)
+    if (tag.size() > kLongestTag) {
       throw std::runtime_error("ne type name overflow in CeDecoder::translate()");
+    }
     converted.assign(1, '<').append(tag).append(">#0");
     node.tag = pool_->add_string(converted);
   }

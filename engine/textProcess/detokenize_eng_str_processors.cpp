@@ -18,14 +18,18 @@ void DetokenizeEngStrProcessor::rewrite(std::string_view in,
     blank = false;
   };
   const auto set_off = [&](std::size_t at) {
-    if (blank) out.insert(' ', at);
+    if (blank) {
+      out.insert(' ', at);
+    }
     attach_left(at);
   };
   for (std::size_t i = 0; i < in.size(); ++i) {
     const bool blank_follows = i + 1 < in.size() && in[i + 1] == ' ';
     const auto attach_right = [&] {
       set_off(i);
-      if (blank_follows) ++i;
+      if (blank_follows) {
+        ++i;
+      }
     };
     switch (in[i]) {
       case ' ':
@@ -75,7 +79,9 @@ void DetokenizeEngStrProcessor::rewrite(std::string_view in,
       }
       default: {
         const std::size_t end = kSpecial.find(in, i + 1);
-        if (blank) out.insert(' ', i);
+        if (blank) {
+          out.insert(' ', i);
+        }
         blank = false;
         out.copy(i, end - i);
         i = end - 1;
@@ -89,10 +95,14 @@ void ConnectEllipsisStrProcessor::rewrite(std::string_view in,
                                           common::TextWriter<kPlaced>& out) const {
   std::size_t i = 0;
   bool in_run = in.starts_with('.');
-  if (in_run) out.copy(i++);
+  if (in_run) {
+    out.copy(i++);
+  }
   while (i < in.size()) {
     if (in.substr(i, 2) == " .") {
-      if (!in_run) out.copy(i);
+      if (!in_run) {
+        out.copy(i);
+      }
       out.copy(i + 1);
       i += 2;
       in_run = true;

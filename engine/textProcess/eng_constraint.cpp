@@ -13,13 +13,19 @@ int quote_code(std::span<const unsigned char> classes, int p) {
   int before = 0;
   int previous = 0;
   for (int q = 0; q < p; ++q) {
-    if (classes[static_cast<std::size_t>(q)] != kQuote) continue;
+    if (classes[static_cast<std::size_t>(q)] != kQuote) {
+      continue;
+    }
     ++before;
     previous = q;
   }
-  if (before % 2 == 1) return previous - p + 1;
+  if (before % 2 == 1) {
+    return previous - p + 1;
+  }
   for (int q = p + 1; q < static_cast<int>(classes.size()); ++q) {
-    if (classes[static_cast<std::size_t>(q)] == kQuote) return q - p - 1;
+    if (classes[static_cast<std::size_t>(q)] == kQuote) {
+      return q - p - 1;
+    }
   }
   return 0;
 }

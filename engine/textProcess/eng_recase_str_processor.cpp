@@ -26,11 +26,19 @@ std::array<std::uint32_t, 3> parse_head(std::string_view line) {
   const char* const end = at + line.size();
   for (std::uint32_t& number : numbers) {
     const char* const before = at;
-    while (at != end && is_space(*at)) ++at;
-    if (&number != numbers.data() && at == before) refuse();
-    if (at != end && *at == '+') ++at;
+    while (at != end && is_space(*at)) {
+      ++at;
+    }
+    if (&number != numbers.data() && at == before) {
+      refuse();
+    }
+    if (at != end && *at == '+') {
+      ++at;
+    }
     const auto [next, error] = std::from_chars(at, end, number);
-    if (error != std::errc()) refuse();
+    if (error != std::errc()) {
+      refuse();
+    }
     at = next;
   }
   return numbers;
@@ -42,23 +50,35 @@ EngRecaseStrProcessor::EngRecaseStrProcessor(unsigned id,
                                              std::unique_ptr<AbstractStringProcessor> prior,
                                              const common::FilePath& path)
     : RewriteStrProcessor(id, std::move(prior), "eng-recase") {
-  if (!path.empty()) load(path);
+  if (!path.empty()) {
+    load(path);
+  }
 }
 
 void EngRecaseStrProcessor::load(const common::FilePath& path) {
   common::DesFileReader reader(path);
   std::string line;
-  if (!reader.getline(line)) refuse();
+  if (!reader.getline(line)) {
+    refuse();
+  }
   const auto [max_words, entries, bytes] = parse_head(line);
-  if (entries == 0 || bytes == 0) refuse();
+  if (entries == 0 || bytes == 0) {
+    refuse();
+  }
   // The buffers grow with what the file really holds, never by the head's word.
   while (reader.getline(line)) {
-    if (line.empty()) continue;
-    if (starts_.size() == entries || line.size() + 1 > bytes - cased_.size()) refuse();
+    if (line.empty()) {
+      continue;
+    }
+    if (starts_.size() == entries || line.size() + 1 > bytes - cased_.size()) {
+      refuse();
+    }
     starts_.push_back(static_cast<std::uint32_t>(cased_.size()));
     cased_.append(line).push_back('\0');
   }
-  if (starts_.size() != entries) refuse();
+  if (starts_.size() != entries) {
+    refuse();
+  }
   common::text_lowercase_eng(cased_, lowered_);
   max_words_ = max_words;
 }
@@ -71,7 +91,9 @@ std::string_view EngRecaseStrProcessor::lowered_entry(std::size_t index) const {
 
 bool EngRecaseStrProcessor::GetNextToken(std::span<const std::string_view>& tokens,
                                          std::string& token) const {
-  if (tokens.empty()) return false;
+  if (tokens.empty()) {
+    return false;
+  }
   // Grows the key by a token as long as some entry begins with it; entries that do stand together.
   const std::size_t limit = std::min<std::size_t>(max_words_, tokens.size());
   std::size_t low = 0;
@@ -80,7 +102,9 @@ bool EngRecaseStrProcessor::GetNextToken(std::span<const std::string_view>& toke
   std::string& key = token;
   key.clear();
   for (std::size_t n = 1; n <= limit; ++n) {
-    if (n > 1) key.push_back(' ');
+    if (n > 1) {
+      key.push_back(' ');
+    }
     key.append(tokens[n - 1]);
     std::size_t high = starts_.size();
     while (low < high) {
@@ -91,7 +115,9 @@ bool EngRecaseStrProcessor::GetNextToken(std::span<const std::string_view>& toke
         high = middle;
       }
     }
-    if (low == starts_.size() || !lowered_entry(low).starts_with(key)) break;
+    if (low == starts_.size() || !lowered_entry(low).starts_with(key)) {
+      break;
+    }
     if (lowered_entry(low).size() == key.size()) {
       taken = n;
       found = low;
@@ -113,7 +139,9 @@ void EngRecaseStrProcessor::rewrite(std::string_view in, common::TextWriter<kPla
   for (std::size_t i = 0; i < in.size();) {
     const std::size_t first = std::min(in.find_first_not_of(' ', i), in.size());
     const std::size_t end = std::min(in.find(' ', first), in.size());
-    if (first < end) list.push_back(in.substr(first, end - first));
+    if (first < end) {
+      list.push_back(in.substr(first, end - first));
+    }
     i = end;
   }
   std::span<const std::string_view> tokens = list;
@@ -124,18 +152,28 @@ void EngRecaseStrProcessor::rewrite(std::string_view in, common::TextWriter<kPla
     const char* cased = unit.data();
     for (const std::string_view token : tokens.first(tokens.size() - next.size())) {
       const auto first = static_cast<std::size_t>(token.data() - in.data());
-      if (!out.empty()) out.insert(' ', blank);
-      if (cased != unit.data()) ++cased;
-      for (std::size_t i = 0; i < token.size(); ++i) out.insert(*cased++, first + i);
+      if (!out.empty()) {
+        out.insert(' ', blank);
+      }
+      if (cased != unit.data()) {
+        ++cased;
+      }
+      for (std::size_t i = 0; i < token.size(); ++i) {
+        out.insert(*cased++, first + i);
+      }
       blank = first + token.size();
     }
   }
 }
 
 int EngRecaseStrProcessor::OnProcess(ProcessStr& str) {
-  if (!str.consistent()) return 0;
+  if (!str.consistent()) {
+    return 0;
+  }
   if (max_words_ > 0) {
-    if (const int result = RewriteStrProcessor::OnProcess(str); result == 0) return result;
+    if (const int result = RewriteStrProcessor::OnProcess(str); result == 0) {
+      return result;
+    }
   }
   // The first letter of the text is a sentence start like the others.
   common::text_uppercase_eng(str.text(), str.text());

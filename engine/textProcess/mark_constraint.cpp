@@ -27,7 +27,9 @@ void MarkConstraint::initialize(const decoder::Vocab& source_vocab) {
   for (const char* mark : marks_) {
     ++mark_class;
     int id = 0;
-    if (!source_vocab.find(mark, id) || id < 0) continue;
+    if (!source_vocab.find(mark, id) || id < 0) {
+      continue;
+    }
     if (static_cast<std::size_t>(id) < class_of_id_.size()) {
       class_of_id_[static_cast<std::size_t>(id)] = mark_class;
     }
@@ -41,10 +43,14 @@ void MarkConstraint::build(std::span<const std::int32_t> words) {
   for (std::size_t p = 0; p < words.size(); ++p) {
     const std::int32_t id = words[p];
     const bool known = id >= 0 && static_cast<std::size_t>(id) < class_of_id_.size();
-    if (known) classes[p] = class_of_id_[static_cast<std::size_t>(id)];
+    if (known) {
+      classes[p] = class_of_id_[static_cast<std::size_t>(id)];
+    }
   }
   for (std::size_t p = 0; p < words.size(); ++p) {
-    if (classes[p] != 0) codes[p] = code_at(classes, static_cast<int>(p));
+    if (classes[p] != 0) {
+      codes[p] = code_at(classes, static_cast<int>(p));
+    }
   }
 }
 
@@ -53,8 +59,12 @@ int MarkConstraint::opening_code(std::span<const unsigned char> classes, int p, 
   int depth = 0;
   for (int q = p + 1; q < static_cast<int>(classes.size()); ++q) {
     const int here = class_at(classes, q);
-    if (here == opening) ++depth;
-    if (here == closing && depth-- == 0) return q - p - 1;
+    if (here == opening) {
+      ++depth;
+    }
+    if (here == closing && depth-- == 0) {
+      return q - p - 1;
+    }
   }
   return 0;
 }
@@ -64,15 +74,21 @@ int MarkConstraint::closing_code(std::span<const unsigned char> classes, int p, 
   int depth = 0;
   for (int q = p - 1; q >= 0; --q) {
     const int here = class_at(classes, q);
-    if (here == closing) ++depth;
-    if (here == opening && depth-- == 0) return q - p + 1;
+    if (here == closing) {
+      ++depth;
+    }
+    if (here == opening && depth-- == 0) {
+      return q - p + 1;
+    }
   }
   return 0;
 }
 
 int MarkConstraint::clause_code(std::span<const unsigned char> classes, int p) {
   for (int q = p - 1; q >= 0; --q) {
-    if (class_at(classes, q) != 0) return q - p + 1;
+    if (class_at(classes, q) != 0) {
+      return q - p + 1;
+    }
   }
   return -p;
 }

@@ -23,20 +23,29 @@ constexpr std::string_view kCompoundSurnames =
 
 bool NameConverter::convert(const std::string& name, std::string& out) const {
   out.clear();
-  if (name.empty()) return true;
+  if (name.empty()) {
+    return true;
+  }
   const int first = text_get_utf8_char_len(name);
-  if (first < 1) return false;
+  if (first < 1) {
+    return false;
+  }
   auto surname = static_cast<std::size_t>(first);
   if (surname < name.size()) {
     const int second = text_get_utf8_char_len(std::string_view(name).substr(surname));
-    if (second < 1) return false;
+    if (second < 1) {
+      return false;
+    }
     const std::size_t both = surname + static_cast<std::size_t>(second);
-    if (kCompoundSurnames.find(std::string_view(name).substr(0, both)) != std::string_view::npos)
+    if (kCompoundSurnames.find(std::string_view(name).substr(0, both)) != std::string_view::npos) {
       surname = both;
+    }
   }
   out = transliterate(std::string_view(name).substr(0, surname));
   const std::string given = transliterate(std::string_view(name).substr(surname));
-  if (!given.empty()) out.append(1, ' ').append(given);
+  if (!given.empty()) {
+    out.append(1, ' ').append(given);
+  }
   return true;
 }
 

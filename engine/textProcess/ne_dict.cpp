@@ -15,9 +15,13 @@ struct Fields {
 
 bool cut(std::string_view line, Fields& fields) {
   const std::size_t first = line.find('\t');
-  if (first == std::string_view::npos) return false;
+  if (first == std::string_view::npos) {
+    return false;
+  }
   const std::size_t second = line.find('\t', first + 1);
-  if (second == std::string_view::npos) return false;
+  if (second == std::string_view::npos) {
+    return false;
+  }
   fields.source = line.substr(0, first);
   fields.type = line.substr(first + 1, second - first - 1);
   fields.target = line.substr(second + 1);
@@ -32,8 +36,12 @@ NeDict::NeDict(const common::FilePath& path) : reader_(path) {
   index_.reserve(10000);
   // Empty records have a number too: it is what a record is fetched by.
   for (std::int32_t number = 0; reader_.getline(line); ++number) {
-    if (line.empty()) continue;
-    if (line < previous) throw std::runtime_error("Invalidate NE Input");
+    if (line.empty()) {
+      continue;
+    }
+    if (line < previous) {
+      throw std::runtime_error("Invalidate NE Input");
+    }
     Fields fields;
     if (!cut(line, fields)) {
       throw std::runtime_error("unknown format in named entity dictionary file [" + line + "]");

@@ -7,7 +7,9 @@ namespace {
 
 // The code point of the well-formed three-byte sequence at `at`, or 0.
 unsigned three_byte_character(std::string_view in, std::size_t at) {
-  if (in.size() - at < 3) return 0;
+  if (in.size() - at < 3) {
+    return 0;
+  }
   const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(in[at + i]); };
   if ((byte(0) & 0xF0U) != 0xE0U || (byte(1) & 0xC0U) != 0x80U || (byte(2) & 0xC0U) != 0x80U) {
     return 0;
@@ -28,7 +30,9 @@ char half_width(unsigned character) {
       break;
   }
   // The full-width block repeats ASCII from 0x21 on.
-  if (character < 0xFF01 || character > 0xFF5E) return 0;
+  if (character < 0xFF01 || character > 0xFF5E) {
+    return 0;
+  }
   const char ascii = static_cast<char>(character - 0xFF01 + 0x21);
   return text_is_digit_or_letter(ascii) ? ascii : '\0';
 }
@@ -100,7 +104,9 @@ void Sbc2DbcStrProcessor::rewrite(std::string_view in, common::TextWriter<kPlace
   for (std::size_t i = 0; i < in.size();) {
     const std::size_t next = kLeads.find(in, i);
     out.copy(i, next - i);
-    if (next == in.size()) return;
+    if (next == in.size()) {
+      return;
+    }
     i = next;
     const char ascii = half_width(three_byte_character(in, i));
     if (ascii != '\0') {
@@ -118,7 +124,9 @@ void NormPuncEngStrProcessor::rewrite(std::string_view in, common::TextWriter<kP
   for (std::size_t i = 0; i < in.size();) {
     const std::size_t next = kLeads.find(in, i);
     out.copy(i, next - i);
-    if (next == in.size()) return;
+    if (next == in.size()) {
+      return;
+    }
     i = next;
     const std::string_view mark = ascii_mark(three_byte_character(in, i));
     if (!mark.empty()) {
@@ -137,7 +145,9 @@ void NormPuncChsStrProcessor::rewrite(std::string_view in, common::TextWriter<kP
   for (std::size_t i = 0; i < in.size();) {
     const std::size_t next = kLeads.find(in, i);
     out.copy(i, next - i);
-    if (next == in.size()) return;
+    if (next == in.size()) {
+      return;
+    }
     i = next;
     if (in[i] == '.' && in.substr(i, 3) == "...") {
       out.insert("…", i);

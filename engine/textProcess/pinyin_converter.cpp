@@ -17,28 +17,35 @@ constexpr std::size_t kCharacterBytes = 3;
 constexpr std::size_t kEntryBytes = kCharacterBytes + 2;
 
 void require(bool there) {
-  if (!there) throw std::runtime_error("Invalid input file for PackFreeInput");
+  if (!there) {
+    throw std::runtime_error("Invalid input file for PackFreeInput");
+  }
 }
 
 }  // namespace
 
 PinyinConverter::PinyinConverter(const common::FilePath& path) {
   std::optional<common::MappedFile> file = common::MappedFile::open(path);
-  if (!file) throw std::runtime_error("Cannot open the input pinyin file!");
+  if (!file) {
+    throw std::runtime_error("Cannot open the input pinyin file!");
+  }
   file_ = *std::move(file);
 
   common::ByteReader reader(file_.data());
   std::uint32_t characters = 0;
   require(reader.read_u32(characters));
-  if (characters == 0) throw std::runtime_error("Invalidate wordSize in the Pinyin File");
+  if (characters == 0) {
+    throw std::runtime_error("Invalidate wordSize in the Pinyin File");
+  }
   require(reader.read_bytes(std::uint64_t{characters} * kEntryBytes, entries_));
 
   std::uint32_t count = 0;
   std::uint32_t longest = 0;
   require(reader.read_u32(count));
   require(reader.read_u32(longest));
-  if (count == 0 || longest == 0)
+  if (count == 0 || longest == 0) {
     throw std::runtime_error("Invalidate Pinyin Info in the Pinyin File");
+  }
   const std::uint64_t slot_size = std::uint64_t{longest} + 1;
   require(reader.fits(count, slot_size));
   require(reader.read_bytes(count * slot_size, slots_));
@@ -54,7 +61,9 @@ std::string_view PinyinConverter::find(std::string_view character) const {
     const int order = std::memcmp(entry, character.data(), kCharacterBytes);
     if (order == 0) {
       const std::size_t index = common::load_le<std::uint16_t>(entry + kCharacterBytes);
-      if (index >= slots_.size() / slot_size_) return {};
+      if (index >= slots_.size() / slot_size_) {
+        return {};
+      }
       const char* slot = reinterpret_cast<const char*>(slots_.data()) + index * slot_size_;
       return {slot, static_cast<std::size_t>(std::find(slot, slot + slot_size_, '\0') - slot)};
     }
@@ -71,7 +80,9 @@ bool PinyinConverter::get_pinyin(std::string_view text, std::string& out) const 
   out.clear();
   while (!text.empty()) {
     const int length = text_get_utf8_char_len(text);
-    if (length < 1) return false;
+    if (length < 1) {
+      return false;
+    }
     const std::string_view character = text.substr(0, static_cast<std::size_t>(length));
     if (character.size() == 1) {
       out += character;
@@ -84,13 +95,16 @@ bool PinyinConverter::get_pinyin(std::string_view text, std::string& out) const 
 }
 
 void capitalise_first(std::string& text) {
-  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z')
+  if (!text.empty() && text[0] >= 'a' && text[0] <= 'z') {
     text[0] = static_cast<char>(text[0] - 'a' + 'A');
+  }
 }
 
 void PinyinTranslator::translate(const char* word, std::string& result) const {
   result.clear();
-  if (!copies()) return;
+  if (!copies()) {
+    return;
+  }
   converter_->get_pinyin(word, result);  // what comes before a broken byte still counts
   capitalise_first(result);
 }

@@ -25,7 +25,9 @@ void AbstractPostprocessor::Organize(LangType source, LangType target,
 }
 
 void AbstractPostprocessor::Postprocess(ProcessStr& str) {
-  if (string_head_->Process(str) == 0) throw std::runtime_error("Postprocess error\n");
+  if (string_head_->Process(str) == 0) {
+    throw std::runtime_error("Postprocess error\n");
+  }
 }
 
 EngPostprocessor::EngPostprocessor(LangType source, const common::FilePath& configuration,

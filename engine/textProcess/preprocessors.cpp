@@ -57,7 +57,9 @@ void EngPreprocessor::OrganizeStr2Word(LangType, const Lines& configuration,
                                        const common::FilePath& model_folder) {
   std::unique_ptr<numtrans::RuleTranslator> rules;
   const common::FilePath path = section_path(configuration, "[rule]", model_folder);
-  if (!path.empty()) rules = std::make_unique<numtrans::EcNumTranslator>(path);
+  if (!path.empty()) {
+    rules = std::make_unique<numtrans::EcNumTranslator>(path);
+  }
   build_str2word(configuration, model_folder, std::move(rules), ' ');
 }
 
@@ -82,7 +84,9 @@ void SimpChsPreprocessor::OrganizeStringProcessor(LangType, const Lines& configu
     return section_path(configuration, section, model_folder);
   };
   const common::FilePath dictionary = path("[segment]");
-  if (dictionary.empty()) throw std::runtime_error("can't find segment dictionary configure file");
+  if (dictionary.empty()) {
+    throw std::runtime_error("can't find segment dictionary configure file");
+  }
 
   add_string_step<CleanStrProcessor>();
   add_string_step<Sbc2DbcStrProcessor>();
@@ -99,7 +103,9 @@ void SimpChsPreprocessor::OrganizeStr2Word(LangType, const Lines& configuration,
                                            const common::FilePath& model_folder) {
   std::unique_ptr<numtrans::RuleTranslator> rules;
   const common::FilePath path = section_path(configuration, "[rule]", model_folder);
-  if (!path.empty()) rules = std::make_unique<numtrans::CeNumTranslator>(path);
+  if (!path.empty()) {
+    rules = std::make_unique<numtrans::CeNumTranslator>(path);
+  }
   build_str2word(configuration, model_folder, std::move(rules), kNoJoin);
 }
 
@@ -143,16 +149,20 @@ void GeneralPreprocessor::OrganizeStringProcessor(LangType, const Lines& configu
   };
   const common::FilePath dictionary = path("[segment]");
   const std::string split = section_value(configuration, "[single-word-split]");
-  if (dictionary.empty() && split.empty())
+  if (dictionary.empty() && split.empty()) {
     throw std::runtime_error("can't find segment dictionary configure file, worddict is null");
+  }
 
   add_string_step<CleanStrProcessor>();
   add_string_step<Sbc2DbcStrProcessor>();
-  if (!dictionary.empty())
+  if (!dictionary.empty()) {
     add_string_step<GeneralSegmentStrProcessor>(dictionary, path("[segment_name]"),
                                                 path("[ambiguous_path]"), path("[anti-name]"),
                                                 kAskedPiece, segmenter_);
-  if (split == "1") add_string_step<SingleWordSegStrProcessor>();
+  }
+  if (split == "1") {
+    add_string_step<SingleWordSegStrProcessor>();
+  }
   add_final_string_steps();
 }
 

@@ -24,7 +24,9 @@ class ProcessStr {
   // With `with_positions` the carrier holds an empty position vector, which the
   // caller fills (set_identity does) before the first step.
   explicit ProcessStr(bool with_positions, std::string text = {}) : text_(std::move(text)) {
-    if (with_positions) positions_.emplace();
+    if (with_positions) {
+      positions_.emplace();
+    }
   }
 
   std::string& text() { return text_; }
@@ -37,7 +39,9 @@ class ProcessStr {
 
   // Gives byte i the position i, if positions are kept.
   void set_identity() {
-    if (!positions_) return;
+    if (!positions_) {
+      return;
+    }
     positions_->resize(text_.size());
     std::iota(positions_->begin(), positions_->end(), 0);
   }

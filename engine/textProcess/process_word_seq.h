@@ -26,7 +26,9 @@ class ProcessWordSeq {
   using Positions = std::vector<std::int32_t>;
 
   explicit ProcessWordSeq(bool with_positions) {
-    if (with_positions) positions_.emplace();
+    if (with_positions) {
+      positions_.emplace();
+    }
   }
   ProcessWordSeq(ProcessWordSeq&&) = default;
   ProcessWordSeq& operator=(ProcessWordSeq&&) = default;
@@ -51,7 +53,9 @@ class ProcessWordSeq {
       chunks_.push_back(std::make_unique<char[]>(size_));
     }
     char* copy = chunks_.back().get() + used_;
-    if (!text.empty()) std::memcpy(copy, text.data(), text.size());
+    if (!text.empty()) {
+      std::memcpy(copy, text.data(), text.size());
+    }
     copy[text.size()] = '\0';
     used_ += need;
     return copy;
@@ -60,7 +64,9 @@ class ProcessWordSeq {
   // Drops words, positions and stored texts; keeps whether positions are kept.
   void clear() {
     words_.clear();
-    if (positions_) positions_->clear();
+    if (positions_) {
+      positions_->clear();
+    }
     chunks_.clear();
   }
 

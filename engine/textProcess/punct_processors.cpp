@@ -53,7 +53,9 @@ constexpr const char* kEnglishMarker = "english";
 constexpr std::size_t kMarkSize = 3;  // bytes of each mark of the other sets
 
 void cut_last_link(const std::string& output, std::vector<common::align_t>& alignment) {
-  if (alignment.empty()) return;
+  if (alignment.empty()) {
+    return;
+  }
   const auto length = static_cast<std::int32_t>(output.size());
   if (alignment.back().target_first < length) {
     alignment.back().target_last = length - 1;
@@ -67,21 +69,29 @@ void cut_last_link(const std::string& output, std::vector<common::align_t>& alig
 void PunctTruncateProcessor::GetTruncateMap(LangType source, LangType target,
                                             std::map<std::string, std::string>& map) {
   for (const PairMarks& pair : kPairs) {
-    if (pair.source != source || pair.target != target) continue;
-    for (const Mark& mark : pair.marks) map.emplace(mark.source, mark.target);
+    if (pair.source != source || pair.target != target) {
+      continue;
+    }
+    for (const Mark& mark : pair.marks) {
+      map.emplace(mark.source, mark.target);
+    }
   }
 }
 
 bool PunctTruncateProcessor::DoTruncatePunct(ProcessWordSeq& words, ProcessWordSeq& removed,
                                              const std::map<std::string, std::string>& map) {
   removed = ProcessWordSeq(words.has_positions());
-  if (!words.consistent()) return false;
+  if (!words.consistent()) {
+    return false;
+  }
 
   std::size_t kept = words.words().size();
   while (kept > 0) {
     common::word_node_t& node = words.words()[kept - 1];
     const auto entry = map.find(node.word);
-    if (entry == map.end()) break;
+    if (entry == map.end()) {
+      break;
+    }
     node.translation = entry->second.c_str();
     --kept;
   }
@@ -91,7 +101,9 @@ bool PunctTruncateProcessor::DoTruncatePunct(ProcessWordSeq& words, ProcessWordS
     from.erase(first, from.end());
   };
   cut(words.words(), removed.words());
-  if (words.has_positions()) cut(words.positions(), removed.positions());
+  if (words.has_positions()) {
+    cut(words.positions(), removed.positions());
+  }
   return true;
 }
 
@@ -115,7 +127,9 @@ void PunctAppendProcessor::DoAppendPunct(ProcessWordSeq& words, ProcessWordSeq& 
                                          std::string& output,
                                          std::vector<common::align_t>& alignment,
                                          const std::set<std::string>& set) {
-  if (removed.words().empty()) return;
+  if (removed.words().empty()) {
+    return;
+  }
   if (set.size() == 1 && *set.begin() == kEnglishMarker) {
     DelSentEndPuncts_eng(output, alignment);
   } else {
@@ -143,10 +157,14 @@ void PunctAppendProcessor::DoAppendPunct(ProcessWordSeq& words, ProcessWordSeq& 
 
 void PunctAppendProcessor::DelSentEndPuncts_eng(std::string& output,
                                                 std::vector<common::align_t>& alignment) {
-  if (output.empty()) return;
+  if (output.empty()) {
+    return;
+  }
   switch (output.back()) {
     case '.':
-      if (text_is_abbrev_eng(common::text_prefix_at(output, output.size() - 1))) return;
+      if (text_is_abbrev_eng(common::text_prefix_at(output, output.size() - 1))) {
+        return;
+      }
       break;
     case '!':
     case ',':
@@ -163,9 +181,13 @@ void PunctAppendProcessor::DelSentEndPuncts_eng(std::string& output,
 void PunctAppendProcessor::DelSentEndPuncts(std::string& output,
                                             std::vector<common::align_t>& alignment,
                                             const std::set<std::string>& set) {
-  if (output.size() < kMarkSize) return;
+  if (output.size() < kMarkSize) {
+    return;
+  }
   const std::size_t left = output.size() - kMarkSize;
-  if (!set.contains(output.substr(left))) return;
+  if (!set.contains(output.substr(left))) {
+    return;
+  }
   output.resize(left);
   cut_last_link(output, alignment);
 }

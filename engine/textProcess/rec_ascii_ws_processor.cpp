@@ -9,7 +9,9 @@ bool is_plain_ascii_word(const char* word) {
   bool has_letter_or_digit = false;
   for (; *word != '\0'; ++word) {
     const auto byte = static_cast<unsigned char>(*word);
-    if (byte >= 0x80U) return false;
+    if (byte >= 0x80U) {
+      return false;
+    }
     has_letter_or_digit |= (byte >= '0' && byte <= '9') || (byte >= 'a' && byte <= 'z') ||
                            (byte >= 'A' && byte <= 'Z');
   }
@@ -23,7 +25,9 @@ RecAsciiWsProcessor::RecAsciiWsProcessor(unsigned id, std::unique_ptr<AbstractWs
 
 int RecAsciiWsProcessor::OnProcess(ProcessWordSeq& words) {
   for (common::word_node_t& node : words.words()) {
-    if (node.tag != nullptr || !is_plain_ascii_word(node.word)) continue;
+    if (node.tag != nullptr || !is_plain_ascii_word(node.word)) {
+      continue;
+    }
     node.tag = "ASC";
     node.translation = node.word;
   }

@@ -15,12 +15,18 @@ int RecNameWsProcessor::OnProcess(ProcessWordSeq& words) {
 }
 
 int RecNameWsProcessor::OnProcessWithNameSet(ProcessWordSeq& words) const {
-  if (converter_ == nullptr || names_->empty()) return 1;
+  if (converter_ == nullptr || names_->empty()) {
+    return 1;
+  }
   std::string pinyin;
   for (common::word_node_t& node : words.words()) {
-    if (node.tag != nullptr) continue;
+    if (node.tag != nullptr) {
+      continue;
+    }
     const auto name = names_->find(node.word);
-    if (name == names_->end() || !converter_->convert(*name, pinyin)) continue;
+    if (name == names_->end() || !converter_->convert(*name, pinyin)) {
+      continue;
+    }
     node.translation = pool_->add_string(pinyin);
     node.tag = "PE";
   }

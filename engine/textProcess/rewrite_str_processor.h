@@ -31,7 +31,9 @@ class RewriteStrProcessor : public AbstractStringProcessor {
   // Both replace the text, and succeed; 0 for a carrier of the other kind or one whose positions do
   // not number its bytes.
   int ProcessWithPosVec(ProcessStr& str) const {
-    if (!str.has_positions() || !str.consistent()) return 0;
+    if (!str.has_positions() || !str.consistent()) {
+      return 0;
+    }
     common::TextWriter<true> out(str.text(), str.positions().data(), reserve_for(str));
     step().rewrite(str.text(), out);
     str.text().swap(out.text());
@@ -39,7 +41,9 @@ class RewriteStrProcessor : public AbstractStringProcessor {
     return 1;
   }
   int ProcessWithoutPosVec(ProcessStr& str) const {
-    if (str.has_positions()) return 0;
+    if (str.has_positions()) {
+      return 0;
+    }
     common::TextWriter<false> out(str.text(), nullptr, reserve_for(str));
     step().rewrite(str.text(), out);
     str.text().swap(out.text());

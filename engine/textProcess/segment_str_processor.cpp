@@ -8,10 +8,14 @@
 namespace koralite::textProcess {
 
 bool SegmentStrProcessor::text_align_string(const ProcessStr& source, ProcessStr& target) {
-  if (!source.has_positions() || !target.has_positions() || !source.consistent()) return false;
+  if (!source.has_positions() || !target.has_positions() || !source.consistent()) {
+    return false;
+  }
   const std::string& from = source.text();
   const std::string& to = target.text();
-  if (from.empty()) return false;
+  if (from.empty()) {
+    return false;
+  }
 
   ProcessStr::Positions positions;
   positions.reserve(to.size());
@@ -33,7 +37,9 @@ bool SegmentStrProcessor::text_align_string(const ProcessStr& source, ProcessStr
   const auto rest_is_blank = [](const std::string& text, std::size_t begin) {
     return text.find_first_not_of(' ', begin) == std::string::npos;
   };
-  if (!rest_is_blank(from, i) || !rest_is_blank(to, positions.size())) return false;
+  if (!rest_is_blank(from, i) || !rest_is_blank(to, positions.size())) {
+    return false;
+  }
   positions.resize(to.size(), last);
   target.positions() = std::move(positions);
   return true;
@@ -45,7 +51,9 @@ int SegmentStrProcessor::replace_text(ProcessStr& str, std::string segmented) {
     return 1;
   }
   ProcessStr target(true, std::move(segmented));
-  if (!text_align_string(str, target)) return 0;
+  if (!text_align_string(str, target)) {
+    return 0;
+  }
   str = std::move(target);
   return 1;
 }

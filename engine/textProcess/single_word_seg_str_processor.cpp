@@ -28,7 +28,9 @@ std::string SingleWordSegStrProcessor::word_split(const std::string& text) {
     }
     const int size = text_get_utf8_char_len(std::string_view(text).substr(at));
     const std::size_t take = size < 1 ? 1 : static_cast<std::size_t>(size);
-    if (blank_due && !out.empty()) out += ' ';
+    if (blank_due && !out.empty()) {
+      out += ' ';
+    }
     out.append(text, at, take);
     blank_due = take > 1;
     at += take;

@@ -11,10 +11,14 @@ namespace koralite::textProcess {
 
 int Str2Word::DoProcess(const ProcessStr& str, ProcessWordSeq& words) {
   pool_->clear();
-  if (dictionary_ != nullptr) dictionary_->clear_found();
+  if (dictionary_ != nullptr) {
+    dictionary_->clear_found();
+  }
   words.clear();
   const bool keep_positions = words.has_positions();
-  if (!str.consistent() || (keep_positions && !str.has_positions())) return 0;
+  if (!str.consistent() || (keep_positions && !str.has_positions())) {
+    return 0;
+  }
 
   // The words lie in one copy of the text, each ended in place by a zero byte.
   char* const copy = words.store(str.text());
@@ -29,8 +33,9 @@ int Str2Word::DoProcess(const ProcessStr& str, ProcessWordSeq& words) {
       taken = 1;
     }
     words.words().push_back(node);
-    if (keep_positions)
+    if (keep_positions) {
       words.positions().push_back(str.positions()[static_cast<std::size_t>(tokens[i] - copy)]);
+    }
     i += taken;
   }
   return 1;
@@ -38,15 +43,18 @@ int Str2Word::DoProcess(const ProcessStr& str, ProcessWordSeq& words) {
 
 std::size_t Str2Word::find_span(const std::vector<char*>& tokens, std::size_t first,
                                 ProcessWordSeq& words, common::word_node_t& node) {
-  if (dictionary_ == nullptr && (rules_ == nullptr || !rules_->is_acceptable(tokens[first])))
+  if (dictionary_ == nullptr && (rules_ == nullptr || !rules_->is_acceptable(tokens[first]))) {
     return 0;
+  }
 
   // Every shorter candidate is a prefix of the longest one.
   candidate_.clear();
   std::array<std::size_t, kLongestSpan> ends{};
   const std::size_t longest = std::min(kLongestSpan, tokens.size() - first);
   for (std::size_t n = 0; n < longest; ++n) {
-    if (n > 0 && join_ != '\0') candidate_ += join_;
+    if (n > 0 && join_ != '\0') {
+      candidate_ += join_;
+    }
     candidate_ += tokens[first + n];
     ends[n] = candidate_.size();
   }
@@ -61,7 +69,9 @@ std::size_t Str2Word::find_span(const std::vector<char*>& tokens, std::size_t fi
       continue;
     }
     std::string detail = tokens[first];
-    for (std::size_t k = 1; k < n; ++k) detail.append(1, '_').append(tokens[first + k]);
+    for (std::size_t k = 1; k < n; ++k) {
+      detail.append(1, '_').append(tokens[first + k]);
+    }
     node.word = words.store(detail);
     return n;
   }

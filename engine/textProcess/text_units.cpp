@@ -46,11 +46,15 @@ bool stops_head(char c) {
 
 template <class Inside>
 std::size_t UnitScanner::run_end(Run& run, std::size_t at, Inside inside) const {
-  if (run.known && run.from <= at && at <= run.end) return run.end;
+  if (run.known && run.from <= at && at <= run.end) {
+    return run.end;
+  }
   run.known = true;
   run.from = at;
   run.end = at;
-  while (run.end < text_.size() && inside(text_[run.end])) ++run.end;
+  while (run.end < text_.size() && inside(text_[run.end])) {
+    ++run.end;
+  }
   return run.end;
 }
 
@@ -71,7 +75,9 @@ void UnitScanner::enter_token(std::size_t at) {
     }
     ++token_end_;
   }
-  if (!has_dot_) return;
+  if (!has_dot_) {
+    return;
+  }
   // What forbids an address from its first dot on: a dot without letters or digits beside it
   // (behind it the token may end), an odd byte that is not the token's last. The last flaw decides.
   for (std::size_t i = token_end_; i-- > at;) {
@@ -92,13 +98,21 @@ void UnitScanner::enter_token(std::size_t at) {
 }
 
 std::size_t UnitScanner::url_at(std::size_t at) {
-  if (ends_token(byte(at))) return 0;
-  if (!in_token_ || at >= token_end_) enter_token(at);
-  if (!has_dot_ || last_dot_ < at) return 0;
+  if (ends_token(byte(at))) {
+    return 0;
+  }
+  if (!in_token_ || at >= token_end_) {
+    enter_token(at);
+  }
+  if (!has_dot_ || last_dot_ < at) {
+    return 0;
+  }
 
   const std::size_t stop = run_end(path_, at, is_path_byte);
   const char stopper = byte(stop);
-  if (!stops_head(stopper)) return 0;
+  if (!stops_head(stopper)) {
+    return 0;
+  }
   std::size_t host = at;
   Run* label = &label_;
   if (stopper == ':' && byte(stop + 1) == '/' && byte(stop + 2) == '/') {
@@ -110,26 +124,46 @@ std::size_t UnitScanner::url_at(std::size_t at) {
   }
 
   const std::size_t dot = run_end(*label, host, is_label_byte);
-  if (dot == host || byte(dot) != '.' || !text_is_digit_or_letter(byte(dot + 1))) return 0;
-  if (has_flaw_ && dot <= last_flaw_) return 0;
+  if (dot == host || byte(dot) != '.' || !text_is_digit_or_letter(byte(dot + 1))) {
+    return 0;
+  }
+  if (has_flaw_ && dot <= last_flaw_) {
+    return 0;
+  }
 
   const char last = text_[token_end_ - 1];
   const std::size_t length =
       token_end_ - at - (text_is_digit_or_letter(last) || last == '/' ? 0 : 1);
-  if (length < kShortestUrl) return 0;
+  if (length < kShortestUrl) {
+    return 0;
+  }
   return text_[at + length - 1] == '.' || text_[at + length - 2] == '.' ? 0 : length;
 }
 
 std::size_t UnitScanner::integral_at(std::size_t at) {
   const char first = byte(at);
-  if (first == '\0') return 0;
-  if (const std::size_t length = url_at(at)) return length;
-  if (const std::size_t length = function_at(at)) return length;
+  if (first == '\0') {
+    return 0;
+  }
+  if (const std::size_t length = url_at(at)) {
+    return length;
+  }
+  if (const std::size_t length = function_at(at)) {
+    return length;
+  }
   std::size_t end = at + 1;
-  while (byte(end) == first) ++end;
-  if (end - at >= kShortestRun) return end - at;
-  if (!text_is_non_ascii(first)) return 0;
-  while (text_is_non_ascii(byte(end))) ++end;
+  while (byte(end) == first) {
+    ++end;
+  }
+  if (end - at >= kShortestRun) {
+    return end - at;
+  }
+  if (!text_is_non_ascii(first)) {
+    return 0;
+  }
+  while (text_is_non_ascii(byte(end))) {
+    ++end;
+  }
   return end - at;
 }
 
@@ -148,14 +182,22 @@ std::size_t UnitScanner::plain_word_end(std::size_t at) {
     }
   }
   if (run_found) {
-    if (run == at) return at;
+    if (run == at) {
+      return at;
+    }
     end = run_end(word_, at, is_word_byte);
   }
   // A word that ends its token is plain. Otherwise the rest of the token has a say.
   if (!ends_token(byte(end))) {
-    if (byte(end) == '(' && byte(end + 1) == ')') return at;
-    if (!in_token_ || at >= token_end_) enter_token(at);
-    if (has_dot_ && last_dot_ >= at) return at;
+    if (byte(end) == '(' && byte(end + 1) == ')') {
+      return at;
+    }
+    if (!in_token_ || at >= token_end_) {
+      enter_token(at);
+    }
+    if (has_dot_ && last_dot_ >= at) {
+      return at;
+    }
   }
   return run_found ? run : end;
 }

@@ -7,18 +7,24 @@ namespace koralite::textProcess {
 
 int TMiningUtil::get_utf8_encoding(const char* text, unsigned length, unsigned pos,
                                    unsigned& code) {
-  if (pos >= length) return 0;
+  if (pos >= length) {
+    return 0;
+  }
   const auto lead = static_cast<unsigned char>(text[pos]);
   if (lead < 0x80U) {
     code = lead;
     return 1;
   }
   const int size = std::countl_one(lead);  // 1 is a continuation byte, 7 and 8 lead nothing
-  if (size < 2 || size > 6 || static_cast<unsigned>(size) > length - pos) return -1;
+  if (size < 2 || size > 6 || static_cast<unsigned>(size) > length - pos) {
+    return -1;
+  }
   unsigned value = lead & (0x7FU >> size);
   for (unsigned i = 1; i < static_cast<unsigned>(size); ++i) {
     const auto byte = static_cast<unsigned char>(text[pos + i]);
-    if ((byte & 0xC0U) != 0x80U) return -1;
+    if ((byte & 0xC0U) != 0x80U) {
+      return -1;
+    }
     value = value << 6U | (byte & 0x3FU);
   }
   code = value;

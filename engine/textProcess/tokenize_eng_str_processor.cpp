@@ -12,7 +12,9 @@ constexpr std::string_view kContractions[] = {"'s", "'t", "'m", "'re", "'ll", "'
 
 bool is_contraction(std::string_view suffix) {
   for (const std::string_view known : kContractions) {
-    if (suffix == known) return true;
+    if (suffix == known) {
+      return true;
+    }
   }
   return false;
 }
@@ -20,8 +22,12 @@ bool is_contraction(std::string_view suffix) {
 }  // namespace
 
 int TokenizeEngStrProcessor::OnProcess(ProcessStr& str) {
-  if (const int result = RewriteStrProcessor::OnProcess(str); result == 0) return result;
-  if (const int result = unique_blank_.OnProcess(str); result == 0) return result;
+  if (const int result = RewriteStrProcessor::OnProcess(str); result == 0) {
+    return result;
+  }
+  if (const int result = unique_blank_.OnProcess(str); result == 0) {
+    return result;
+  }
   return connect_ellipsis_.OnProcess(str);
 }
 
@@ -29,7 +35,9 @@ template <bool kPlaced>
 void TokenizeEngStrProcessor::rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const {
   // Contractions and abbreviations are known in lower case.
   std::string lowered(in);
-  for (char& c : lowered) c = common::text_to_lower(c);
+  for (char& c : lowered) {
+    c = common::text_to_lower(c);
+  }
 
   const auto surround = [&](std::size_t at) {
     out.insert(' ', at);
@@ -53,7 +61,9 @@ void TokenizeEngStrProcessor::rewrite(std::string_view in, common::TextWriter<kP
     }
     if (const std::size_t length = units.integral_at(i)) {
       const std::size_t last = i + length - 1;
-      if (!out.empty()) out.insert(' ', i);
+      if (!out.empty()) {
+        out.insert(' ', i);
+      }
       out.copy(i, length);
       out.insert(' ', last);
       i = last;
@@ -80,7 +90,9 @@ void TokenizeEngStrProcessor::rewrite(std::string_view in, common::TextWriter<kP
           // Only a letter behind it that makes no contraction keeps the word whole.
           const bool whole = i + 1 < in.size() && text_is_letter(in[i + 1]) &&
                              !is_contraction(common::text_suffix_at(lowered, i));
-          if (!whole) out.insert(' ', i);
+          if (!whole) {
+            out.insert(' ', i);
+          }
           out.copy(i);
         }
         break;
@@ -96,9 +108,13 @@ void TokenizeEngStrProcessor::rewrite(std::string_view in, common::TextWriter<kP
         if (between(i, text_is_digit_or_letter)) {
           out.copy(i);
         } else {
-          if (i > 0 && in[i - 1] != '-') out.insert(' ', i);
+          if (i > 0 && in[i - 1] != '-') {
+            out.insert(' ', i);
+          }
           out.copy(i);
-          if (i + 1 < in.size() && in[i + 1] != '-') out.insert(' ', i);
+          if (i + 1 < in.size() && in[i + 1] != '-') {
+            out.insert(' ', i);
+          }
         }
         break;
       default:

@@ -10,13 +10,19 @@
 namespace koralite::textProcess {
 
 int TokenizeHyphenWsProcessor::OnProcess(ProcessWordSeq& words) {
-  if (vocab_ == nullptr) return 1;
-  if (!words.consistent()) return 0;
+  if (vocab_ == nullptr) {
+    return 1;
+  }
+  if (!words.consistent()) {
+    return 0;
+  }
 
   ProcessWordSeq::Words pieces;
   ProcessWordSeq::Positions places;
   pieces.reserve(words.words().size());
-  if (words.has_positions()) places.reserve(words.words().size());
+  if (words.has_positions()) {
+    places.reserve(words.words().size());
+  }
 
   for (std::size_t w = 0; w < words.words().size(); ++w) {
     const common::word_node_t& node = words.words()[w];
@@ -25,7 +31,9 @@ int TokenizeHyphenWsProcessor::OnProcess(ProcessWordSeq& words) {
     if (node.tag != nullptr || std::strchr(node.word, '-') == nullptr ||
         vocab_->find(node.word, id)) {
       pieces.push_back(node);
-      if (words.has_positions()) places.push_back(place);
+      if (words.has_positions()) {
+        places.push_back(place);
+      }
       continue;
     }
     const auto add_piece = [&](char* piece) {
@@ -45,7 +53,9 @@ int TokenizeHyphenWsProcessor::OnProcess(ProcessWordSeq& words) {
     add_piece(piece);
   }
   words.words().swap(pieces);
-  if (words.has_positions()) words.positions().swap(places);
+  if (words.has_positions()) {
+    words.positions().swap(places);
+  }
   return 1;
 }
 

@@ -69,26 +69,37 @@ WordSegmentStrProcessor::WordSegmentStrProcessor(
       segment_full_(api.segment_full),
       model_(load_words(api, dictionary, names, ambiguous), ModelDeleter{api.destroy}),
       record_(nullptr, RecordDeleter{api.destroy_out}) {
-  if (!model_) throw std::runtime_error(labels.no_model);
+  if (!model_) {
+    throw std::runtime_error(labels.no_model);
+  }
   record_.reset(api.create_out(static_cast<std::int32_t>(longest_piece_ + 1)));
-  if (!record_) throw std::runtime_error(labels.no_record);
+  if (!record_) {
+    throw std::runtime_error(labels.no_record);
+  }
   load_anti_names(anti_names);
 }
 
 void WordSegmentStrProcessor::load_anti_names(const common::FilePath& path) {
-  if (path.empty()) return;
+  if (path.empty()) {
+    return;
+  }
   common::DesFileReader reader(path);
   for (std::string line; reader.getline(line);) {
-    if (!anti_names_.empty() && line < anti_names_.back())
+    if (!anti_names_.empty() && line < anti_names_.back()) {
       throw std::runtime_error("Invalidate antiname!");
+    }
     anti_names_.push_back(line);
   }
 }
 
 int WordSegmentStrProcessor::OnProcess(ProcessStr& str) {
-  if (names_ != nullptr) names_->clear();
+  if (names_ != nullptr) {
+    names_->clear();
+  }
   std::string segmented;
-  if (!segment(str.text(), segmented)) return 0;
+  if (!segment(str.text(), segmented)) {
+    return 0;
+  }
   return replace_text(str, std::move(segmented));
 }
 
@@ -99,10 +110,14 @@ bool WordSegmentStrProcessor::segment(const std::string& text, std::string& out)
   for (std::size_t start = 0; start < text.size();) {
     const std::size_t end = get_next_pos(text, start);
     piece.assign(text, start, end - start);
-    if (!inner_segment(piece)) return false;
+    if (!inner_segment(piece)) {
+      return false;
+    }
     connect_float(piece);
     connect_hyphen(piece);
-    if (!out.empty()) out += ' ';
+    if (!out.empty()) {
+      out += ' ';
+    }
     out += piece;
     start = end;
   }
@@ -110,42 +125,66 @@ bool WordSegmentStrProcessor::segment(const std::string& text, std::string& out)
 }
 
 std::size_t WordSegmentStrProcessor::get_next_pos(std::string_view text, std::size_t start) const {
-  if (text.size() - start <= longest_piece_) return text.size();
+  if (text.size() - start <= longest_piece_) {
+    return text.size();
+  }
   const std::size_t end = start + longest_piece_;
   std::size_t k = end;
-  while (k > start && is_continuation(text[k])) --k;
-  if (k == start) return end;
-  if (!is_ascii_word_byte(text[k])) return k;
-  while (k > start && is_ascii_word_byte(text[k - 1])) --k;
+  while (k > start && is_continuation(text[k])) {
+    --k;
+  }
+  if (k == start) {
+    return end;
+  }
+  if (!is_ascii_word_byte(text[k])) {
+    return k;
+  }
+  while (k > start && is_ascii_word_byte(text[k - 1])) {
+    --k;
+  }
   return k == start ? end : k;
 }
 
 bool WordSegmentStrProcessor::inner_segment(std::string& piece) {
-  if (piece.size() > longest_piece_) return false;
-  if (segment_full_(model_.get(), piece.c_str(), static_cast<std::int32_t>(piece.size()),
-                    record_.get(), LEXICUT_MODE_FULL) == 0)
+  if (piece.size() > longest_piece_) {
     return false;
+  }
+  if (segment_full_(model_.get(), piece.c_str(), static_cast<std::int32_t>(piece.size()),
+                    record_.get(), LEXICUT_MODE_FULL) == 0) {
+    return false;
+  }
   return get_token(piece);
 }
 
 // Whether the words of the record ascend inside the piece and fit the record.
 bool WordSegmentStrProcessor::record_is_sound(std::size_t piece_length) const {
   const lexicut_out& record = *record_;
-  if (record.count < 0 || static_cast<unsigned>(record.count) > longest_piece_ + 1) return false;
-  if (record.count == 0) return true;
-  if (record.offsets == nullptr || record.lengths == nullptr || record.properties == nullptr)
+  if (record.count < 0 || static_cast<unsigned>(record.count) > longest_piece_ + 1) {
     return false;
+  }
+  if (record.count == 0) {
+    return true;
+  }
+  if (record.offsets == nullptr || record.lengths == nullptr || record.properties == nullptr) {
+    return false;
+  }
   std::int64_t end = 0;  // of the word before
   for (std::int32_t i = 0; i < record.count; ++i) {
-    if (record.offsets[i] < end || record.lengths[i] < 0) return false;
+    if (record.offsets[i] < end || record.lengths[i] < 0) {
+      return false;
+    }
     end = std::int64_t{record.offsets[i]} + record.lengths[i];
-    if (end > static_cast<std::int64_t>(piece_length)) return false;
+    if (end > static_cast<std::int64_t>(piece_length)) {
+      return false;
+    }
   }
   return true;
 }
 
 bool WordSegmentStrProcessor::get_token(std::string& piece) {
-  if (!record_is_sound(piece.size())) return false;
+  if (!record_is_sound(piece.size())) {
+    return false;
+  }
   std::string out;
   out.reserve(segmented_capacity_);
   bool after_ascii = false;
@@ -154,12 +193,15 @@ bool WordSegmentStrProcessor::get_token(std::string& piece) {
         std::string_view(piece).substr(static_cast<std::size_t>(record_->offsets[i]),
                                        static_cast<std::size_t>(record_->lengths[i]));
     const bool ascii = is_ascii(token);
-    if (!out.empty() && !(ascii && after_ascii)) out += ' ';
+    if (!out.empty() && !(ascii && after_ascii)) {
+      out += ' ';
+    }
     out += token;
     after_ascii = ascii;
     if (names_ != nullptr && (record_->properties[i] & LEXICUT_PROPERTY_NAME) != 0 &&
-        !std::binary_search(anti_names_.begin(), anti_names_.end(), token))
+        !std::binary_search(anti_names_.begin(), anti_names_.end(), token)) {
       names_->emplace(token);
+    }
   }
   piece = std::move(out);
   return true;
@@ -167,7 +209,9 @@ bool WordSegmentStrProcessor::get_token(std::string& piece) {
 
 // Joins a dot that stands with blanks between two digits to them: "3 . 14".
 void WordSegmentStrProcessor::connect_float(std::string& piece) {
-  if (piece.find(" . ") == std::string::npos) return;
+  if (piece.find(" . ") == std::string::npos) {
+    return;
+  }
   std::string out;
   out.reserve(piece.size());
   for (std::size_t i = 0; i < piece.size(); ++i) {
@@ -184,7 +228,9 @@ void WordSegmentStrProcessor::connect_float(std::string& piece) {
 
 // Joins a hyphen to the hyphen before it: "- -".
 void WordSegmentStrProcessor::connect_hyphen(std::string& piece) {
-  if (piece.find("- -") == std::string::npos) return;
+  if (piece.find("- -") == std::string::npos) {
+    return;
+  }
   std::string out;
   out.reserve(piece.size());
   for (std::size_t i = 0; i < piece.size(); ++i) {

@@ -22,13 +22,17 @@ bool is_continuation(char byte) {
 std::vector<std::int32_t> owners(const std::vector<align_t>& alignment,
                                  std::span<const std::int32_t> output_positions) {
   std::int32_t size = 0;
-  for (const std::int32_t position : output_positions) size = std::max(size, position + 1);
+  for (const std::int32_t position : output_positions) {
+    size = std::max(size, position + 1);
+  }
   std::vector<std::int32_t> owner(static_cast<std::size_t>(size), -1);
   for (std::size_t i = 0; i < alignment.size(); ++i) {
     const std::int32_t last = std::min(alignment[i].target_last, size - 1);
     for (std::int32_t b = std::max(alignment[i].target_first, 0); b <= last; ++b) {
       std::int32_t& at = owner[static_cast<std::size_t>(b)];
-      if (at < 0) at = static_cast<std::int32_t>(i);
+      if (at < 0) {
+        at = static_cast<std::int32_t>(i);
+      }
     }
   }
   return owner;
@@ -50,7 +54,9 @@ void carry_source(const std::string& source, std::span<const std::int32_t> word_
   const std::int32_t first = position(std::clamp(link.source_first, 0, words - 1));
   const std::int32_t after = link.source_last + 1;
   std::int32_t end = after < words ? position(std::max(after, 0)) : size;
-  while (end > first + 1 && source[static_cast<std::size_t>(end - 1)] == ' ') --end;
+  while (end > first + 1 && source[static_cast<std::size_t>(end - 1)] == ' ') {
+    --end;
+  }
   link.source_first = first;
   link.source_last = std::max(first, end - 1);
 }
@@ -65,7 +71,9 @@ align_t whole_alignment(std::size_t source_length, std::size_t target_length) {
 }
 
 bool check_alignment(int source_words, int output_length, const std::vector<align_t>& alignment) {
-  if (alignment.empty()) return source_words > 0;
+  if (alignment.empty()) {
+    return source_words > 0;
+  }
   return std::all_of(alignment.begin(), alignment.end(), [&](const align_t& link) {
     return in_range(link.source_first, link.source_last, source_words) &&
            in_range(link.target_first, link.target_last, output_length);
@@ -74,20 +82,36 @@ bool check_alignment(int source_words, int output_length, const std::vector<alig
 
 bool check_alignment(const std::string& source, const std::string& output,
                      const std::vector<align_t>& alignment) {
-  if (alignment.empty()) return output.empty();
+  if (alignment.empty()) {
+    return output.empty();
+  }
   const auto source_length = static_cast<std::int64_t>(source.size());
   const auto length = static_cast<std::int64_t>(output.size());
   std::int64_t next = 0;
   for (const align_t& link : alignment) {
-    if (!in_range(link.source_first, link.source_last, source_length)) return false;
-    if (!in_range(link.target_first, link.target_last, length)) return false;
+    if (!in_range(link.source_first, link.source_last, source_length)) {
+      return false;
+    }
+    if (!in_range(link.target_first, link.target_last, length)) {
+      return false;
+    }
     const std::int64_t first = link.target_first;
     const std::int64_t after = std::int64_t{link.target_last} + 1;
-    if (next == 0 && first != 0) return false;
-    if (first > next + 1) return false;
-    if (first == next + 1 && output[static_cast<std::size_t>(next)] != ' ') return false;
-    if (is_continuation(output[static_cast<std::size_t>(first)])) return false;
-    if (after < length && is_continuation(output[static_cast<std::size_t>(after)])) return false;
+    if (next == 0 && first != 0) {
+      return false;
+    }
+    if (first > next + 1) {
+      return false;
+    }
+    if (first == next + 1 && output[static_cast<std::size_t>(next)] != ' ') {
+      return false;
+    }
+    if (is_continuation(output[static_cast<std::size_t>(first)])) {
+      return false;
+    }
+    if (after < length && is_continuation(output[static_cast<std::size_t>(after)])) {
+      return false;
+    }
     next = after;
   }
   return next == length;
@@ -104,14 +128,18 @@ void modify_alignment(const std::string& source, const std::string& output,
   std::vector<align_t> reached(alignment.size(), {0, 0, length, -1});
   for (std::size_t b = 0; b < output_positions.size(); ++b) {
     const std::int32_t from = output_positions[b];
-    if (from < 0 || owner[static_cast<std::size_t>(from)] < 0) continue;
+    if (from < 0 || owner[static_cast<std::size_t>(from)] < 0) {
+      continue;
+    }
     align_t& link = reached[static_cast<std::size_t>(owner[static_cast<std::size_t>(from)])];
     link.target_first = std::min(link.target_first, static_cast<std::int32_t>(b));
     link.target_last = std::max(link.target_last, static_cast<std::int32_t>(b));
   }
   std::vector<align_t> result;
   for (std::size_t i = 0; i < alignment.size(); ++i) {
-    if (reached[i].target_last < 0) continue;
+    if (reached[i].target_last < 0) {
+      continue;
+    }
     align_t link = alignment[i];
     carry_source(source, word_positions, link);
     link.target_first = reached[i].target_first;
@@ -129,10 +157,16 @@ void modify_alignment(const std::string& source, const std::string& output,
     const std::int32_t gap = result[i].target_first - before.target_last - 1;
     const bool lone_blank =
         gap == 1 && output[static_cast<std::size_t>(before.target_last) + 1] == ' ';
-    if (gap > 0 && !lone_blank) before.target_last = result[i].target_first - 1;
+    if (gap > 0 && !lone_blank) {
+      before.target_last = result[i].target_first - 1;
+    }
   }
-  if (!result.empty()) result.back().target_last = length - 1;
-  if (output.empty()) result.clear();
+  if (!result.empty()) {
+    result.back().target_last = length - 1;
+  }
+  if (output.empty()) {
+    result.clear();
+  }
   alignment = std::move(result);
 }
 

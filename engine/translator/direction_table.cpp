@@ -9,7 +9,7 @@ namespace {
 
 using enum textProcess::LangType;
 
-constexpr std::array<language_pair_t, direction_count> table = {{
+constexpr std::array<language_pair_t, kDirectionCount> kTable = {{
     {kChinese, kEnglish},  {kEnglish, kChinese},  {kChinese, kJapanese},   {kJapanese, kChinese},
     {kThai, kEnglish},     {kEnglish, kThai},     {kArabic, kEnglish},     {kEnglish, kArabic},
     {kJapanese, kEnglish}, {kEnglish, kJapanese}, {kChinese, kThai},       {kThai, kChinese},
@@ -24,8 +24,10 @@ constexpr std::array<language_pair_t, direction_count> table = {{
 }  // namespace
 
 language_pair_t languages_of(std::int32_t direction) {
-  if (direction < 0 || direction >= direction_count) return {kNone, kNone};
-  return table[static_cast<std::size_t>(direction)];
+  if (direction < 0 || direction >= kDirectionCount) {
+    return {kNone, kNone};
+  }
+  return kTable[static_cast<std::size_t>(direction)];
 }
 
 }  // namespace koralite::translator

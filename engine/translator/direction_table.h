@@ -7,7 +7,7 @@
 
 namespace koralite::translator {
 
-inline constexpr std::int32_t direction_count = 34;
+inline constexpr std::int32_t kDirectionCount = 34;
 
 struct language_pair_t {
   textProcess::LangType source;

@@ -28,7 +28,7 @@ const char* const KORA_TRANS_DIRECT[34] = {
     "Chinese to German",   "German to Chinese",   "Chinese to WenYan",     "WenYan to Chinese",
     "Chinese to Yue",      "Yue to Chinese"};
 
-std::int32_t g_direct = koralite::translator::direction_count;
+std::int32_t g_direct = koralite::translator::kDirectionCount;
 std::int32_t g_srcType = 0;
 std::int32_t g_targType = 0;
 std::string g_ConfFile;
@@ -40,12 +40,20 @@ const char* kora_get_version() {
 
 int kora_initialize(int direct, const char* confFile, const char* modelFolder) {
   g_direct = direct;  // recorded even when it is refused
-  if (direct < 0 || direct >= koralite::translator::direction_count) return 1;
-  if (confFile == nullptr) return 2;
-  if (g_srcType != 0 || g_targType != 0) return 3;
+  if (direct < 0 || direct >= koralite::translator::kDirectionCount) {
+    return 1;
+  }
+  if (confFile == nullptr) {
+    return 2;
+  }
+  if (g_srcType != 0 || g_targType != 0) {
+    return 3;
+  }
   try {
     g_ConfFile = confFile;
-    if (modelFolder == nullptr) throw std::invalid_argument("no model folder");
+    if (modelFolder == nullptr) {
+      throw std::invalid_argument("no model folder");
+    }
     g_ModelFolder = modelFolder;
     const auto languages = koralite::translator::languages_of(direct);
     g_srcType = static_cast<std::int32_t>(languages.source);
@@ -63,7 +71,9 @@ int kora_initialize(int direct, const char* confFile, const char* modelFolder) {
 }
 
 TransImpl* kora_create_decoder(int direct) {
-  if (direct != g_direct) return nullptr;
+  if (direct != g_direct) {
+    return nullptr;
+  }
   try {
     std::vector<std::string> lines;
     koralite::common::PickConf(g_ConfFile, lines);
@@ -81,7 +91,9 @@ TransImpl* kora_create_decoder(int direct) {
 }
 
 int kora_translate(TransImpl* handle, const std::string& input, std::string& output) {
-  if (handle == nullptr) return 2;
+  if (handle == nullptr) {
+    return 2;
+  }
   try {
     if (&input == &output) {
       const std::string copy = input;
@@ -103,7 +115,7 @@ void kora_destroy_decoder(TransImpl* handle) {
 void kora_finalize() {
   g_srcType = 0;
   g_targType = 0;
-  g_direct = koralite::translator::direction_count;
+  g_direct = koralite::translator::kDirectionCount;
   g_ConfFile.clear();
 }
 

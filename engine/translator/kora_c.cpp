@@ -41,17 +41,17 @@ struct kora_c_translator {
 
 namespace {
 
-constexpr std::size_t max_text = std::size_t{1} << 30U;  // keeps every offset within 32 bits
+constexpr std::size_t kMaxText = std::size_t{1} << 30U;  // keeps every offset within 32 bits
 // The widest search that a folder may ask for: ten times the usual stack, fifty times the
 // usual options.
-constexpr int max_stack = 1000;
-constexpr int max_options = 1000;
+constexpr int kMaxStack = 1000;
+constexpr int kMaxOptions = 1000;
 
 // Language codes in order of LangType, from 1.
-constexpr std::array<std::string_view, 13> language_codes = {
+constexpr std::array<std::string_view, 13> kLanguageCodes = {
     "zh", "en", "ja", "ko", "th", "ar", "es", "fr", "ru", "de", "pt", "lzh", "yue"};
 
-constexpr std::array<const char*, KORA_C_RESULT_COUNT> error_names = {"KORA_C_OK",
+constexpr std::array<const char*, KORA_C_RESULT_COUNT> kErrorNames = {"KORA_C_OK",
                                                                       "KORA_C_BAD_ARGUMENT",
                                                                       "KORA_C_BAD_DIRECTION",
                                                                       "KORA_C_BAD_CONFIGURATION",
@@ -111,18 +111,24 @@ using c_memory = std::unique_ptr<T[], Free>;
 template <class T>
 c_memory<T> copied(const T* from, std::size_t count) {
   c_memory<T> memory(static_cast<T*>(std::calloc(count + 1, sizeof(T))));
-  if (!memory) throw std::bad_alloc();
-  if (count != 0) std::memcpy(memory.get(), from, count * sizeof(T));
+  if (!memory) {
+    throw std::bad_alloc();
+  }
+  if (count != 0) {
+    std::memcpy(memory.get(), from, count * sizeof(T));
+  }
   return memory;
 }
 
 void need(bool condition, const char* message) {
-  if (!condition) throw Failure(KORA_C_BAD_ARGUMENT, message);
+  if (!condition) {
+    throw Failure(KORA_C_BAD_ARGUMENT, message);
+  }
 }
 
 std::string_view view(const char* text, std::size_t length) {
   need(text != nullptr || length == 0, "a null pointer with a length");
-  need(length <= max_text, "text above 1 GiB");
+  need(length <= kMaxText, "text above 1 GiB");
   return length == 0 ? std::string_view() : std::string_view(text, length);
 }
 
@@ -165,7 +171,7 @@ void check_manifest(const FilePath& configuration, const FilePath& folder) {
 // A folder says how long a sentence takes; this bounds what it can say.
 void check_search_width(const FilePath& path) {
   const koralite::decoder::Parameter parameter(path);
-  if (parameter.stack_limit > max_stack || parameter.translation_limit > max_options) {
+  if (parameter.stack_limit > kMaxStack || parameter.translation_limit > kMaxOptions) {
     throw Failure(KORA_C_BAD_CONFIGURATION, path.text() + ": [stack] or [option] above 1000");
   }
 }
@@ -224,17 +230,21 @@ const char* kora_c_version(void) {
 }
 
 const char* kora_c_error_name(std::int32_t result) {
-  if (result < 0 || result >= KORA_C_RESULT_COUNT) return "unknown result";
-  return error_names[static_cast<std::size_t>(result)];
+  if (result < 0 || result >= KORA_C_RESULT_COUNT) {
+    return "unknown result";
+  }
+  return kErrorNames[static_cast<std::size_t>(result)];
 }
 
 std::int32_t kora_c_find_direction(const char* name, std::size_t length) {
-  if (name == nullptr) return -1;
+  if (name == nullptr) {
+    return -1;
+  }
   const std::string_view wanted(name, length);
   const auto code_of = [](LangType type) {
-    return language_codes[static_cast<std::size_t>(type) - 1];
+    return kLanguageCodes[static_cast<std::size_t>(type) - 1];
   };
-  for (std::int32_t code = 0; code < koralite::translator::direction_count; ++code) {
+  for (std::int32_t code = 0; code < koralite::translator::kDirectionCount; ++code) {
     const auto pair = koralite::translator::languages_of(code);
     const std::string_view source = code_of(pair.source);
     const std::string_view target = code_of(pair.target);
@@ -295,9 +305,15 @@ const char* kora_c_message(const kora_c_translator* translator) {
 
 std::int32_t kora_c_translate(kora_c_translator* translator, const char* text, std::size_t length,
                               char** output, std::size_t* output_length) {
-  if (output != nullptr) *output = nullptr;
-  if (output_length != nullptr) *output_length = 0;
-  if (translator == nullptr) return KORA_C_BAD_ARGUMENT;
+  if (output != nullptr) {
+    *output = nullptr;
+  }
+  if (output_length != nullptr) {
+    *output_length = 0;
+  }
+  if (translator == nullptr) {
+    return KORA_C_BAD_ARGUMENT;
+  }
   return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
     need(output != nullptr && output_length != nullptr, "no place for the output");
     std::string result;
@@ -311,11 +327,21 @@ std::int32_t kora_c_translate(kora_c_translator* translator, const char* text, s
 std::int32_t kora_c_translate_aligned(kora_c_translator* translator, const char* text,
                                       std::size_t length, char** output, std::size_t* output_length,
                                       std::int32_t** links, std::size_t* link_count) {
-  if (output != nullptr) *output = nullptr;
-  if (output_length != nullptr) *output_length = 0;
-  if (links != nullptr) *links = nullptr;
-  if (link_count != nullptr) *link_count = 0;
-  if (translator == nullptr) return KORA_C_BAD_ARGUMENT;
+  if (output != nullptr) {
+    *output = nullptr;
+  }
+  if (output_length != nullptr) {
+    *output_length = 0;
+  }
+  if (links != nullptr) {
+    *links = nullptr;
+  }
+  if (link_count != nullptr) {
+    *link_count = 0;
+  }
+  if (translator == nullptr) {
+    return KORA_C_BAD_ARGUMENT;
+  }
   return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
     need(output != nullptr && output_length != nullptr && links != nullptr && link_count != nullptr,
          "no place for the output or the links");
@@ -340,11 +366,21 @@ std::int32_t kora_c_translate_aligned(kora_c_translator* translator, const char*
 std::int32_t kora_c_translate_nbest(kora_c_translator* translator, const char* text,
                                     std::size_t length, std::uint32_t n, char** outputs,
                                     std::size_t** ends, float** scores, std::size_t* count) {
-  if (outputs != nullptr) *outputs = nullptr;
-  if (ends != nullptr) *ends = nullptr;
-  if (scores != nullptr) *scores = nullptr;
-  if (count != nullptr) *count = 0;
-  if (translator == nullptr) return KORA_C_BAD_ARGUMENT;
+  if (outputs != nullptr) {
+    *outputs = nullptr;
+  }
+  if (ends != nullptr) {
+    *ends = nullptr;
+  }
+  if (scores != nullptr) {
+    *scores = nullptr;
+  }
+  if (count != nullptr) {
+    *count = 0;
+  }
+  if (translator == nullptr) {
+    return KORA_C_BAD_ARGUMENT;
+  }
   return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
     need(outputs != nullptr && ends != nullptr && scores != nullptr && count != nullptr,
          "no place for the outputs, their ends, scores or count");

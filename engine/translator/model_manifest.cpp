@@ -16,11 +16,11 @@ namespace koralite::translator {
 namespace {
 
 // Sections of the engine configuration whose value is a file of the folder.
-constexpr const char* resource_sections[] = {"[recase]",    "[ne]",           "[rule]",
+constexpr const char* kResourceSections[] = {"[recase]",    "[ne]",           "[rule]",
                                              "[segment]",   "[segment_name]", "[ambiguous_path]",
                                              "[anti-name]", "[pinyin]"};
 
-constexpr std::string_view digest_header = "[digest]\n";
+constexpr std::string_view kDigestHeader = "[digest]\n";
 
 std::string digest_of(std::string_view text) {
   return common::Sha256::hex_of({reinterpret_cast<const unsigned char*>(text.data()), text.size()});
@@ -29,12 +29,18 @@ std::string digest_of(std::string_view text) {
 // A line "<64 digits> <size> <name>".
 bool parse_file_line(const std::string& line, manifest_file_t& file) {
   const std::size_t first = line.find(' ');
-  if (first != 64 || line.find_first_not_of("0123456789abcdef") != first) return false;
+  if (first != 64 || line.find_first_not_of("0123456789abcdef") != first) {
+    return false;
+  }
   const std::size_t second = line.find(' ', first + 1);
-  if (second == std::string::npos || second + 1 == line.size()) return false;
+  if (second == std::string::npos || second + 1 == line.size()) {
+    return false;
+  }
   const auto [end, error] =
       std::from_chars(line.data() + first + 1, line.data() + second, file.size);
-  if (error != std::errc() || end != line.data() + second) return false;
+  if (error != std::errc() || end != line.data() + second) {
+    return false;
+  }
   file.sha256 = line.substr(0, first);
   file.name = line.substr(second + 1);
   return true;
@@ -45,16 +51,24 @@ std::set<std::string> named_files(const std::vector<std::string>& configuration,
                                   const common::FilePath& folder) {
   std::set<std::string> names;
   std::string value;
-  for (const char* section : resource_sections) {
-    if (common::find_conf(configuration, section, value) && !value.empty()) names.insert(value);
+  for (const char* section : kResourceSections) {
+    if (common::find_conf(configuration, section, value) && !value.empty()) {
+      names.insert(value);
+    }
   }
   std::vector<std::string> values;
-  if (!common::find_conf(configuration, "[decoder]", values)) return names;
+  if (!common::find_conf(configuration, "[decoder]", values)) {
+    return names;
+  }
   names.insert(values.front());
   const decoder::Parameter parameter(folder.file(values.front()));
   names.insert({parameter.source_vocab, parameter.target_vocab, parameter.lang_model});
-  if (parameter.compress) names.insert(parameter.compress_vocab);
-  for (const char* suffix : {"", ".nodes", ".data"}) names.insert(parameter.trans_model + suffix);
+  if (parameter.compress) {
+    names.insert(parameter.compress_vocab);
+  }
+  for (const char* suffix : {"", ".nodes", ".data"}) {
+    names.insert(parameter.trans_model + suffix);
+  }
   return names;
 }
 
@@ -62,7 +76,7 @@ std::set<std::string> named_files(const std::vector<std::string>& configuration,
 
 std::string with_manifest_digest(std::string text) {
   const std::string digest = digest_of(text);
-  return text.append(digest_header).append(digest).append(1, '\n');
+  return text.append(kDigestHeader).append(digest).append(1, '\n');
 }
 
 std::vector<std::string> manifest_lines(const common::FilePath& path) {
@@ -75,9 +89,11 @@ std::vector<std::string> manifest_lines(const common::FilePath& path) {
   }
   const common::MappedFile file(path);
   const std::string_view text(reinterpret_cast<const char*>(file.data().data()), file.size());
-  const std::size_t header = text.rfind(digest_header);
+  const std::size_t header = text.rfind(kDigestHeader);
   // The first version had no digest; a damaged number must not make one of the second of it.
-  if (version == "1" && header == std::string_view::npos) return lines;
+  if (version == "1" && header == std::string_view::npos) {
+    return lines;
+  }
   if (header == std::string_view::npos ||
       text != with_manifest_digest(std::string(text.substr(0, header)))) {
     throw std::runtime_error(path.text() +
@@ -108,7 +124,9 @@ std::string compare_with_manifest(const common::FilePath& folder, const manifest
   const std::string& path = place.text();
   std::string reason;
   const auto file = common::MappedFile::open(place, &reason);
-  if (!file) return path + ": " + reason + "; copy the folder again from where it was made";
+  if (!file) {
+    return path + ": " + reason + "; copy the folder again from where it was made";
+  }
   if (file->size() != listed.size) {
     return path + ": " + std::to_string(file->size()) + " bytes, the manifest says " +
            std::to_string(listed.size) + "; copy the folder again, or run 'kora pack' again";
@@ -121,7 +139,7 @@ std::string compare_with_manifest(const common::FilePath& folder, const manifest
 }
 
 void verify_model_folder(const common::FilePath& configuration, const common::FilePath& folder) {
-  const common::FilePath path = folder.file(manifest_name);
+  const common::FilePath path = folder.file(kManifestName);
   std::vector<std::string> lines = manifest_lines(path);
   std::vector<manifest_file_t> files = manifest_files(lines, path.text());
   // From small to large, so that most damage is found before much is read.
@@ -130,7 +148,9 @@ void verify_model_folder(const common::FilePath& configuration, const common::Fi
       [](const manifest_file_t& a, const manifest_file_t& b) { return a.size < b.size; });
   for (const manifest_file_t& file : files) {
     const std::string problem = compare_with_manifest(folder, file);
-    if (!problem.empty()) throw std::runtime_error(problem);
+    if (!problem.empty()) {
+      throw std::runtime_error(problem);
+    }
   }
   const auto listed = [&](const std::string& name) {
     return std::find_if(files.begin(), files.end(),

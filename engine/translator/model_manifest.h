@@ -11,7 +11,7 @@
 
 namespace koralite::translator {
 
-inline constexpr const char* manifest_name = "manifest.conf";
+inline constexpr const char* kManifestName = "manifest.conf";
 
 struct manifest_file_t {
   std::string name;        // relative to the folder

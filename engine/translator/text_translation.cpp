@@ -22,7 +22,9 @@ template <class Use>
 bool for_each_line(std::string_view input, Use&& use) {
   for (std::size_t begin = 0; begin < input.size();) {
     const std::size_t end = std::min(input.find('\n', begin), input.size());
-    if (end > begin && !use(input.substr(begin, end - begin), begin)) return false;
+    if (end > begin && !use(input.substr(begin, end - begin), begin)) {
+      return false;
+    }
     begin = end + 1;
   }
   return true;
@@ -36,16 +38,22 @@ bool translate_lines(LangType source, std::string_view input, std::string& outpu
                      TranslateSentence&& translate, FinishLine&& finish_line) {
   output.clear();
   return for_each_line(input, [&](std::string_view line, std::size_t offset) {
-    if (!can_split(source)) return false;
+    if (!can_split(source)) {
+      return false;
+    }
     std::string joined;
     bool is_first = true;
     for (const std::string& sentence : split_sentences(std::string(line), source)) {
-      if (!is_first) joined += ' ';
+      if (!is_first) {
+        joined += ' ';
+      }
       is_first = false;
       joined += translate(sentence, offset, joined.size());
       offset += sentence.size();
     }
-    if (!output.empty()) output += '\n';
+    if (!output.empty()) {
+      output += '\n';
+    }
     finish_line(output.size());
     output += joined;
     return true;

@@ -46,7 +46,9 @@ void TransImpl::Translate(unsigned n, const std::string& source,
     ProcessStr result(false, std::move(outputs[i]));
     Postprocess(result);
     outputs[i] = std::move(result.text());
-    if (i < scores.size() && !scores[i].empty()) outputs[i] += " ||| " + scores[i];
+    if (i < scores.size() && !scores[i].empty()) {
+      outputs[i] += " ||| " + scores[i];
+    }
   }
 }
 

@@ -16,7 +16,9 @@ using Lines = std::vector<std::string>;
 
 std::string bytes(std::initializer_list<int> values) {
   std::string text;
-  for (const int value : values) text.push_back(static_cast<char>(value));
+  for (const int value : values) {
+    text.push_back(static_cast<char>(value));
+  }
   return text;
 }
 
@@ -46,7 +48,9 @@ TEST(DesFileReader, Records) {
     const std::string path = folder.write("file", c.file);
     DesFileReader reader(path);
     Lines found;
-    for (std::string line; reader.getline(line);) found.push_back(line);
+    for (std::string line; reader.getline(line);) {
+      found.push_back(line);
+    }
     EXPECT_EQ(found, c.lines) << c.name;
     ASSERT_EQ(reader.record_count(), c.lines.size()) << c.name;
 
@@ -67,10 +71,14 @@ TEST(DesFileReader, LongFilesGiveEveryRecord) {
   const TempFolder folder;
   for (const unsigned size : {2U, 40U, 50000U}) {
     std::string file = le(size, 4);
-    for (int i = 0; i < 30; ++i) file += bytes({0x2C}) + std::string(size - 1, '\0');
+    for (int i = 0; i < 30; ++i) {
+      file += bytes({0x2C}) + std::string(size - 1, '\0');
+    }
     DesFileReader reader(folder.write("file", file));
     int count = 0;
-    for (std::string line; reader.getline(line); ++count) EXPECT_EQ(line, "a");
+    for (std::string line; reader.getline(line); ++count) {
+      EXPECT_EQ(line, "a");
+    }
     EXPECT_EQ(count, 30) << size;
   }
 }

@@ -23,7 +23,9 @@ TEST(MappedFile, BothWaysGiveTheBytesOfTheFile) {
   const TempFolder folder;
   for (const std::size_t size : {0U, 1U, 4096U, 65536U, 65537U, 300000U}) {
     std::string bytes(size, '\0');
-    for (std::size_t i = 0; i < size; ++i) bytes[i] = static_cast<char>(i * 7 + i / 256);
+    for (std::size_t i = 0; i < size; ++i) {
+      bytes[i] = static_cast<char>(i * 7 + i / 256);
+    }
     const std::string path = folder.write("file", bytes);
     for (const auto access : {MappedFile::Access::kMap, MappedFile::Access::kCopy}) {
       MappedFile file(path, access);

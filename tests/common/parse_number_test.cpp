@@ -31,8 +31,9 @@ TEST(ParseNumber, LeadingFloatsInAnyLocale) {
   const std::locale before = std::locale::global(std::locale(std::locale(), new comma_t));
   for_cases("cases.txt", "leading floats", [](const Case& c) {
     std::string text = c[0];
-    if (const std::size_t at = text.find("<zeros>"); at != text.npos)
+    if (const std::size_t at = text.find("<zeros>"); at != text.npos) {
       text.replace(at, 7, std::string(400, '0'));
+    }
     EXPECT_EQ(parse_leading_double(text), c.ratios(1).at(0));
   });
   std::locale::global(before);

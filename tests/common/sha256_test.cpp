@@ -34,7 +34,9 @@ TEST(Sha256, KnownDigests) {
 
 TEST(Sha256, PiecesGiveTheDigestOfTheWhole) {
   std::string text;
-  for (int i = 0; i < 300; ++i) text += static_cast<char>(i * 7);
+  for (int i = 0; i < 300; ++i) {
+    text += static_cast<char>(i * 7);
+  }
   for (std::size_t step : {1U, 3U, 63U, 64U, 65U, 130U}) {
     Sha256 sha;
     for (std::size_t at = 0; at < text.size(); at += step) {

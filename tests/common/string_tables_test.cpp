@@ -27,7 +27,9 @@ constexpr const char* kDamaged = "can't read file in StringIndex::load()";
 std::string random_word(std::mt19937& random) {
   static constexpr char kLetters[] = {'a', 'b', '\x7F', '\x80', '\xFF'};
   std::string word(random() % 8, ' ');
-  for (char& c : word) c = kLetters[random() % 5];
+  for (char& c : word) {
+    c = kLetters[random() % 5];
+  }
   return word;
 }
 
@@ -59,7 +61,9 @@ TEST(StringHashMap, LaterKeysShadowEarlierOnesAndLengthsCount) {
   // With 131 buckets only the last byte chooses the bucket: all these keys collide.
   StringHashMap<pair_t> map(131);
   const char* keys[] = {"one", "tone", "e", "", "one"};
-  for (int i = 0; i < 5; ++i) map.insert(keys[i], {i, -i});
+  for (int i = 0; i < 5; ++i) {
+    map.insert(keys[i], {i, -i});
+  }
   EXPECT_EQ(map.bucket_of("one", 3), map.bucket_of("tone", 4));
   const std::tuple<const char*, std::size_t, int> cases[] = {
       {"one", 3, 4}, {"onerous", 3, 4}, {"tone", 4, 1},  {"e", 1, 2},
@@ -73,7 +77,9 @@ TEST(StringHashMap, LaterKeysShadowEarlierOnesAndLengthsCount) {
   // 131 * 0xFF.. wraps in 32 bits and bit 31 is cleared before the division.
   EXPECT_EQ(StringHashMap<pair_t>(1000).bucket_of("\xFF\xFF\xFF\xFF\xFF", 5), [] {
     std::uint64_t h = 0;
-    for (int i = 0; i < 5; ++i) h = (h * 131 + 255) % 4294967296ULL;
+    for (int i = 0; i < 5; ++i) {
+      h = (h * 131 + 255) % 4294967296ULL;
+    }
     return h % 2147483648ULL % 1000;
   }());
 }
@@ -106,7 +112,9 @@ TEST(StringIndex, AgreesWithAnOrderedMap) {
     loaded.load(path);
 
     std::uint64_t key_bytes = 0;
-    for (const auto& [word, id] : reference) key_bytes += word.size() + 1;
+    for (const auto& [word, id] : reference) {
+      key_bytes += word.size() + 1;
+    }
     for (const StringIndex* index : {&single, &bulk, &loaded}) {
       ASSERT_EQ(index->size(), reference.size());
       EXPECT_EQ(index->get_key_capacity(), key_bytes);
@@ -146,13 +154,18 @@ TEST(StringIndex, FilesOfEveryShape) {
   };
   for_cases("cases.txt", "string index files", [&](const Case& c) {
     std::string bytes = le(c.size(1), 8) + le(c.size(2), 8);
-    for (const int id : c.numbers(3)) bytes += le(static_cast<std::uint32_t>(id), 4);
-    for (const char byte : c[4]) bytes += byte == '|' ? '\0' : byte;
+    for (const int id : c.numbers(3)) {
+      bytes += le(static_cast<std::uint32_t>(id), 4);
+    }
+    for (const char byte : c[4]) {
+      bytes += byte == '|' ? '\0' : byte;
+    }
     StringIndex index;
     EXPECT_EQ(load(index, bytes), c[5] == "damaged" ? kDamaged : "");
     std::vector<std::string> listing;
-    for (const auto& node : index.nodes())
+    for (const auto& node : index.nodes()) {
       listing.push_back(std::string(node.text) + "=" + std::to_string(node.id));
+    }
     EXPECT_EQ(listing, c[5] == "damaged" ? std::vector<std::string>() : c.words(5));
   });
   // A file cut anywhere before its last key byte is damaged.
@@ -199,8 +212,9 @@ TEST(StringIndex, LoadingAndSavingKeepsWhatIsThere) {
   EXPECT_EQ(message_of([&] { other.save("/dev/full"); }),
             "can't write data in StringIndex::save()");
   std::size_t files = 0;
-  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder.path()))
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder.path())) {
     ++files;
+  }
   EXPECT_EQ(files, 1U) << "no half-written file stays";
 }
 

@@ -32,7 +32,9 @@ TEST(KoraFgets, LinesAndOverflow) {
     Lines found = {c[0]};
     char buffer[8];
     const std::string error = message_of([&] {
-      while (char* line = kora_fgets(buffer, 8, stream.file.get())) found.emplace_back(line);
+      while (char* line = kora_fgets(buffer, 8, stream.file.get())) {
+        found.emplace_back(line);
+      }
     });
     if (!error.empty()) {
       EXPECT_EQ(error, "input line length overflow in kora_fgets()");
@@ -48,7 +50,9 @@ TEST(SplitString, ArrayForm) {
     const char* fields[9];
     const int count = split_string(text.data(), fields, c.number(1), ',');
     EXPECT_EQ(Lines(fields, fields + count), Lines(c.cells.begin() + 3, c.cells.end()));
-    for (char& byte : text) byte = byte == '\0' ? '~' : byte;
+    for (char& byte : text) {
+      byte = byte == '\0' ? '~' : byte;
+    }
     EXPECT_EQ(text, c[2]);
   });
 }
@@ -63,7 +67,9 @@ TEST(SplitString, ListForms) {
     text = c[0];
     split_string(text.data(), fields, c[1].c_str());
     EXPECT_EQ(Lines(fields.begin(), fields.end()), wanted);
-    if (c[1].size() != 1) return;
+    if (c[1].size() != 1) {
+      return;
+    }
     text = c[0];
     split_string(text.data(), fields, c[1][0]);
     EXPECT_EQ(Lines(fields.begin(), fields.end()), wanted);
@@ -73,7 +79,9 @@ TEST(SplitString, ListForms) {
 TEST(PackFreeInput, ReadsAcrossBufferBoundsAndStopsAtTheEnd) {
   const TempFolder folder;
   std::string bytes;  // 7-byte groups, so that values straddle the end of every buffer
-  for (unsigned i = 0; i < 5000; ++i) bytes += le(i * 2654435761U, 4) + le(i, 3);
+  for (unsigned i = 0; i < 5000; ++i) {
+    bytes += le(i * 2654435761U, 4) + le(i, 3);
+  }
   const Stream stream(folder.write("file", bytes + "ab"));
   PackFreeInput input(stream.file.get());
   for (unsigned i = 0; i < 5000; ++i) {

@@ -118,7 +118,9 @@ TEST(CompactLmModel, RefusesDamageWhenOpening) {
               }),
               c[2]);
     // Without resident trees the same damage shows when a sentence asks for the tree.
-    if (c[2] != "damaged tree in PackedLM") return;
+    if (c[2] != "damaged tree in PackedLM") {
+      return;
+    }
     CompactLmModel model(path, 8, 0);
     EXPECT_EQ(message_of([&] { model.add_to_cache(std::set<int>{0, 1, 2, 3}); }), c[2]);
     EXPECT_EQ(model.GetTree(3).count, 0U);
@@ -139,7 +141,9 @@ TEST(CompactLmModel, RefusesOrdersAndMissingFiles) {
     EXPECT_EQ(message_of([&] { CompactLmModel(path, bad); }), order);
     EXPECT_EQ(message_of([&] { CompactLmModel(folder.path("none"), bad); }), order);
   }
-  for (const int good : {1, 8}) EXPECT_EQ(CompactLmModel(path, good).order(), good);
+  for (const int good : {1, 8}) {
+    EXPECT_EQ(CompactLmModel(path, good).order(), good);
+  }
   for (const std::string& missing : {folder.path("none"), folder.path()}) {
     EXPECT_EQ(message_of([&] { CompactLmModel(missing, 3); }), "failed to open file in PackedLM");
   }

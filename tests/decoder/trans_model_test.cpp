@@ -208,8 +208,12 @@ TEST(TargetData, ReadsNoFurtherThanItsBlock) {
       EXPECT_EQ(entries, test.entries);
     }
   };
-  for (const block_case_t& test : plain_cases) check(test, nullptr);
-  for (const block_case_t& test : compact_cases) check(test, &compressor);
+  for (const block_case_t& test : plain_cases) {
+    check(test, nullptr);
+  }
+  for (const block_case_t& test : compact_cases) {
+    check(test, &compressor);
+  }
 }
 
 std::string node(int key, std::int64_t link, std::uint32_t offset = 0) {
@@ -240,7 +244,9 @@ std::string open_and_search(const TempFolder& folder, const Files& files,
     model.search_sentence(sentence, table);
     for (std::size_t i = 0; i < sentence.size(); ++i) {
       for (std::size_t k = 0; k < 8; ++k) {
-        if (table[i][k].empty()) continue;
+        if (table[i][k].empty()) {
+          continue;
+        }
         found += (found.empty() ? "" : " ") + std::to_string(i) + std::to_string(k) +
                  std::string(table[i][k].bytes().begin(), table[i][k].bytes().end());
       }

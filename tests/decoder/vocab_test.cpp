@@ -62,7 +62,9 @@ TEST(Vocab, Limits) {
             "string overflow in Vocab::encode()");
   EXPECT_EQ(vocab.encode(long_tag.substr(1).c_str()), 257);
   EXPECT_EQ(vocab.encode(("<" + long_tag.substr(2)).c_str()), 1) << "one byte less is a tag word";
-  for (int i = 1; i < 32; ++i) EXPECT_EQ(vocab.encode(tag(i).c_str()), 8 * i + 3);
+  for (int i = 1; i < 32; ++i) {
+    EXPECT_EQ(vocab.encode(tag(i).c_str()), 8 * i + 3);
+  }
   EXPECT_EQ(message_of([&] { vocab.encode(tag(32).c_str()); }),
             "named entity overflow in Vocab::encode()");
   EXPECT_EQ(message_of([&] { vocab.encode(std::string(102400, 'x').c_str()); }),
@@ -106,7 +108,9 @@ TEST(Vocab, RefusesIdsThatAreNotDense) {
     const std::vector<int> ids = c.numbers(0);
     const bool good = c.yes(1);
     StringIndex index;
-    for (std::size_t i = 0; i < ids.size(); ++i) index.insert("w" + std::to_string(i), ids[i]);
+    for (std::size_t i = 0; i < ids.size(); ++i) {
+      index.insert("w" + std::to_string(i), ids[i]);
+    }
     index.save(path);
     Vocab vocab;
     EXPECT_EQ(message_of([&] { vocab.load(path.c_str()); }),

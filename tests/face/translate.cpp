@@ -5,7 +5,9 @@
 #include "kora/kora.h"
 
 int main(int argc, char** argv) {
-  if (argc != 3) return 2;
+  if (argc != 3) {
+    return 2;
+  }
   const std::string folder = argv[1];
   const int result = kora_initialize(1, (folder + "/engine.conf").c_str(), folder.c_str());
   if (result != 0) {

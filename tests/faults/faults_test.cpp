@@ -49,15 +49,21 @@ Function real(const char* name) {
 }
 
 void* allocate(std::size_t size) {
-  if (burns(memory_fuse)) throw std::bad_alloc();
+  if (burns(memory_fuse)) {
+    throw std::bad_alloc();
+  }
   void* const block = std::malloc(size != 0 ? size : 1);
-  if (block == nullptr) throw std::bad_alloc();
+  if (block == nullptr) {
+    throw std::bad_alloc();
+  }
   ++live_blocks;
   return block;
 }
 
 void release(void* block) noexcept {
-  if (block == nullptr) return;
+  if (block == nullptr) {
+    return;
+  }
   --live_blocks;
   std::free(block);
 }
@@ -86,20 +92,28 @@ void operator delete[](void* block, std::size_t) noexcept {
 extern "C" {
 
 int open(const char* path, int flags, ...) {
-  if (file_fault != Fault::kShort && burns(file_fuse)) return fail(EIO);
+  if (file_fault != Fault::kShort && burns(file_fuse)) {
+    return fail(EIO);
+  }
   return real<int (*)(const char*, int, ...)>("open")(path, flags);
 }
 
 int stat(const char* path, struct stat* status) noexcept {
-  if (file_fault == Fault::kError && burns(file_fuse)) return fail(EIO);
+  if (file_fault == Fault::kError && burns(file_fuse)) {
+    return fail(EIO);
+  }
   return real<int (*)(const char*, struct stat*)>("stat")(path, status);
 }
 
 int fstat(int fd, struct stat* status) noexcept {
   const bool fails = file_fault != Fault::kInterrupted && burns(file_fuse);
-  if (fails && file_fault == Fault::kError) return fail(EIO);
+  if (fails && file_fault == Fault::kError) {
+    return fail(EIO);
+  }
   const int code = real<int (*)(int, struct stat*)>("fstat")(fd, status);
-  if (fails && code == 0) status->st_size /= 2;  // as if the file had just been cut
+  if (fails && code == 0) {
+    status->st_size /= 2;  // as if the file had just been cut
+  }
   return code;
 }
 
@@ -123,9 +137,13 @@ FILE* fopen(const char* path, const char* mode) {
 
 size_t fread(void* to, size_t size, size_t count, FILE* file) {
   const auto read = real<size_t (*)(void*, size_t, size_t, FILE*)>("fread");
-  if (!burns(file_fuse)) return read(to, size, count, file);
+  if (!burns(file_fuse)) {
+    return read(to, size, count, file);
+  }
   const size_t got = read(to, size, count / 2, file);
-  if (file_fault == Fault::kShort) return got / 2;  // the file ends here
+  if (file_fault == Fault::kShort) {
+    return got / 2;  // the file ends here
+  }
   fail(EIO);
   stream_failed = true;
   return got;
@@ -150,16 +168,18 @@ constexpr const char* kTexts[] = {"The file opens 5 percent of new york. Is it k
                                   "张三打开上海的文件。第三名和这个程序？"};
 
 // The whole life of a handle. Gives the first code that was not 0 (100 for no handle).
-struct outcome_t {
+struct Outcome {
   int code = 0;
   std::string text;
 };
-outcome_t run(int direct, const std::string& folder, std::atomic<long>* fuse = nullptr,
-              long fails_at = -1) {
+Outcome run(int direct, const std::string& folder, std::atomic<long>* fuse = nullptr,
+            long fails_at = -1) {
   const std::string config = folder + "/engine.conf";
   const std::string input = kTexts[direct == 1 ? 0 : 1];
-  outcome_t outcome;
-  if (fuse != nullptr) *fuse = fails_at;  // from here on all is the library's
+  Outcome outcome;
+  if (fuse != nullptr) {
+    *fuse = fails_at;  // from here on all is the library's
+  }
   outcome.code = kora_initialize(direct, config.c_str(), folder.c_str());
   if (outcome.code == 0) {
     if (TransImpl* const handle = kora_create_decoder(direct)) {
@@ -205,7 +225,7 @@ class Faults : public ::testing::TestWithParam<int> {
     for (long n = 0;; ++n) {
       const long files_before = open_files();
       const long before = live_blocks;
-      outcome_t outcome = run(direct_, folder, &fuse, n);
+      Outcome outcome = run(direct_, folder, &fuse, n);
       const bool burnt = fuse.load() < 0;
       fuse = -1;
       const bool as_expected = outcome.code == 0 && outcome.text == expected_.text;
@@ -224,7 +244,7 @@ class Faults : public ::testing::TestWithParam<int> {
         return;
       }
       if (n % 16 == 0) {
-        const outcome_t next = run(direct_, folder);
+        const Outcome next = run(direct_, folder);
         ASSERT_EQ(next.code, 0) << what << n;
         ASSERT_EQ(next.text, expected_.text) << what << n;
       }
@@ -232,7 +252,7 @@ class Faults : public ::testing::TestWithParam<int> {
   }
 
   kora_test::TempFolder folder_;
-  outcome_t expected_;
+  Outcome expected_;
   int direct_ = 0;
 };
 
@@ -255,7 +275,9 @@ TEST_P(Faults, EachFileCallFails) {
     file_fault = each.fault;
     never_maps = each.reads;
     fail_each(file_fuse, each.what, each.fault != Fault::kInterrupted);
-    if (HasFatalFailure()) return;
+    if (HasFatalFailure()) {
+      return;
+    }
   }
 }
 
@@ -278,7 +300,9 @@ TEST_P(Faults, HandleSurvivesATranslationWithoutMemory) {
     ASSERT_TRUE(code == 0 || code == 3) << n;
     ASSERT_EQ(kora_translate(handle, input, output), 0) << n;
     ASSERT_EQ(output, expected_.text) << n;
-    if (!burnt) break;
+    if (!burnt) {
+      break;
+    }
   }
   EXPECT_GT(failures, 0);
   kora_destroy_decoder(handle);

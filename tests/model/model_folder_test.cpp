@@ -18,12 +18,12 @@ using ::testing::HasSubstr;
 
 class ModelFolder : public ::testing::Test {
  protected:
-  void write(const std::string& name, const std::string& text) const { m_folder.write(name, text); }
+  void write(const std::string& name, const std::string& text) const { folder_.write(name, text); }
   std::string error(const std::string& direction = "") const {
-    return kora_test::message_of([&] { open_model_folder(m_path, direction); });
+    return kora_test::message_of([&] { open_model_folder(path_, direction); });
   }
-  kora_test::TempFolder m_folder;
-  std::string m_path = m_folder.path();
+  kora_test::TempFolder folder_;
+  std::string path_ = folder_.path();
 };
 
 }  // namespace
@@ -72,7 +72,7 @@ TEST_F(ModelFolder, ConfigurationsComeBackAsWritten) {
   write("engine.conf", format_engine_config(engine));
   write("decoder.conf", format_decoder_config(parameter));
 
-  const model_folder_t folder = open_model_folder(m_path);
+  const model_folder_t folder = open_model_folder(path_);
   EXPECT_EQ(folder.engine.direction.code, 0);
   EXPECT_TRUE(folder.engine.debug);
   EXPECT_EQ(folder.engine.recase, "recase");
@@ -102,11 +102,13 @@ TEST_F(ModelFolder, ErrorsNameTheFileAndTheRemedy) {
 TEST_F(ModelFolder, ManifestFindsEveryChange) {
   write("engine.conf", "[direction]\nen-zh\n\n[decoder]\nd\n\n[rule]\nrules\n");
   write("d", "[source-vocab]\ns\n\n[target-vocab]\nt\n\n[lang-model]\nl\n\n[trans-model]\np\n\n");
-  for (const char* name : {"s", "t", "l", "p", "p.nodes", "p.data", "rules"}) write(name, name);
-  const model_folder_t folder = open_model_folder(m_path);
-  write(manifest_name, format_manifest(make_manifest(folder, {{"pairs", "12"}, {"note", ""}})));
+  for (const char* name : {"s", "t", "l", "p", "p.nodes", "p.data", "rules"}) {
+    write(name, name);
+  }
+  const model_folder_t folder = open_model_folder(path_);
+  write(kManifestName, format_manifest(make_manifest(folder, {{"pairs", "12"}, {"note", ""}})));
 
-  manifest_t manifest = read_manifest(m_path);
+  manifest_t manifest = read_manifest(path_);
   EXPECT_EQ(manifest.files.size(), 9U);
   ASSERT_EQ(manifest.built_from.size(), 2U);
   EXPECT_EQ(manifest.built_from[0].second, "12");
@@ -118,16 +120,16 @@ TEST_F(ModelFolder, ManifestFindsEveryChange) {
     flipped[i] = static_cast<char>(flipped[i] ^ 1);
     for (const std::string& damaged :
          {flipped, whole.substr(0, i), whole + whole.substr(0, i + 1)}) {
-      write(manifest_name, damaged);
-      EXPECT_THROW(read_manifest(m_path), std::runtime_error) << damaged;
+      write(kManifestName, damaged);
+      EXPECT_THROW(read_manifest(path_), std::runtime_error) << damaged;
     }
   }
-  write(manifest_name, "[manifest]\n1\n\n[files]\n");  // the first version, without a digest
-  EXPECT_THAT(read_manifest(m_path).files, ::testing::IsEmpty());
+  write(kManifestName, "[manifest]\n1\n\n[files]\n");  // the first version, without a digest
+  EXPECT_THAT(read_manifest(path_).files, ::testing::IsEmpty());
 
   write("l", "m");
   write("p.nodes", "changed");
-  std::filesystem::remove(m_folder.path("rules"));
+  std::filesystem::remove(folder_.path("rules"));
   manifest.files.erase(manifest.files.begin());
   EXPECT_THAT(verify_manifest(folder, manifest),
               ::testing::UnorderedElementsAre(HasSubstr("/l: contents differ"),
@@ -139,7 +141,7 @@ TEST_F(ModelFolder, ManifestFindsEveryChange) {
 
   for (const char* broken : {"", "[manifest]\n2\n\n", "[manifest]\n1\n\n[files]\nabc 1 l\n",
                              "[manifest]\n1\n\n[built-from]\nno tab\n"}) {
-    write(manifest_name, broken);
-    EXPECT_THROW(read_manifest(m_path), std::runtime_error) << broken;
+    write(kManifestName, broken);
+    EXPECT_THROW(read_manifest(path_), std::runtime_error) << broken;
   }
 }

@@ -24,7 +24,9 @@ Number parse_value(const std::string& text) {
   Number number;
   const std::size_t slash = text.find('/');
   number.numerator = std::stoll(text);
-  if (slash != std::string::npos) number.denominator = std::stoll(text.substr(slash + 1));
+  if (slash != std::string::npos) {
+    number.denominator = std::stoll(text.substr(slash + 1));
+  }
   return number;
 }
 
@@ -37,13 +39,21 @@ struct Notations {
   EngNumGenerator english_out;
 
   const NumAcceptor& in(char letter) const {
-    if (letter == 'a') return arabic_in;
-    if (letter == 'c') return chinese_in;
+    if (letter == 'a') {
+      return arabic_in;
+    }
+    if (letter == 'c') {
+      return chinese_in;
+    }
     return english_in;
   }
   const NumGenerator& out(char letter) const {
-    if (letter == 'a') return arabic_out;
-    if (letter == 'c') return chinese_out;
+    if (letter == 'a') {
+      return arabic_out;
+    }
+    if (letter == 'c') {
+      return chinese_out;
+    }
     return english_out;
   }
 };
@@ -55,7 +65,9 @@ TEST(NumberTables, AcceptorsReadWhatTheTableSays) {
     Number number{99, 99, 99};  // to be cleared
     const bool accepted = notations.in(c[0][1]).accept(cursor, c[0].c_str(), number);
     ASSERT_EQ(accepted, c[2] != "-");
-    if (!accepted) return;
+    if (!accepted) {
+      return;
+    }
     const Number expected = parse_value(c[2]);
     EXPECT_EQ(number.numerator, expected.numerator);
     EXPECT_EQ(number.denominator, expected.denominator);
@@ -103,7 +115,9 @@ TEST(NumberTables, KeywordsAreTheWholeVocabularyInOrder) {
   std::vector<const char*> words = {"to be cleared"};
   const auto at = [&](const std::vector<std::size_t>& places) {
     std::string found = std::to_string(words.size());
-    for (const std::size_t place : places) found += std::string(" ") + words.at(place);
+    for (const std::size_t place : places) {
+      found += std::string(" ") + words.at(place);
+    }
     return found;
   };
   ChsNumAcceptor().get_keywords(words);
@@ -124,19 +138,25 @@ bool read_back(const NumAcceptor& acceptor, const char* category, const std::str
 TEST(NumberTables, WhatIsWrittenIsReadBack) {
   const Notations notations;
   std::mt19937_64 random(7);
-  constexpr std::int64_t trillion = 1000000000000;
+  constexpr std::int64_t kTrillion = 1000000000000;
   for (int i = 0; i < 40000; ++i) {
     std::int64_t limit = 10;
-    for (auto digits = random() % 18; digits > 0; --digits) limit *= 10;
+    for (auto digits = random() % 18; digits > 0; --digits) {
+      limit *= 10;
+    }
     auto value = static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(limit));
     // Round numbers are where units and zeros meet.
     std::int64_t step = 1;
-    for (auto digits = random() % 18; digits > 0; --digits) step *= 10;
-    if (i % 2 == 0 && value > step) value = value / step * step;
+    for (auto digits = random() % 18; digits > 0; --digits) {
+      step *= 10;
+    }
+    if (i % 2 == 0 && value > step) {
+      value = value / step * step;
+    }
     const Number number{-1, value, 1};
-    const std::int64_t trillions = value / trillion;
-    const std::int64_t rest = value % trillion;
-    const bool english = value < trillion || (rest == 0 && trillions < 1000);
+    const std::int64_t trillions = value / kTrillion;
+    const std::int64_t rest = value % kTrillion;
+    const bool english = value < kTrillion || (rest == 0 && trillions < 1000);
     const bool chinese = trillions == 0 || trillions % 100000 != 0;
     const std::pair<const char*, bool> ways[] = {
         {"(ai)", true},    {"(ads)", true}, {"(ao)", true},    {"(cds)", true},
@@ -156,7 +176,9 @@ TEST(NumberTables, FractionsAreReadBackDigitByDigit) {
   for (const char* category : {"(af)", "(cf)", "(ef)"}) {
     for (std::int64_t denominator = 10; denominator <= 1000; denominator *= 10) {
       for (std::int64_t numerator = 0; numerator < 3 * denominator; ++numerator) {
-        if (numerator % denominator == 0) continue;  // written as an integer
+        if (numerator % denominator == 0) {
+          continue;  // written as an integer
+        }
         std::string text;
         Number back;
         ASSERT_TRUE(

@@ -16,7 +16,9 @@ Number parse_value(const std::string& text) {
   Number number;
   const std::size_t slash = text.find('/');
   number.numerator = std::stoll(text);
-  if (slash != std::string::npos) number.denominator = std::stoll(text.substr(slash + 1));
+  if (slash != std::string::npos) {
+    number.denominator = std::stoll(text.substr(slash + 1));
+  }
   return number;
 }
 
@@ -47,7 +49,7 @@ struct Operation {
   const char* name;
   Binary run;
 };
-constexpr Operation OPERATIONS[] = {
+constexpr Operation kOperations[] = {
     {"+", [](const Number& a, const Number& b) { return a + b; }},
     {"-", [](const Number& a, const Number& b) { return a - b; }},
     {"*", [](const Number& a, const Number& b) { return a * b; }},
@@ -74,15 +76,17 @@ std::string compute(const Number& a, const Operation& operation, const Number& b
 
 TEST(Number, Computes) {
   kora_test::for_cases("cases.txt", "operators", [](const kora_test::Case& c) {
-    for (const Operation& operation : OPERATIONS) {
-      if (c[1] != operation.name) continue;
+    for (const Operation& operation : kOperations) {
+      if (c[1] != operation.name) {
+        continue;
+      }
       EXPECT_EQ(compute(parse_value(c[0]), operation, parse_value(c[2])), c[3]);
     }
   });
 }
 
 TEST(Number, RefusesAZeroDenominatorButWhenItMultiplies) {
-  for (const Operation& operation : OPERATIONS) {
+  for (const Operation& operation : kOperations) {
     for (const std::int64_t bad : {0, -10}) {
       const Number broken{1, 5, bad};
       const Number good{1, 3, 1};

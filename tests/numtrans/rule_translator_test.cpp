@@ -33,8 +33,9 @@ std::string run(RuleTranslator& translator, const std::string& phrase) {
   std::string error =
       kora_test::message_of([&] { found = translator.translate(phrase, target, type); });
   const std::string number = "number calculation error in Number::operator";
-  if (error.starts_with(number))
+  if (error.starts_with(number)) {
     return "! " + error.substr(number.size(), error.size() - number.size() - 2);
+  }
   return !error.empty() ? error : found ? target + " " + type : "-";
 }
 

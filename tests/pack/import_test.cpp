@@ -37,10 +37,10 @@ std::string replaced(std::string text, const std::string& from, const std::strin
 
 // Ids of "a", "b", "c" and the sentence marks; nothing else has one.
 std::int32_t id_of(std::string_view word) {
-  static const std::map<std::string_view, std::int32_t> ids = {
+  static const std::map<std::string_view, std::int32_t> kIds = {
       {"a", 257}, {"b", 258}, {"c", 259}, {"<s>", 260}, {"</s>", 261}, {"<unk>", 256}};
-  const auto found = ids.find(word);
-  return found == ids.end() ? -1 : found->second;
+  const auto found = kIds.find(word);
+  return found == kIds.end() ? -1 : found->second;
 }
 
 TEST(LineReader, CutsLinesOfAnyLengthPlainOrCompressed) {
@@ -59,7 +59,9 @@ TEST(LineReader, CutsLinesOfAnyLengthPlainOrCompressed) {
   const auto lines_of = [](const std::string& path) {
     LineReader reader(path);
     std::vector<std::string> lines;
-    for (std::string_view line; reader.next(line);) lines.emplace_back(line);
+    for (std::string_view line; reader.next(line);) {
+      lines.emplace_back(line);
+    }
     EXPECT_EQ(reader.number(), lines.size());
     return lines;
   };

@@ -41,7 +41,9 @@ std::uint32_t bits(float value) {
 
 std::string text(std::span<const int> ids) {
   std::string out;
-  for (const int id : ids) out += std::to_string(id) + " ";
+  for (const int id : ids) {
+    out += std::to_string(id) + " ";
+  }
   return out;
 }
 
@@ -105,8 +107,12 @@ TEST(LangModel, AgreesWithTheReferenceOnRandomModels) {
     CompactLmModel model(random.lm_path(), order, budget);
     for (int sentence = 0; sentence < 3; ++sentence) {
       std::set<int> shown;
-      for (int i = sentence * 3; i > 0; --i) shown.insert(random.random_target_word());
-      if (sentence > 0) model.add_to_cache(shown);  // the first is scored with resident trees only
+      for (int i = sentence * 3; i > 0; --i) {
+        shown.insert(random.random_target_word());
+      }
+      if (sentence > 0) {
+        model.add_to_cache(shown);  // the first is scored with resident trees only
+      }
       const ReferenceScorer reference(plain, order, budget, shown);
       ASSERT_NO_FATAL_FAILURE(compare(model, reference, random)) << "seed " << seed;
       ++compared;
@@ -115,7 +121,9 @@ TEST(LangModel, AgreesWithTheReferenceOnRandomModels) {
         float probability = plain.ngrams.contains({word}) ? -1000 : LangModel::LM_UNK_PROB;
         float back_off = 0;
         for (const auto& [ids, entry] : plain.ngrams) {
-          if (ids.back() != word || reference.find(ids) == nullptr) continue;
+          if (ids.back() != word || reference.find(ids) == nullptr) {
+            continue;
+          }
           probability = std::max(probability, entry.probability);
           back_off = std::max(back_off, entry.back_off);
         }
@@ -159,7 +167,9 @@ struct given_t {
 lang_model_report_t build(const std::string& path, const std::vector<given_t>& ngrams,
                           lang_model_options_t options = {}) {
   LangModelBuilder builder(options);
-  for (const given_t& ngram : ngrams) builder.add(ngram.ids, ngram.probability, ngram.back_off);
+  for (const given_t& ngram : ngrams) {
+    builder.add(ngram.ids, ngram.probability, ngram.back_off);
+  }
   return builder.write(path);
 }
 
@@ -211,7 +221,9 @@ TEST(LangModelBuilder, PutsTheEndTreeFirstThenFrequentWords) {
   EXPECT_EQ(model.resident_count(), 2U);
   std::vector<int> visible;
   for (int word = 0; word < 5; ++word) {
-    if (model.GetTree(word).count > 0) visible.push_back(word);
+    if (model.GetTree(word).count > 0) {
+      visible.push_back(word);
+    }
   }
   EXPECT_EQ(visible, (std::vector<int>{2, 4}));
 }
@@ -253,13 +265,19 @@ TEST(LangModelBuilder, FillsATreeToTheLimit) {
   LangModelBuilder builder;
   std::mt19937 random(3);
   std::set<std::vector<int>> given;
-  for (int word = 0; word < 300; ++word) builder.add(std::vector<int>{word}, -5, -0.25F);
+  for (int word = 0; word < 300; ++word) {
+    builder.add(std::vector<int>{word}, -5, -0.25F);
+  }
   const auto add = [&](std::vector<int> ids, float probability, float back_off) {
-    if (given.insert(ids).second) builder.add(ids, probability, back_off);
+    if (given.insert(ids).second) {
+      builder.add(ids, probability, back_off);
+    }
   };
   for (int first = 0; first < 300; ++first) {
     add({first, 7}, -1, -0.5F);
-    for (int second = 0; second < 250; ++second) add({second, first, 7}, -0.5F, 0);
+    for (int second = 0; second < 250; ++second) {
+      add({second, first, 7}, -0.5F, 0);
+    }
   }
   const lang_model_report_t report = builder.write(folder.path("lm"));
   EXPECT_EQ(report.oversize_trees, 1U);

@@ -41,7 +41,9 @@ std::map<ids_t, wanted_t> wanted_of(const RandomModel& model, bool prune) {
     float total = 0;
     lang_model.compute_phrase_score(target, complete, total);
     std::vector<float> scores;
-    if (!prune) scores = {total, complete};
+    if (!prune) {
+      scores = {total, complete};
+    }
     scores.push_back(pair.translation);
     for (std::size_t i = 0; i < 6; ++i) {
       const std::size_t triple = i - i % 3;
@@ -103,9 +105,13 @@ TEST(PhraseTable, GivesBackEveryPairOfRandomModels) {
     // Sentences that hold every source phrase of the table, and words between them.
     std::vector<ids_t> sentences(1);
     for (const auto& [source, targets] : wanted) {
-      if (sentences.back().size() > 24) sentences.emplace_back();
+      if (sentences.back().size() > 24) {
+        sentences.emplace_back();
+      }
       sentences.back().insert(sentences.back().end(), source.begin(), source.end());
-      if (random.random(3) == 0) sentences.back().push_back(random.random(400) - 5);
+      if (random.random(3) == 0) {
+        sentences.back().push_back(random.random(400) - 5);
+      }
     }
     std::set<ids_t> seen;
     CompactTransModel::target_table_t table;
@@ -119,7 +125,9 @@ TEST(PhraseTable, GivesBackEveryPairOfRandomModels) {
                   ? wanted.find({rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(k + 1)})
                   : wanted.end();
           ASSERT_EQ(table[i][k].empty(), at == wanted.end()) << "seed " << seed;
-          if (table[i][k].empty()) continue;
+          if (table[i][k].empty()) {
+            continue;
+          }
           seen.insert(at->first);
           ASSERT_NO_FATAL_FAILURE(
               compare(table[i][k], shared.compressor.get(), at->second, options.prune))
@@ -207,7 +215,7 @@ TEST(PhraseTableBuilder, WritesTheDocumentedExample) {
   const auto add = [&](const ids_t& source, const ids_t& target, float translation,
                        const std::array<float, 6>& counts) {
     phrase_entry_t entry = pair(source, target, translation);
-    entry.kind = reordering_t::kCounts;
+    entry.kind = ReorderingKind::kCounts;
     entry.reordering = counts;
     builder.add(entry);
   };
@@ -227,9 +235,9 @@ TEST(PhraseTableBuilder, KeepsTheBestAndJoinsReordering) {
   const TempFolder folder;
   TargetData::s_score_size = 7;
   PhraseTableBuilder builder({.score_size = 7, .max_targets = 2});
-  builder.add_reordering(phrase_t(ids_t{5, 6}), phrase_t(ids_t{1}), reordering_t::kLogProbs,
+  builder.add_reordering(phrase_t(ids_t{5, 6}), phrase_t(ids_t{1}), ReorderingKind::kLogProbs,
                          {-0.5F, -2, -3, -1, -2, -0.75F});
-  builder.add_reordering(phrase_t(ids_t{5, 6}), phrase_t(ids_t{4}), reordering_t::kLogProbs, {});
+  builder.add_reordering(phrase_t(ids_t{5, 6}), phrase_t(ids_t{4}), ReorderingKind::kLogProbs, {});
   builder.add(pair({5, 6}, {2}, -9));
   builder.add(pair({5, 6}, {1}, -2));
   builder.add(pair({5, 6}, {1}, -1));
@@ -260,7 +268,9 @@ TEST(PhraseTableBuilder, FindsTheNearestReorderingIndex) {
     Compressor::compute_reordering_score(index, scores.data());
     std::array<float, 3> found{};
     Compressor::compute_reordering_score(nearest_reordering(scores), found.data());
-    for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(found[i], scores[i], 1e-6) << index;
+    for (std::size_t i = 0; i < 3; ++i) {
+      EXPECT_NEAR(found[i], scores[i], 1e-6) << index;
+    }
   }
 }
 
@@ -268,7 +278,9 @@ TEST(ScoreSamples, KMeansBeatsQuantilesAndKeepsFewValuesExact) {
   std::mt19937 random(1);
   std::exponential_distribution<float> long_tail(0.3F);
   std::vector<float> values(20000);
-  for (float& value : values) value = -long_tail(random);
+  for (float& value : values) {
+    value = -long_tail(random);
+  }
   for (const int count : {1, 2, 16, 256}) {
     const Quantifier kmeans(kmeans_samples(values, count));
     const Quantifier quantiles(quantile_samples(values, count));

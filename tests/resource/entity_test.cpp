@@ -28,7 +28,9 @@ class EntityFile : public testing::Test {
   static std::string find(const NeDict& dictionary, const char* phrase) {
     const char* type = nullptr;
     const char* target = nullptr;
-    if (!dictionary.find(phrase, type, target)) return "-";
+    if (!dictionary.find(phrase, type, target)) {
+      return "-";
+    }
     return std::string(type) + " " + target;
   }
 
@@ -64,7 +66,9 @@ TEST_F(EntityFile, FindsWholePhrasesAndKeepsWhatItHandedOut) {
   const char* type = nullptr;
   const char* target = nullptr;
   ASSERT_TRUE(dictionary.find("new york", type, target));
-  for (int i = 0; i < 1000; ++i) ASSERT_EQ(find(dictionary, "york"), "LOC 约克\t\r");
+  for (int i = 0; i < 1000; ++i) {
+    ASSERT_EQ(find(dictionary, "york"), "LOC 约克\t\r");
+  }
   EXPECT_STREQ(type, "LOC");
   EXPECT_STREQ(target, "纽约");
   dictionary.clear_found();
@@ -78,7 +82,9 @@ std::vector<std::string> english_words(const std::string& phrase) {
   auto tokenize = std::make_unique<TokenizeEngStrProcessor>(0U, nullptr);
   auto lowercase = std::make_unique<LowercaseEngStrProcessor>(1U, std::move(tokenize));
   ReplaceSpecCharStrProcessor escape(2U, std::move(lowercase));
-  if (escape.Process(str) == 0) return {};
+  if (escape.Process(str) == 0) {
+    return {};
+  }
   return Case{{}, {str.text()}}.words(0);
 }
 

@@ -22,14 +22,18 @@ TEST(RecaseBuilder, LearnsWhatRunningTextSays) {
     RecaseBuilder builder({.max_words = static_cast<unsigned>(options.at(0)),
                            .max_bytes = static_cast<std::size_t>(options.at(1)),
                            .min_count = static_cast<std::uint64_t>(options.at(2))});
-    for (const std::string& line : c.parts(2, " // ")) builder.add_line(line);
+    for (const std::string& line : c.parts(2, " // ")) {
+      builder.add_line(line);
+    }
     EXPECT_EQ(builder.entries(), c[1].empty() ? std::vector<std::string>() : c.parts(1, " // "));
   });
 }
 
 TEST(RecaseBuilder, BoundedMemoryForgetsTheRarest) {
   RecaseBuilder builder({.max_words = 1, .min_count = 1, .max_forms = 10});
-  for (int i = 0; i < 100; ++i) builder.add_line("by Rome and x" + std::to_string(i) + "Y");
+  for (int i = 0; i < 100; ++i) {
+    builder.add_line("by Rome and x" + std::to_string(i) + "Y");
+  }
   const std::vector<std::string> entries = builder.entries();
   EXPECT_THAT(entries, testing::Contains("Rome"));
   EXPECT_LT(entries.size(), 12U);

@@ -43,7 +43,9 @@ TEST_P(RuleData, EveryExampleIsTranslatedByItsRule) {
   ASSERT_EQ(translator->rules().size(), source.compiled().size());
   EXPECT_THAT(check_rule_examples(source, *translator), testing::ElementsAre());
   std::size_t examples = 0;
-  for (const source_rule_t& rule : source.rules) examples += rule.examples.size();
+  for (const source_rule_t& rule : source.rules) {
+    examples += rule.examples.size();
+  }
   EXPECT_GE(examples, source.rules.size());
 }
 
@@ -68,13 +70,17 @@ TEST_P(RuleData, TranslatesAsIfEveryRuleWereTried) {
   int translated = 0;
   for (int i = 0; i < 4000; ++i) {
     std::string phrase;
-    for (auto n = random() % 3 + 1; n > 0; --n) phrase += pieces[random() % pieces.size()];
+    for (auto n = random() % 3 + 1; n > 0; --n) {
+      phrase += pieces[random() % pieces.size()];
+    }
     std::string target;
     std::string type;
     const bool found = translator->translate(phrase, target, type);
     const auto hit = translate_by_rule(*translator, phrase);
     ASSERT_EQ(found, hit.has_value()) << phrase;
-    if (!found) continue;
+    if (!found) {
+      continue;
+    }
     ++translated;
     ASSERT_EQ(target, hit->target) << phrase;
     ASSERT_EQ(type, hit->type) << phrase;
@@ -162,7 +168,9 @@ TEST(RulesAsShipped, OrdinaryEnglishReachesTheRules) {
     ASSERT_NE(words_of.DoProcess(str, words), 0);
     std::string shown;
     for (const common::word_node_t& word : words.words()) {
-      if (!shown.empty()) shown += ' ';
+      if (!shown.empty()) {
+        shown += ' ';
+      }
       shown += word.translation ? "[" + std::string(word.translation) + "]" : word.word;
     }
     EXPECT_EQ(shown, c[1]);

@@ -103,8 +103,12 @@ TEST(ResourceFile, RandomLinesComeBack) {
     Lines lines;
     for (int i = 0; i < 50; ++i) {
       std::string line(random() % width, ' ');
-      for (char& c : line) c = static_cast<char>(1 + random() % 255);
-      if (resource_line_survives(line, width)) lines.push_back(line);
+      for (char& c : line) {
+        c = static_cast<char>(1 + random() % 255);
+      }
+      if (resource_line_survives(line, width)) {
+        lines.push_back(line);
+      }
     }
     const std::string path = folder.path("file");
     write_resource_file(path, lines, width);
@@ -149,7 +153,9 @@ TEST(VocabFile, WordListsAndIndexes) {
     const std::string error = message_of([&] { write_vocab_file(path, words, tags); });
     EXPECT_THAT(error, HasSubstr(c[2]));
     EXPECT_EQ(error.empty(), c[2].empty());
-    if (!error.empty()) return;
+    if (!error.empty()) {
+      return;
+    }
     koralite::decoder::Vocab vocab;
     vocab.load(path.c_str());
     for (std::size_t i = 0; i < words.size(); ++i) {

@@ -24,37 +24,39 @@ using ::testing::HasSubstr;
 class Output : public ::testing::Test {
  protected:
   Output() {
-    model.parameter.ngram_order = 3;
-    model.parameter.word_weight = 0;
-    model.parameter.lang_weight = 0.1F;
-    model.add("good", "gut", -1);
-    model.add("morning", "Morgen", -1);
-    model.add("good morning", "guten Morgen", -0.5F);
-    model.add("uh", "", -1);
-    model.add("<num>#0 files", "<num>#0 Dateien", -1);
-    model.add("<num>#0 of <num>#0", "<num>#1 davon <num>#0", -1);
-    model.add("odd", "<unk> seltsam", -1);
-    for (const auto& pair : model.pairs) {
-      for (const int id : pair.target) model.grams.push_back({{id}, -1, -0.5F});
+    model_.parameter.ngram_order = 3;
+    model_.parameter.word_weight = 0;
+    model_.parameter.lang_weight = 0.1F;
+    model_.add("good", "gut", -1);
+    model_.add("morning", "Morgen", -1);
+    model_.add("good morning", "guten Morgen", -0.5F);
+    model_.add("uh", "", -1);
+    model_.add("<num>#0 files", "<num>#0 Dateien", -1);
+    model_.add("<num>#0 of <num>#0", "<num>#1 davon <num>#0", -1);
+    model_.add("odd", "<unk> seltsam", -1);
+    for (const auto& pair : model_.pairs) {
+      for (const int id : pair.target) {
+        model_.grams.push_back({{id}, -1, -0.5F});
+      }
     }
-    model.grams.push_back({model.target_ids("guten Morgen"), -0.25F, 0});
+    model_.grams.push_back({model_.target_ids("guten Morgen"), -0.25F, 0});
   }
 
   void load(const decoder::UnkTranslator* unknown = nullptr) {
-    shared = model.load();
-    decoder = std::make_unique<Decoder>(*shared, nullptr, unknown);
+    shared_ = model_.load();
+    decoder_ = std::make_unique<Decoder>(*shared_, nullptr, unknown);
   }
 
   std::string translate(const std::string& text) {
     TestSentence sentence(text);
     std::string output = "old";
-    decoder->translate(sentence.nodes, output);
+    decoder_->translate(sentence.nodes, output);
     return output;
   }
 
-  TestModel model;
-  std::unique_ptr<decoder::SharedMember> shared;
-  std::unique_ptr<Decoder> decoder;
+  TestModel model_;
+  std::unique_ptr<decoder::SharedMember> shared_;
+  std::unique_ptr<Decoder> decoder_;
 };
 
 TEST_F(Output, CopiesDropsAndReplaces) {
@@ -71,7 +73,9 @@ TEST_F(Output, CopiesDropsAndReplaces) {
       {"odd", "<unk> seltsam"},           // a target of several words is printed as it is
   };
   load();
-  for (const auto& c : cases) EXPECT_EQ(translate(c.source), c.expected) << c.source;
+  for (const auto& c : cases) {
+    EXPECT_EQ(translate(c.source), c.expected) << c.source;
+  }
   const decoder::UnkTranslator copy(true);
   load(&copy);
   EXPECT_EQ(translate("unheard good"), "unheard gut");
@@ -91,13 +95,13 @@ TEST_F(Output, PutsFixedTranslationsAtTheirTags) {
   nodes[4].tag = "ASC";
   std::string output;
   std::vector<align_t> links;
-  decoder->translate(nodes, output, links);
+  decoder_->translate(nodes, output, links);
   EXPECT_EQ(output, "fuenf davon drei files Rom");
   EXPECT_THAT(links,
               ElementsAre(align_t{0, 2, 0, 15}, align_t{3, 3, 17, 21}, align_t{4, 4, 23, 25}));
 
   TestSentence without("<num>#0 files");  // the tag word itself, with nothing fixed
-  EXPECT_THROW(decoder->translate(without.nodes, output), std::runtime_error);
+  EXPECT_THROW(decoder_->translate(without.nodes, output), std::runtime_error);
   EXPECT_EQ(translate("good"), "gut");  // the decoder goes on
 }
 
@@ -114,20 +118,22 @@ TEST_F(Output, JoinsChunksOfThirtyTwoWords) {
   sentence.nodes.resize(33);
   std::string output;
   std::vector<align_t> links;
-  decoder->translate(sentence.nodes, output, links);
+  decoder_->translate(sentence.nodes, output, links);
   ASSERT_EQ(links.size(), 33U);
   const auto last = static_cast<std::int32_t>(output.size());
   EXPECT_EQ(links[32], (align_t{32, 32, last - 3, last - 1}));
   std::vector<std::string> outputs;
   std::vector<std::string> scores;
-  decoder->translate(5, sentence.nodes, outputs, scores);
+  decoder_->translate(5, sentence.nodes, outputs, scores);
   ASSERT_FALSE(outputs.empty());
   EXPECT_EQ(outputs[0], output);
   EXPECT_EQ(outputs.size(), scores.size());
 
   // A chunk that comes out empty still brings its blank.
   std::string quiet;
-  for (int k = 0; k < 32; ++k) quiet += "good ";
+  for (int k = 0; k < 32; ++k) {
+    quiet += "good ";
+  }
   EXPECT_EQ(translate(quiet + "uh"), translate(quiet) + " ");
 }
 
@@ -136,22 +142,22 @@ TEST_F(Output, ListsTheBestFirst) {
   TestSentence sentence("good morning");
   std::vector<std::string> outputs;
   std::vector<std::string> scores;
-  decoder->translate(2, sentence.nodes, outputs, scores);
+  decoder_->translate(2, sentence.nodes, outputs, scores);
   EXPECT_THAT(outputs, ElementsAre("guten Morgen", "gut Morgen"));
   EXPECT_GT(std::stof(scores[0]), std::stof(scores[1]));
   EXPECT_THAT(scores[0], HasSubstr("."));
-  decoder->translate(0, sentence.nodes, outputs, scores);
+  decoder_->translate(0, sentence.nodes, outputs, scores);
   EXPECT_TRUE(outputs.empty() && scores.empty());
 }
 
 TEST_F(Output, TellsItsTrace) {
-  model.parameter.debug = true;
+  model_.parameter.debug = true;
   load();
   TestSentence sentence("good morning");
   std::string output;
   std::string log;
   ::testing::internal::CaptureStderr();
-  decoder->translate(sentence.nodes, output, &log);
+  decoder_->translate(sentence.nodes, output, &log);
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), log);
   for (const char* piece :
        {"translation options:\n[[0..0]] << source phrase:good>> <<target phrase:gut>>",
@@ -167,44 +173,48 @@ TEST_F(Output, SurvivesStrangeWeights) {
                         &decoder::Parameter::translation_weight};
   for (const auto weight : weights) {
     for (const float value : {NAN, INFINITY, -INFINITY, 1e38F, -1e38F}) {
-      const float usual = model.parameter.*weight;
-      model.parameter.*weight = value;
+      const float usual = model_.parameter.*weight;
+      model_.parameter.*weight = value;
       load();
       decoder::explanation_t found;
       TestSentence sentence("good morning unheard");
-      decoder->explain(100, sentence.nodes, found);
+      decoder_->explain(100, sentence.nodes, found);
       for (const auto& derivation : found.derivations) {
         EXPECT_EQ(derivation.steps.front().total, derivation.steps.front().total);
       }
-      model.parameter.*weight = usual;
+      model_.parameter.*weight = usual;
     }
   }
 }
 
 // Limits that would be terabytes if they were reserved.
 TEST_F(Output, TakesMemoryByNeed) {
-  model.parameter.stack_limit = 2147483647;
-  model.parameter.translation_limit = 2147483647;
-  model.parameter.distortion_limit = 2147483647;
+  model_.parameter.stack_limit = 2147483647;
+  model_.parameter.translation_limit = 2147483647;
+  model_.parameter.distortion_limit = 2147483647;
   load();
   EXPECT_EQ(translate("good morning uh good morning"), "guten Morgen guten Morgen");
-  EXPECT_LT(decoder->search_memory(), std::size_t{4} << 20);
+  EXPECT_LT(decoder_->search_memory(), std::size_t{4} << 20);
   std::string many;
-  for (int k = 0; k < 32; ++k) many += "good ";
-  model.parameter.stack_limit = 100;
+  for (int k = 0; k < 32; ++k) {
+    many += "good ";
+  }
+  model_.parameter.stack_limit = 100;
   load();
   translate(many);
-  const std::size_t memory = decoder->search_memory();
-  for (int k = 0; k < 50; ++k) translate(many);
-  EXPECT_EQ(decoder->search_memory(), memory);
+  const std::size_t memory = decoder_->search_memory();
+  for (int k = 0; k < 50; ++k) {
+    translate(many);
+  }
+  EXPECT_EQ(decoder_->search_memory(), memory);
   EXPECT_LT(memory, std::size_t{8} << 20);
   // Each of 2^24 sets of covered words would be kept, and many ways to each.
-  model.parameter.stack_limit = 2147483647;
-  model.parameter.distortion_limit = -1;
-  model.parameter.beam_threshold = 1e30F;
+  model_.parameter.stack_limit = 2147483647;
+  model_.parameter.distortion_limit = -1;
+  model_.parameter.beam_threshold = 1e30F;
   load();
   translate(many.substr(0, 5 * 24));
-  EXPECT_LT(decoder->search_memory(), std::size_t{128} << 20);
+  EXPECT_LT(decoder_->search_memory(), std::size_t{128} << 20);
 }
 
 // Handles share nothing that changes.
@@ -212,17 +222,23 @@ TEST(Threads, TwoDecodersGiveTheBytesOfOne) {
   RandomModel random(7);
   random.model.parameter.stack_limit = 20;
   std::vector<std::vector<std::string>> sentences;
-  for (int k = 0; k < 40; ++k) sentences.push_back(random.sentence(12));
+  for (int k = 0; k < 40; ++k) {
+    sentences.push_back(random.sentence(12));
+  }
   const auto translate_all = [&](decoder::SharedMember& shared) {
     Decoder decoder(shared, nullptr, nullptr);
     std::string all;
     for (const auto& words : sentences) {
       TestSentence sentence(words);
-      for (auto& node : sentence.nodes) node.translation = "#";
+      for (auto& node : sentence.nodes) {
+        node.translation = "#";
+      }
       std::vector<std::string> outputs;
       std::vector<std::string> scores;
       decoder.translate(20, sentence.nodes, outputs, scores);
-      for (std::size_t k = 0; k < outputs.size(); ++k) all += outputs[k] + '=' + scores[k] + '\n';
+      for (std::size_t k = 0; k < outputs.size(); ++k) {
+        all += outputs[k] + '=' + scores[k] + '\n';
+      }
     }
     return all;
   };

@@ -6,7 +6,9 @@ namespace koralite::test {
 
 RandomModel::RandomModel(unsigned seed) : random_(seed) {
   words_ = {"a", "b", "c", "d", "e", "f", "g", "(", ")", ",", ".", "\"", "<num>#0", "<name>#3"};
-  for (const std::string& word : words_) model.source.encode(word.c_str());
+  for (const std::string& word : words_) {
+    model.source.encode(word.c_str());
+  }
   for (const char* word : {"<num>#0", "<place>#0", "P", "Q", "R", "S", "T", "U", "V"}) {
     model.target.encode(word);
   }
@@ -30,9 +32,15 @@ void RandomModel::fill_parameters() {
   p.reordering_weight = pick_of({0.3F, 0, 1, -0.5F});
   p.lang_weight = pick_of({0.5F, 0.5F, 1, 0, -0.5F});
   p.unknown_weight = pick_of({100, 5});
-  if (chance(4)) p.lang_weight = INFINITY;
-  if (chance(4)) p.word_weight = -INFINITY;
-  if (chance(4)) p.beam_threshold = INFINITY;
+  if (chance(4)) {
+    p.lang_weight = INFINITY;
+  }
+  if (chance(4)) {
+    p.word_weight = -INFINITY;
+  }
+  if (chance(4)) {
+    p.beam_threshold = INFINITY;
+  }
 }
 
 // A few words are frequent, so that longer phrases of the table are met.
@@ -41,8 +49,12 @@ const std::string& RandomModel::source_word() {
 }
 
 int RandomModel::target_word() {
-  if (chance(8)) return pick(0, 17);  // tags, and ids just behind the last one
-  if (chance(2)) return 60000;
+  if (chance(8)) {
+    return pick(0, 17);  // tags, and ids just behind the last one
+  }
+  if (chance(2)) {
+    return 60000;
+  }
   return 256 + pick(0, target_count_ - 1);
 }
 
@@ -59,8 +71,12 @@ void RandomModel::fill_pairs() {
         pair.target.push_back(target_word());
       }
       pair.scores.clear();
-      for (int k = 0; k < 3; ++k) pair.scores.push_back(step(-16, 0, 0.5F));
-      for (int k = 0; k < 6; ++k) pair.scores.push_back(step(-60, 0, 0.05F));
+      for (int k = 0; k < 3; ++k) {
+        pair.scores.push_back(step(-16, 0, 0.5F));
+      }
+      for (int k = 0; k < 6; ++k) {
+        pair.scores.push_back(step(-60, 0, 0.05F));
+      }
       if (strange && chance(10)) {
         pair.scores[static_cast<std::size_t>(pick(0, 8))] = pick_of({NAN, INFINITY, -INFINITY});
       }
@@ -72,8 +88,12 @@ void RandomModel::fill_pairs() {
 void RandomModel::fill_grams() {
   const int longest = std::min(model.parameter.ngram_order + pick(-1, 1), 8);
   for (int id = 0; id < 256 + target_count_ - 1; ++id) {  // the last word is unknown to the model
-    if (id == 20) id = 256;
-    if (chance(90)) model.grams.push_back({{id}, step(-24, 0, 0.25F), step(-4, 2, 0.25F)});
+    if (id == 20) {
+      id = 256;
+    }
+    if (chance(90)) {
+      model.grams.push_back({{id}, step(-24, 0, 0.25F), step(-4, 2, 0.25F)});
+    }
   }
   for (int count = pick(20, 300); count > 0; --count) {
     TestGram gram;

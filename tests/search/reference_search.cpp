@@ -23,8 +23,12 @@ void sift_up(Hypotheses& heap, std::size_t at) {
 void sift_down(Hypotheses& heap, std::size_t at, std::size_t count) {
   while (2 * at + 1 < count) {
     std::size_t child = 2 * at + 1;
-    if (child + 1 < count && heap[child + 1]->total < heap[child]->total) ++child;
-    if (!(heap[child]->total < heap[at]->total)) return;
+    if (child + 1 < count && heap[child + 1]->total < heap[child]->total) {
+      ++child;
+    }
+    if (!(heap[child]->total < heap[at]->total)) {
+      return;
+    }
     std::swap(heap[child], heap[at]);
     at = child;
   }
@@ -54,7 +58,9 @@ std::vector<ReferenceSearch::hypothesis_t> ReferenceSearch::run(std::span<const 
   empty->future = empty->total = future(0, size_ - 1);
   offer(stacks_[0], empty);
   for (std::size_t s = 0; s < ids.size(); ++s) {
-    for (std::size_t k = 0; k < stacks_[s].heap.size(); ++k) expand(stacks_[s].heap[k], s);
+    for (std::size_t k = 0; k < stacks_[s].heap.size(); ++k) {
+      expand(stacks_[s].heap[k], s);
+    }
   }
   Hypotheses& last = stacks_.back().heap;
   for (const auto& h : last) {
@@ -63,7 +69,9 @@ std::vector<ReferenceSearch::hypothesis_t> ReferenceSearch::run(std::span<const 
     h->score += suffix;
     h->total += suffix;
   }
-  for (std::size_t at = last.size() / 2; at-- > 0;) sift_down(last, at, last.size());
+  for (std::size_t at = last.size() / 2; at-- > 0;) {
+    sift_down(last, at, last.size());
+  }
   for (std::size_t end = last.size(); end-- > 1;) {
     std::swap(last[0], last[end]);
     sift_down(last, 0, end);
@@ -89,7 +97,9 @@ void ReferenceSearch::collect(std::span<const int> ids) {
            ++read) {
         option.start = static_cast<int>(i);
         option.end = static_cast<int>(j);
-        if (!align(ids, option)) continue;
+        if (!align(ids, option)) {
+          continue;
+        }
         cached.insert(option.words.begin(), option.words.end());
         std::copy(scores.end() - 6, scores.end(), option.reorder.begin());
         option.score = scores.size() == 9 ? scores[1] : std::nanf("");  // language model's, for now
@@ -135,7 +145,9 @@ void ReferenceSearch::collect(std::span<const int> ids) {
         lang_model_.compute_phrase_score(unknown.words, complete, total);
         unknown.score = p.word_weight - p.unknown_weight + complete * p.lang_weight;
         unknown.future = p.word_weight - p.unknown_weight + total * p.lang_weight;
-        if (!nan(unknown)) cell.push_back(unknown);
+        if (!nan(unknown)) {
+          cell.push_back(unknown);
+        }
       }
       std::stable_sort(cell.begin(), cell.end(),
                        [](const auto& a, const auto& b) { return a.future > b.future; });
@@ -145,12 +157,18 @@ void ReferenceSearch::collect(std::span<const int> ids) {
 
 // Checks the target words and points tag words at their source words.
 bool ReferenceSearch::align(std::span<const int> ids, ReferenceOption& option) const {
-  if (option.words.size() > 8) return false;
+  if (option.words.size() > 8) {
+    return false;
+  }
   option.alignment = 0;
   for (std::size_t k = 0; k < option.words.size(); ++k) {
     int& id = option.words[k];
-    if (!shared_.target_vocab->has_id(id)) return false;
-    if (id >= 256) continue;
+    if (!shared_.target_vocab->has_id(id)) {
+      return false;
+    }
+    if (id >= 256) {
+      continue;
+    }
     int wanted = id % 8;
     id -= wanted;
     const std::string tag = shared_.target_vocab->decode(id);
@@ -160,7 +178,9 @@ bool ReferenceSearch::align(std::span<const int> ids, ReferenceOption& option) c
         break;
       }
     }
-    if (p > option.end) return false;
+    if (p > option.end) {
+      return false;
+    }
     option.alignment |= static_cast<unsigned>(p - option.start) << (4 * k);
   }
   return true;
@@ -172,7 +192,9 @@ void ReferenceSearch::estimate() {
   for (std::size_t length = 1; length <= n; ++length) {
     for (std::size_t i = 0; i + length <= n; ++i) {
       const std::size_t j = i + length - 1;
-      if (!cells_[i][j].empty()) matrix_[i][j] = cells_[i][j][0].future;
+      if (!cells_[i][j].empty()) {
+        matrix_[i][j] = cells_[i][j][0].future;
+      }
       for (std::size_t k = i; k < j; ++k) {
         matrix_[i][j] = std::max(matrix_[i][j], matrix_[i][k] + matrix_[k + 1][j]);
       }
@@ -183,17 +205,27 @@ void ReferenceSearch::estimate() {
 void ReferenceSearch::expand(const hypothesis_t& from, std::size_t stack) {
   const int limit = parameter_.distortion_limit;
   int first = 0;
-  while (covered(from->coverage, first)) ++first;
+  while (covered(from->coverage, first)) {
+    ++first;
+  }
   const int reach = limit > 0 && limit < size_ ? first + limit : size_ - 1;
   for (int p = first; p < size_; ++p) {
-    if (covered(from->coverage, p) || p > reach || (limit == 0 && p > first)) continue;
+    if (covered(from->coverage, p) || p > reach || (limit == 0 && p > first)) {
+      continue;
+    }
     for (int e = p; e < std::min(size_, p + 8); ++e) {
-      if (covered(from->coverage, e) || e > reach) break;
-      if (constraint_ != nullptr && !constraint_->check(from->coverage, {p, e})) continue;
+      if (covered(from->coverage, e) || e > reach) {
+        break;
+      }
+      if (constraint_ != nullptr && !constraint_->check(from->coverage, {p, e})) {
+        continue;
+      }
       stack_t& target = stacks_[stack + static_cast<std::size_t>(e - p + 1)];
       for (const ReferenceOption& option : cell(p, e)) {
         const bool full = target.heap.size() == static_cast<std::size_t>(parameter_.stack_limit);
-        if (full && from->score + option.score < target.heap[0]->total) continue;
+        if (full && from->score + option.score < target.heap[0]->total) {
+          continue;
+        }
         offer(target, extend(from, option));
       }
     }
@@ -204,7 +236,9 @@ ReferenceSearch::hypothesis_t ReferenceSearch::extend(const hypothesis_t& from,
                                                       const ReferenceOption& option) const {
   auto made = std::make_shared<ReferenceHypothesis>();
   made->coverage = from->coverage;
-  for (int p = option.start; p <= option.end; ++p) made->coverage |= std::uint64_t{1} << p;
+  for (int p = option.start; p <= option.end; ++p) {
+    made->coverage |= std::uint64_t{1} << p;
+  }
   made->previous = from;
   made->option = &option;
   made->last_end = option.end + 1;
@@ -232,12 +266,20 @@ ReferenceSearch::hypothesis_t ReferenceSearch::extend(const hypothesis_t& from,
                 joint * parameter_.lang_weight;
 
   int l = option.start;
-  while (l > 0 && !covered(from->coverage, l - 1)) --l;
+  while (l > 0 && !covered(from->coverage, l - 1)) {
+    --l;
+  }
   int r = option.end;
-  while (r + 1 < size_ && !covered(from->coverage, r + 1)) ++r;
+  while (r + 1 < size_ && !covered(from->coverage, r + 1)) {
+    ++r;
+  }
   made->future = from->future - future(l, r);
-  if (l < option.start) made->future += future(l, option.start - 1);
-  if (r > option.end) made->future += future(option.end + 1, r);
+  if (l < option.start) {
+    made->future += future(l, option.start - 1);
+  }
+  if (r > option.end) {
+    made->future += future(option.end + 1, r);
+  }
   made->total = made->score + made->future;
   return made;
 }
@@ -245,9 +287,15 @@ ReferenceSearch::hypothesis_t ReferenceSearch::extend(const hypothesis_t& from,
 void ReferenceSearch::offer(stack_t& stack, hypothesis_t made) const {
   Hypotheses& heap = stack.heap;
   const bool full = heap.size() == static_cast<std::size_t>(parameter_.stack_limit);
-  if (std::isnan(made->total)) return;
-  if (made->total + parameter_.beam_threshold < stack.best) return;
-  if (full && made->total < heap[0]->total) return;
+  if (std::isnan(made->total)) {
+    return;
+  }
+  if (made->total + parameter_.beam_threshold < stack.best) {
+    return;
+  }
+  if (full && made->total < heap[0]->total) {
+    return;
+  }
   stack.best = std::max(stack.best, made->total);
   for (std::size_t k = 0; parameter_.combine && k < heap.size(); ++k) {
     ReferenceHypothesis& old = *heap[k];
@@ -255,7 +303,9 @@ void ReferenceSearch::offer(stack_t& stack, hypothesis_t made) const {
         old.context != made->context) {
       continue;
     }
-    if (old.total >= made->total) return;
+    if (old.total >= made->total) {
+      return;
+    }
     old = *made;
     sift_down(heap, k, heap.size());
     return;
@@ -263,7 +313,9 @@ void ReferenceSearch::offer(stack_t& stack, hypothesis_t made) const {
   if (full) {
     heap[0] = heap.back();
     heap.pop_back();
-    if (!heap.empty()) sift_down(heap, 0, heap.size());
+    if (!heap.empty()) {
+      sift_down(heap, 0, heap.size());
+    }
   }
   heap.push_back(std::move(made));
   sift_up(heap, heap.size() - 1);

@@ -22,13 +22,17 @@ std::uint32_t bits(float value) {
 // Readies the fixed translations of tag words, which stand for themselves.
 void fix_tags(TestSentence& sentence) {
   for (auto& node : sentence.nodes) {
-    if (node.word[0] == '<') node.translation = "#";
+    if (node.word[0] == '<') {
+      node.translation = "#";
+    }
   }
 }
 
 std::vector<int> search_ids(const decoder::Vocab& vocab, const TestSentence& sentence) {
   std::vector<int> ids;
-  for (const auto& node : sentence.nodes) vocab.find(node.word, ids.emplace_back());
+  for (const auto& node : sentence.nodes) {
+    vocab.find(node.word, ids.emplace_back());
+  }
   return ids;
 }
 
@@ -80,7 +84,9 @@ std::size_t compare(Decoder& search, ReferenceSearch& reference, const decoder::
   const auto expected = reference.run(search_ids(source, sentence));
   expect_same_options(found, reference);
   EXPECT_EQ(found.derivations.size(), expected.size());
-  if (found.derivations.size() != expected.size()) return 0;
+  if (found.derivations.size() != expected.size()) {
+    return 0;
+  }
   for (std::size_t k = 0; k < expected.size(); ++k) {
     expect_same_derivation(found, found.derivations[k], *expected[k]);
   }
@@ -106,7 +112,9 @@ TEST(Search, GivesWhatTheRulesGive) {
     for (int k = 0; k < 12; ++k) {
       TestSentence sentence(random.sentence(k % 4 == 3 ? 12 : 6));
       complete += compare(search, reference, random.model.source, sentence);
-      if (::testing::Test::HasFailure()) FAIL() << "seed " << seed << ", sentence " << k;
+      if (::testing::Test::HasFailure()) {
+        FAIL() << "seed " << seed << ", sentence " << k;
+      }
     }
     considered += search.counts().considered;
     scored += search.counts().scored;
@@ -136,10 +144,14 @@ class Exhaustive {
 
  private:
   void try_all(unsigned coverage, std::vector<const decoder::explained_option_t*> chain) {
-    if (coverage + 1 == 1U << found_.size) best_ = std::max(best_, score(chain));
+    if (coverage + 1 == 1U << found_.size) {
+      best_ = std::max(best_, score(chain));
+    }
     for (const auto& option : found_.options) {
       const unsigned span = ((2U << option.end) - 1) & ~((1U << option.start) - 1);
-      if ((coverage & span) != 0) continue;
+      if ((coverage & span) != 0) {
+        continue;
+      }
       chain.push_back(&option);
       try_all(coverage | span, chain);
       chain.pop_back();
@@ -164,7 +176,9 @@ class Exhaustive {
       const int jump = std::abs(option->start - last - 1);
       result -= static_cast<float>(jump) * parameter_.distortion_weight;
       result += option->reorder[kind] * parameter_.reordering_weight;
-      if (before != nullptr) result += before->reorder[3 + kind] * parameter_.reordering_weight;
+      if (before != nullptr) {
+        result += before->reorder[3 + kind] * parameter_.reordering_weight;
+      }
       before = option;
     }
     words.push_back(eos_);

@@ -18,7 +18,9 @@ std::string record(std::size_t word, std::size_t link, std::uint32_t block) {
 std::vector<std::string> split(const std::string& text) {
   std::vector<std::string> words;
   std::istringstream stream(text);
-  for (std::string word; stream >> word;) words.push_back(word);
+  for (std::string word; stream >> word;) {
+    words.push_back(word);
+  }
   return words;
 }
 
@@ -37,7 +39,9 @@ std::size_t write_group(std::vector<std::string>& records, const Trie& node, std
   for (const auto& [word, child] : node.children) {
     ++at;
     std::size_t link = 1;
-    if (!child.children.empty()) link = write_group(records, child, base) - base + 1;
+    if (!child.children.empty()) {
+      link = write_group(records, child, base) - base + 1;
+    }
     records[at] = record(static_cast<std::size_t>(word),
                          child.block == 0xFFFFFFFF ? link : 0 - link, child.block);
   }
@@ -58,7 +62,9 @@ TestModel::TestModel() {
 
 std::vector<int> TestModel::encode(decoder::Vocab& vocab, const std::string& text) {
   std::vector<int> ids;
-  for (const std::string& word : split(text)) ids.push_back(vocab.encode(word.c_str()));
+  for (const std::string& word : split(text)) {
+    ids.push_back(vocab.encode(word.c_str()));
+  }
   return ids;
 }
 
@@ -73,7 +79,9 @@ void TestModel::write_phrase_table() const {
   std::string quantifier;
   for (std::size_t k = 0; k < extra; ++k) {
     quantifier += le(17, 4);
-    for (int code = 0; code < 17; ++code) quantifier += f32(static_cast<float>(code - 16) / 2);
+    for (int code = 0; code < 17; ++code) {
+      quantifier += f32(static_cast<float>(code - 16) / 2);
+    }
   }
   folder_.write(parameter.compress_vocab, quantifier);
   std::map<std::vector<int>, std::string> blocks;
@@ -82,24 +90,33 @@ void TestModel::write_phrase_table() const {
     const std::span<const float> scores = std::span(pair.scores).last(extra + 6);
     const auto first = parameter.prune ? scores.first(0) : scores.first(2);
     block += le(pair.target.size(), parameter.compress ? 1 : 4);
-    for (const int id : pair.target)
+    for (const int id : pair.target) {
       block += le(static_cast<std::uint64_t>(id), parameter.compress ? 2 : 4);
+    }
     if (!parameter.compress) {
-      for (const float score : first) block += f32(score);
+      for (const float score : first) {
+        block += f32(score);
+      }
       block += f32(pair.scores[2]);
-      for (const float score : scores.last(6)) block += f32(score);
+      for (const float score : scores.last(6)) {
+        block += f32(score);
+      }
       continue;
     }
-    for (std::size_t k = 3 - extra; k < 3; ++k)
+    for (std::size_t k = 3 - extra; k < 3; ++k) {
       block += static_cast<char>(static_cast<unsigned char>(pair.scores[k] * 2 + 16));
-    for (const std::size_t k : {3U, 6U})
+    }
+    for (const std::size_t k : {3U, 6U}) {
       block += static_cast<char>(static_cast<unsigned char>(-pair.scores[k] * 20));
+    }
   }
   Trie root;
   std::string data;
   for (const auto& [source_words, block] : blocks) {
     Trie* node = &root;
-    for (const int word : source_words) node = &node->children[word];
+    for (const int word : source_words) {
+      node = &node->children[word];
+    }
     node->block = static_cast<std::uint32_t>(data.size());
     data += le(block.size(), 4) + block;
   }
@@ -114,7 +131,9 @@ void TestModel::write_phrase_table() const {
   }
   head += le(0, 8);
   std::string nodes;
-  for (const std::string& record : records) nodes += record;
+  for (const std::string& record : records) {
+    nodes += record;
+  }
   folder_.write(parameter.trans_model, head);
   folder_.write(parameter.trans_model + ".nodes", nodes);
   folder_.write(parameter.trans_model + ".data", data);
@@ -125,7 +144,9 @@ std::unique_ptr<decoder::SharedMember> TestModel::load(std::optional<long> budge
   target.save(folder_.path(parameter.target_vocab).c_str());
   write_phrase_table();
   toolkit::LangModelBuilder builder;
-  for (const TestGram& gram : grams) builder.add(gram.words, gram.probability, gram.back_off);
+  for (const TestGram& gram : grams) {
+    builder.add(gram.words, gram.probability, gram.back_off);
+  }
   const std::string path = folder_.path(parameter.lang_model);
   builder.write(path);
   auto shared = std::make_unique<decoder::SharedMember>(&parameter, folder_.path());
@@ -137,7 +158,9 @@ std::unique_ptr<decoder::SharedMember> TestModel::load(std::optional<long> budge
 }
 
 TestSentence::TestSentence(const std::vector<std::string>& words) : words_(words) {
-  for (std::string& word : words_) nodes.push_back({word.data(), nullptr, nullptr});
+  for (std::string& word : words_) {
+    nodes.push_back({word.data(), nullptr, nullptr});
+  }
 }
 
 TestSentence::TestSentence(const std::string& text) : TestSentence(split(text)) {}

@@ -26,22 +26,22 @@ struct DestroyOut {
 using model_ptr = std::unique_ptr<lexicut_model, DestroyModel>;
 using out_ptr = std::unique_ptr<lexicut_out, DestroyOut>;
 
-const std::vector<segment_word_t> words = {
+const std::vector<segment_word_t> kWords = {
     {"研究", 300, "v"},  {"研究生", 60, "n"}, {"生命", 200, "n"},  {"起源", 80, "n"},
     {"的", 5000, "u"},   {"和", 2000, "c"},   {"和服", 20, "n"},   {"服务", 300, "v"},
     {"我们", 900, "r"},  {"在", 3000, "p"},   {"T恤", 10, "n"},    {"王小明", 5, "nr"},
     {"张三丰", 4, "nr"}, {"王芳", 3, "nr"},   {"李大方", 3, "nr"}, {"データ", 50, "n"},
     {"明星", 40, "nr"},  {"大方", 30, "a"},   {"说", 800, "v"},
 };
-const std::vector<std::string> surnames = {"王", "张", "李", "欧阳"};
+const std::vector<std::string> kSurnames = {"王", "张", "李", "欧阳"};
 
 class Segmentation : public ::testing::Test {
  protected:
   static void TearDownTestSuite() { s_folder.reset(); }
   static void SetUpTestSuite() {
     s_folder = std::make_unique<kora_test::TempFolder>();
-    build_segment_dictionary(path("words"), words, surnames);
-    build_segment_names(path("names"), words, surnames);
+    build_segment_dictionary(path("words"), kWords, kSurnames);
+    build_segment_names(path("names"), kWords, kSurnames);
     build_segment_ambiguous(path("ambiguous"), {"和 服务", "研究 生命"});
   }
   static std::string path(const std::string& name) { return s_folder->path(name); }
@@ -64,10 +64,14 @@ class Segmentation : public ::testing::Test {
       EXPECT_EQ(out->offsets[i], next) << "words must cover every byte";
       EXPECT_GT(out->lengths[i], 0);
       next = out->offsets[i] + out->lengths[i];
-      if (i > 0) result += '/';
+      if (i > 0) {
+        result += '/';
+      }
       result += text.substr(static_cast<std::size_t>(out->offsets[i]),
                             static_cast<std::size_t>(out->lengths[i]));
-      if ((out->properties[i] & LEXICUT_PROPERTY_NAME) != 0) result += '*';
+      if ((out->properties[i] & LEXICUT_PROPERTY_NAME) != 0) {
+        result += '*';
+      }
     }
     EXPECT_EQ(next, static_cast<std::int32_t>(text.size()));
     return result;
@@ -177,7 +181,9 @@ TEST_F(Segmentation, SurvivesDamagedFiles) {
       };
       const model_ptr model(lexicut_load_model(choose("words").c_str(), choose("names").c_str(),
                                                choose("ambiguous").c_str(), 0));
-      if (!model) continue;
+      if (!model) {
+        continue;
+      }
       EXPECT_NE(cut(model.get(), text), "failed");
     }
   }
@@ -191,11 +197,17 @@ TEST_F(Segmentation, OneModelServesManyThreads) {
   std::vector<int> equal(4, 0);
   for (int& count : equal) {
     threads.emplace_back([&] {
-      for (int i = 0; i < 200; ++i) count += cut(model.get(), text) == expected ? 1 : 0;
+      for (int i = 0; i < 200; ++i) {
+        count += cut(model.get(), text) == expected ? 1 : 0;
+      }
     });
   }
-  for (std::thread& thread : threads) thread.join();
-  for (const int count : equal) EXPECT_EQ(count, 200);
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  for (const int count : equal) {
+    EXPECT_EQ(count, 200);
+  }
 }
 
 TEST_F(Segmentation, BuildersRefuseWhatTheyCannotHold) {

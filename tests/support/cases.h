@@ -27,13 +27,17 @@ struct Case {
   std::vector<std::string> words(std::size_t i) const {
     std::istringstream in(cells.at(i));
     std::vector<std::string> words;
-    for (std::string word; in >> word;) words.push_back(word);
+    for (std::string word; in >> word;) {
+      words.push_back(word);
+    }
     return words;
   }
   static double real(const std::string& text) {
     double value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (error != std::errc() || *end != '\0') throw std::runtime_error("no number: " + text);
+    if (error != std::errc() || *end != '\0') {
+      throw std::runtime_error("no number: " + text);
+    }
     return value;
   }
   std::vector<double> ratios(std::size_t i) const {  // "0.5 2/3"
@@ -41,7 +45,9 @@ struct Case {
     for (const std::string& word : words(i)) {
       const std::size_t slash = std::min(word.find('/'), word.size());
       ratios.push_back(real(word.substr(0, slash)));
-      if (slash < word.size()) ratios.back() /= real(word.substr(slash + 1));
+      if (slash < word.size()) {
+        ratios.back() /= real(word.substr(slash + 1));
+      }
     }
     return ratios;
   }
@@ -50,23 +56,31 @@ struct Case {
     for (std::string rest = cells.at(i);;) {
       const std::size_t end = rest.find(separator);
       parts.back() = rest.substr(0, end);
-      if (end == rest.npos) return parts;
+      if (end == rest.npos) {
+        return parts;
+      }
       rest.erase(0, end + separator.size());
       parts.emplace_back();
     }
   }
   std::vector<int> numbers(std::size_t i) const {
     std::vector<int> numbers;
-    for (const std::string& word : words(i)) numbers.push_back(std::stoi(word, nullptr, 0));
+    for (const std::string& word : words(i)) {
+      numbers.push_back(std::stoi(word, nullptr, 0));
+    }
     return numbers;
   }
 };
 
 inline std::string case_cell(const std::string& text) {
   const std::size_t begin = text.find_first_not_of(' ');
-  if (begin == std::string::npos) return "";
+  if (begin == std::string::npos) {
+    return "";
+  }
   const std::string trimmed = text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
-  if (trimmed == "\"\"") return "";
+  if (trimmed == "\"\"") {
+    return "";
+  }
   std::string cell;
   for (std::size_t i = 0; i < trimmed.size(); ++i) {
     if (trimmed[i] != '\\') {
@@ -92,9 +106,13 @@ inline std::vector<Case> read_cases(const std::string& file, const std::string& 
   int number = 0;
   for (std::string line; std::getline(in, line);) {
     ++number;
-    if (line.starts_with("== ")) current = line.substr(3);
+    if (line.starts_with("== ")) {
+      current = line.substr(3);
+    }
     const bool comment = line.empty() || line[0] == '#' || line.starts_with("== ");
-    if (current != section || comment) continue;
+    if (current != section || comment) {
+      continue;
+    }
     Case found{file + ":" + std::to_string(number), {}};
     line = line.substr(0, line.find(" ## ")) + " | ";
     for (std::size_t end; (end = line.find(" | ")) != std::string::npos; line.erase(0, end + 3)) {
@@ -102,7 +120,9 @@ inline std::vector<Case> read_cases(const std::string& file, const std::string& 
     }
     cases.push_back(std::move(found));
   }
-  if (cases.empty()) throw std::runtime_error("no cases of " + section + " in " + file);
+  if (cases.empty()) {
+    throw std::runtime_error("no cases of " + section + " in " + file);
+  }
   return cases;
 }
 

@@ -37,10 +37,14 @@ struct lm_file_t {
       const std::size_t at = 2 + 6 * static_cast<std::size_t>(word);
       ngrams[{word}] = entry(number(at + 2, 2), number(at + 4, 2));
       const std::size_t tree = number(at, 2);
-      if (tree + 1 >= positions) continue;
+      if (tree + 1 >= positions) {
+        continue;
+      }
       tree_of[word] = tree;
       const std::size_t start = number(after + 8 + 4 * tree, 4);
-      if (number(start, 4) > 0) read_group(start + 4, 0, {word});
+      if (number(start, 4) > 0) {
+        read_group(start + 4, 0, {word});
+      }
     }
   }
 
@@ -58,16 +62,24 @@ struct lm_file_t {
   }
   void read_group(std::size_t nodes, std::size_t group, std::vector<int> ids) {
     const std::size_t at = nodes + 8 * group;
-    if (number(at, 2) != 65535) return read_node(nodes, group, std::move(ids));
-    for (std::size_t i = 1; i <= number(at + 2, 2); ++i) read_node(nodes, group + i, ids);
+    if (number(at, 2) != 65535) {
+      return read_node(nodes, group, std::move(ids));
+    }
+    for (std::size_t i = 1; i <= number(at + 2, 2); ++i) {
+      read_node(nodes, group + i, ids);
+    }
   }
   void read_node(std::size_t nodes, std::size_t node, std::vector<int> ids) {
     const std::size_t at = nodes + 8 * node;
     ids.insert(ids.begin(), static_cast<int>(number(at, 2)));
     const std::size_t flagged = number(at + 6, 2);
-    if (flagged & 0x8000) ngrams[ids] = entry(number(at + 4, 2), flagged & 0x7FFF);
+    if (flagged & 0x8000) {
+      ngrams[ids] = entry(number(at + 4, 2), flagged & 0x7FFF);
+    }
     const std::size_t link = number(at + 2, 2);
-    if (link > 1) read_group(nodes, link - 1, ids);
+    if (link > 1) {
+      read_group(nodes, link - 1, ids);
+    }
   }
 
   const std::string& bytes_;
@@ -82,7 +94,9 @@ class ReferenceScorer {
     std::int64_t used = 0;
     for (const std::int64_t nodes : file.tree_nodes) {
       used += 8 * nodes + 20;
-      if (used > budget) break;
+      if (used > budget) {
+        break;
+      }
       ++resident_;
     }
   }
@@ -94,18 +108,24 @@ class ReferenceScorer {
 
   const lm_file_t::entry_t* find(std::span<const int> ids) const {
     const auto found = file_.ngrams.find({ids.begin(), ids.end()});
-    if (found == file_.ngrams.end() || (ids.size() > 1 && !visible(ids.back()))) return nullptr;
+    if (found == file_.ngrams.end() || (ids.size() > 1 && !visible(ids.back()))) {
+      return nullptr;
+    }
     return &found->second;
   }
 
   float ngram(std::span<const int> ids) const {
     for (std::size_t matched = ids.size(); matched > 0; --matched) {
       const auto* entry = find(ids.last(matched));
-      if (entry == nullptr) continue;
+      if (entry == nullptr) {
+        continue;
+      }
       float score = entry->probability;
       const auto context = ids.first(ids.size() - 1);
       for (std::size_t k = matched; k <= context.size(); ++k) {
-        if (const auto* weight = find(context.last(k))) score += weight->back_off;
+        if (const auto* weight = find(context.last(k))) {
+          score += weight->back_off;
+        }
       }
       return score;
     }

@@ -27,21 +27,27 @@
 namespace kora_test {
 
 inline const std::vector<std::string>& small_words(std::string_view language) {
-  static const std::vector<std::string> english = {
+  static const std::vector<std::string> kEnglish = {
       "the", "file", "opens", "a", "program", "reads", "new",  "york", "is",
       "not", ".",    ",",     "5", "well-",   "known", "it",   "menu", "click",
       "and", "save", "to",    "?", "%",       "\"",    "page", "in"};
-  static const std::vector<std::string> chinese = {
+  static const std::vector<std::string> kChinese = {
       "这", "个",   "文件", "打开", "程序", "读取", "上海", "是", "不", "。", "，",  "5",
       "和", "保存", "到",   "？",   "张",   "三",   "页",   "在", "了", "第", "单击"};
-  static const std::vector<std::string> japanese = {"この", "ファイル", "を", "開く", "は",  "東京",
-                                                    "。",   "、",       "5",  "に",   "友達"};
-  static const std::vector<std::string> korean = {"이",   "파일", "을", "열", "프로그램",
+  static const std::vector<std::string> kJapanese = {
+      "この", "ファイル", "を", "開く", "は", "東京", "。", "、", "5", "に", "友達"};
+  static const std::vector<std::string> kOrean = {"이",   "파일", "을", "열", "프로그램",
                                                   "서울", ".",    ",",  "5",  "저장"};
-  if (language == "en") return english;
-  if (language == "ja") return japanese;
-  if (language == "ko") return korean;
-  return chinese;
+  if (language == "en") {
+    return kEnglish;
+  }
+  if (language == "ja") {
+    return kJapanese;
+  }
+  if (language == "ko") {
+    return kOrean;
+  }
+  return kChinese;
 }
 
 inline void make_small_models(const std::string& path, std::string_view source,
@@ -59,8 +65,12 @@ inline void make_small_models(const std::string& path, std::string_view source,
   std::vector<std::int32_t> to;
   const std::int32_t begin = targets.encode("<s>");
   const std::int32_t end = targets.encode("</s>");
-  for (const std::string& word : small_words(source)) from.push_back(sources.encode(word));
-  for (const std::string& word : small_words(target)) to.push_back(targets.encode(word));
+  for (const std::string& word : small_words(source)) {
+    from.push_back(sources.encode(word));
+  }
+  for (const std::string& word : small_words(target)) {
+    to.push_back(targets.encode(word));
+  }
   sources.save(path + "/source.vocab");
   targets.save(path + "/target.vocab");
 
@@ -68,8 +78,12 @@ inline void make_small_models(const std::string& path, std::string_view source,
     return ids[static_cast<std::size_t>(below(ids.size()))];
   };
   toolkit::LangModelBuilder grams({.end_id = end});
-  for (const std::int32_t tag : {0, 8, 256, begin, end}) grams.add(std::array{tag}, -2.5F, -0.5F);
-  for (const std::int32_t word : to) grams.add(std::array{word}, -3.0F, -0.25F);
+  for (const std::int32_t tag : {0, 8, 256, begin, end}) {
+    grams.add(std::array{tag}, -2.5F, -0.5F);
+  }
+  for (const std::int32_t word : to) {
+    grams.add(std::array{word}, -3.0F, -0.25F);
+  }
   for (int i = 0; i < 120; ++i) {
     const std::array ids{i % 7 == 0 ? begin : any(to), any(to), i % 5 == 0 ? end : any(to)};
     grams.add(std::span(ids).first(2), -0.5F * static_cast<float>(1 + below(6)), -0.125F);
@@ -84,15 +98,23 @@ inline void make_small_models(const std::string& path, std::string_view source,
   const auto add = [&](std::size_t source_length, std::size_t target_length, std::int32_t first) {
     toolkit::phrase_entry_t pair;
     pair.source.push_back(first);
-    while (pair.source.count < source_length) pair.source.push_back(any(from));
-    while (pair.target.count < target_length) pair.target.push_back(any(to));
+    while (pair.source.count < source_length) {
+      pair.source.push_back(any(from));
+    }
+    while (pair.target.count < target_length) {
+      pair.target.push_back(any(to));
+    }
     pair.translation = -0.25F * static_cast<float>(1 + below(20));
-    pair.kind = toolkit::reordering_t::kCounts;
-    for (float& count : pair.reordering) count = static_cast<float>(below(5));
+    pair.kind = toolkit::ReorderingKind::kCounts;
+    for (float& count : pair.reordering) {
+      count = static_cast<float>(below(5));
+    }
     pairs.add(pair);
   };
   for (const std::int32_t word : from) {
-    for (std::size_t k = 0; k < 4; ++k) add(1, 1 + k % 2, word);
+    for (std::size_t k = 0; k < 4; ++k) {
+      add(1, 1 + k % 2, word);
+    }
   }
   for (int i = 0; i < 60; ++i) {
     add(static_cast<std::size_t>(2 + below(2)), static_cast<std::size_t>(1 + below(3)), any(from));
@@ -138,8 +160,9 @@ inline void make_small_folder(const std::string& path, std::string_view directio
     folder.engine.pinyin = "pinyin";
     std::vector<toolkit::segment_word_t> words;
     for (const std::string& word : small_words(source)) {
-      if (static_cast<unsigned char>(word[0]) >= 0x80)
+      if (static_cast<unsigned char>(word[0]) >= 0x80) {
         words.push_back({word, 10 + word.size(), ""});
+      }
     }
     words.push_back({"张三", 3, "nr"});
     words.push_back({"张小明", 2, "nr"});
@@ -153,7 +176,9 @@ inline void make_small_folder(const std::string& path, std::string_view directio
     pinyin.add_line("U+4E09\tkMandarin\tsān");
     pinyin.write(path + "/pinyin");
   }
-  if (source == "ko") folder.engine.single_word_split = "1";
+  if (source == "ko") {
+    folder.engine.single_word_split = "1";
+  }
   folder.decoder.compress = compact;
   folder.decoder.ngram_order = 3;
   if (narrow) {

@@ -46,7 +46,9 @@ inline void write_small_model(const std::string& folder, const std::string& dire
   toolkit::LangModelBuilder lang_model({.end_id = end});
   for (const pair_t& pair : pairs) {
     toolkit::phrase_entry_t& entry = entries.emplace_back();
-    for (const char* word : pair.source) entry.source.push_back(source.encode(word));
+    for (const char* word : pair.source) {
+      entry.source.push_back(source.encode(word));
+    }
     std::vector<std::int32_t> ids = {begin};
     for (const char* word : pair.target) {
       entry.target.push_back(target.encode(word));
@@ -78,7 +80,9 @@ inline void write_small_model(const std::string& folder, const std::string& dire
                                      .score_size = parameter.prune ? 7 : 9,
                                      .quantifier_path = file("phrases.quant"),
                                      .lang_model = &scorer});
-  for (const auto& entry : entries) table.add(entry);
+  for (const auto& entry : entries) {
+    table.add(entry);
+  }
   table.write(file("phrases"));
   toolkit::engine_config_t engine;
   engine.direction = *toolkit::find_direction(direction);

@@ -24,7 +24,9 @@ namespace kora_test {
 // The low `width` bytes of a number, lowest first.
 inline std::string le(std::uint64_t value, int width) {
   std::string bytes;
-  for (int i = 0; i < width; ++i) bytes.push_back(static_cast<char>(value >> (8 * i)));
+  for (int i = 0; i < width; ++i) {
+    bytes.push_back(static_cast<char>(value >> (8 * i)));
+  }
   return bytes;
 }
 
@@ -54,7 +56,9 @@ inline std::string damaged(std::string bytes, const std::string& steps) {
 // A resource file with a record per line, all of the longest line's size.
 inline std::string resource_bytes(const std::vector<std::string>& lines) {
   std::size_t size = 1;
-  for (const std::string& line : lines) size = std::max(size, line.size() + 1);
+  for (const std::string& line : lines) {
+    size = std::max(size, line.size() + 1);
+  }
   std::string bytes = le(size, 4);
   for (std::string line : lines) {
     for (std::size_t i = 0; i + 1 < line.size(); i += 2) {
@@ -80,7 +84,9 @@ class TempFolder {
     const bool in_memory = std::getenv("TMPDIR") == nullptr && ::access(memory.c_str(), W_OK) == 0;
     const auto base = in_memory ? memory : std::filesystem::temp_directory_path();
     std::string pattern = (base / "kora-test-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("can't make a folder for the test");
+    if (!::mkdtemp(pattern.data())) {
+      throw std::runtime_error("can't make a folder for the test");
+    }
     path_ = pattern;
   }
   TempFolder(const TempFolder&) = delete;
@@ -116,8 +122,12 @@ inline std::vector<std::string> dumps_of(const std::string& document) {
   std::vector<std::string> dumps;
   std::ifstream lines(document);
   for (std::string line; std::getline(lines, line);) {
-    if (line.rfind("0000000 ", 0) == 0) dumps.emplace_back();
-    if (line.size() < 8 || line.find_first_not_of("0123456789") != 7 || dumps.empty()) continue;
+    if (line.rfind("0000000 ", 0) == 0) {
+      dumps.emplace_back();
+    }
+    if (line.size() < 8 || line.find_first_not_of("0123456789") != 7 || dumps.empty()) {
+      continue;
+    }
     std::istringstream fields(line.substr(8, 47));
     for (std::string field; fields >> field;) {
       dumps.back().push_back(static_cast<char>(std::stoi(field, nullptr, 16)));

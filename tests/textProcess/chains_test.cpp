@@ -52,16 +52,24 @@ class Chains : public ::testing::Test {
                          {"[segment]", "dict"},
                          {"[anti-name]", "anti"},
                          {"[pinyin]", "pinyin"}};
-    if (source == LangType::kEnglish) sections.emplace_back("[rule]", "rules.ec");
-    if (source == LangType::kChinese) sections.emplace_back("[rule]", "rules.ce");
-    if (source == LangType::kThai) sections.emplace_back("[single-word-split]", "1");
+    if (source == LangType::kEnglish) {
+      sections.emplace_back("[rule]", "rules.ec");
+    }
+    if (source == LangType::kChinese) {
+      sections.emplace_back("[rule]", "rules.ce");
+    }
+    if (source == LangType::kThai) {
+      sections.emplace_back("[single-word-split]", "1");
+    }
     return sections;
   }
 
   std::unique_ptr<Processor> make(LangType source, LangType target,
                                   const Sections& sections) const {
     std::string lines;
-    for (const auto& [header, value] : sections) lines += header + "\n" + value + "\n\n";
+    for (const auto& [header, value] : sections) {
+      lines += header + "\n" + value + "\n\n";
+    }
     return std::make_unique<Processor>(source, target, folder_.write("conf", lines), folder_.path(),
                                        tests::FakeLibrary::api());
   }
@@ -76,10 +84,13 @@ class Chains : public ::testing::Test {
 template <class Step>
 std::string names_of(const Step* head) {
   std::vector<std::string> names;
-  for (const Step* step = head; step != nullptr; step = step->prior())
+  for (const Step* step = head; step != nullptr; step = step->prior()) {
     names.insert(names.begin(), step->name());
+  }
   std::string out;
-  for (const std::string& name : names) out += (out.empty() ? "" : ", ") + name;
+  for (const std::string& name : names) {
+    out += (out.empty() ? "" : ", ") + name;
+  }
   return out;
 }
 
@@ -90,9 +101,13 @@ std::string words_of(Processor& processor, const std::string& text) {
   processor.Preprocess(str, words);
   std::string out;
   for (const auto& node : words.words()) {
-    if (!out.empty()) out += ' ';
+    if (!out.empty()) {
+      out += ' ';
+    }
     out += node.word;
-    if (node.tag != nullptr) out += "/"s + node.translation + "/" + node.tag;
+    if (node.tag != nullptr) {
+      out += "/"s + node.translation + "/" + node.tag;
+    }
   }
   return out;
 }
@@ -136,7 +151,9 @@ TEST_F(Chains, LeaveOutWhatTheConfigurationDoesNotName) {
     // With the section's value, "none" for no such section.
     const auto result = [&](const std::string& value) {
       Sections given = sections;
-      if (value != "none") given.emplace_back(section, value);
+      if (value != "none") {
+        given.emplace_back(section, value);
+      }
       const auto processor = make(source, LangType{c.number(1)}, given);
       return section == "[recase]" ? postprocessed(*processor, c[4]) : words_of(*processor, c[4]);
     };
@@ -155,8 +172,12 @@ TEST_F(Chains, LeaveOutWhatTheConfigurationDoesNotName) {
 TEST_F(Chains, SplitSingleWordsOnDemand) {
   for_cases("words.txt", "single word split on demand", [this](const Case& c) {
     Sections sections;
-    if (c[0] != "none") sections.emplace_back("[segment]", c[0]);
-    if (c[1] != "none") sections.emplace_back("[single-word-split]", c[1]);
+    if (c[0] != "none") {
+      sections.emplace_back("[segment]", c[0]);
+    }
+    if (c[1] != "none") {
+      sections.emplace_back("[single-word-split]", c[1]);
+    }
     std::string chain = "error";
     message_of([&] {
       chain = names_of(
@@ -252,8 +273,9 @@ std::string random_text(std::mt19937& random) {
   std::string text;
   const std::size_t kinds = 1 + random() % kBits.size();
   const std::size_t shift = random() % kBits.size();
-  for (std::size_t n = random() % 60; n > 0; --n)
+  for (std::size_t n = random() % 60; n > 0; --n) {
     text += kBits[(shift + random() % kinds) % kBits.size()];
+  }
   return text;
 }
 
@@ -317,7 +339,9 @@ TEST_F(Chains, TakeLongHostileLinesInTheirStride) {
     const auto processor = make(language, language);
     for (const std::string& unit : units) {
       std::string text;
-      while (text.size() < 1 << 18) text += unit;
+      while (text.size() < 1 << 18) {
+        text += unit;
+      }
       const std::clock_t start = std::clock();
       const bool empty = unit == " " || unit == std::string(1, '\0');
       EXPECT_EQ(words_of(*processor, text).empty(), empty) << unit;

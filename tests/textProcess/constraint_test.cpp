@@ -20,8 +20,9 @@ using kora_test::for_cases;
 std::vector<int> codes(decoder::Constraint& constraint, decoder::Vocab& vocab,
                        const std::string& text) {
   std::vector<std::int32_t> ids;
-  for (const std::string& word : Case{{}, {text}}.words(0))
+  for (const std::string& word : Case{{}, {text}}.words(0)) {
     ids.push_back(vocab.encode(word.c_str()));
+  }
   constraint.build(ids);
   return {constraint.codes().begin(), constraint.codes().end()};
 }
@@ -49,7 +50,9 @@ TEST(Constraint, GivesEachMarkItsCode) {
 
 TEST(Constraint, AllowsOnlyWhatKeepsTheOrder) {
   decoder::Vocab vocab;
-  for (const char* mark : {"(", ")", "."}) vocab.encode(mark);
+  for (const char* mark : {"(", ")", "."}) {
+    vocab.encode(mark);
+  }
   EngConstraint constraint;
   constraint.initialize(vocab);
   for_cases("words.txt", "constraint checks", [&](const Case& c) {

@@ -17,11 +17,15 @@ namespace koralite::tests {
 inline std::string pinyin_bytes(const std::string& text) {
   std::map<std::string, std::string> readings;
   std::istringstream in(text);
-  for (std::string character; in >> character;) in >> readings[character];
+  for (std::string character; in >> character;) {
+    in >> readings[character];
+  }
   std::vector<std::string> slots;
   std::size_t longest = 1;
   for (const auto& [character, pinyin] : readings) {
-    if (std::find(slots.begin(), slots.end(), pinyin) == slots.end()) slots.push_back(pinyin);
+    if (std::find(slots.begin(), slots.end(), pinyin) == slots.end()) {
+      slots.push_back(pinyin);
+    }
     longest = std::max(longest, pinyin.size());
   }
   std::string bytes;

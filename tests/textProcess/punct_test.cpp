@@ -34,13 +34,16 @@ TEST(Punctuation, TakenOffAndPutBack) {
 
     std::string output = c[3];
     std::vector<align_t> alignment;
-    if (!output.empty()) alignment = {{0, 1, 0, static_cast<std::int32_t>(output.size()) - 1}};
+    if (!output.empty()) {
+      alignment = {{0, 1, 0, static_cast<std::int32_t>(output.size()) - 1}};
+    }
     PunctAppendProcessor::DoAppendPunct(words, removed, output, alignment, set);
     EXPECT_EQ(output, c[5]);
     std::vector<int> links;
-    for (const align_t& link : alignment)
+    for (const align_t& link : alignment) {
       links.insert(links.end(),
                    {link.source_first, link.source_last, link.target_first, link.target_last});
+    }
     EXPECT_EQ(links, c.numbers(6));
     ASSERT_EQ(words.words().size(), given.size());
     for (std::size_t i = 0; i < given.size(); ++i) {

@@ -47,7 +47,9 @@ TEST(Utf8, LengthsAndCodePoints) {
 TEST(AlignString, FindsThePositionsOfTheSource) {
   for_cases("words.txt", "align_string", [](const Case& c) {
     ProcessStr source = with_identity(c[0]);
-    for (auto& position : source.positions()) position *= 10;
+    for (auto& position : source.positions()) {
+      position *= 10;
+    }
     ProcessStr target(true, c[1]);
     const bool ok = c[2] != "none";
     EXPECT_EQ(SegmentStrProcessor::text_align_string(source, target), ok);
@@ -85,9 +87,13 @@ FakeLibrary::Answer words_of(const std::string& cut) {
       std::string word = cut.substr(begin, end - begin);
       begin = end + 1;
       const bool left_out = word.starts_with('~');
-      if (left_out) word.erase(0, 1);
+      if (left_out) {
+        word.erase(0, 1);
+      }
       const bool name = word.ends_with('*');
-      if (name) word.pop_back();
+      if (name) {
+        word.pop_back();
+      }
       if (!left_out) {
         out.offsets[out.count] = at;
         out.lengths[out.count] = static_cast<std::int32_t>(word.size());
@@ -144,9 +150,15 @@ TEST(WordSegment, SurvivesAHostileLibrary) {
       }
       const bool counted = !c[2].empty() && c[2].find_first_not_of("-0123456789") == c[2].npos;
       out.count = counted ? c.number(2) : static_cast<std::int32_t>(words.size() / 2);
-      if (c[2] == "no offsets") out.offsets = nullptr;
-      if (c[2] == "no lengths") out.lengths = nullptr;
-      if (c[2] == "no properties") out.properties = nullptr;
+      if (c[2] == "no offsets") {
+        out.offsets = nullptr;
+      }
+      if (c[2] == "no lengths") {
+        out.lengths = nullptr;
+      }
+      if (c[2] == "no properties") {
+        out.properties = nullptr;
+      }
       return c[2] == "failure" ? 0 : 1;
     };
     for (const bool placed : {false, true}) {
@@ -176,7 +188,9 @@ std::string repeated(const std::string& pattern) {
   std::string out;
   for (const std::string& part : Case{{}, {pattern}}.words(0)) {
     const std::size_t star = part.rfind('*');
-    for (int n = std::stoi(part.substr(star + 1)); n > 0; --n) out += part.substr(0, star);
+    for (int n = std::stoi(part.substr(star + 1)); n > 0; --n) {
+      out += part.substr(0, star);
+    }
   }
   return out;
 }
@@ -211,7 +225,9 @@ TEST(WordSegment, CutsPiecesAtCharactersAndAsciiWords) {
   for (int round = 0; round < 300; ++round) {
     std::string text;
     const std::size_t kinds = 1 + random() % std::size(bits);
-    while (text.size() < 2000) text += bits[random() % kinds];
+    while (text.size() < 2000) {
+      text += bits[random() % kinds];
+    }
     const std::vector<int> lengths = lengths_of(text).first;
     ASSERT_LE(*std::max_element(lengths.begin(), lengths.end()), 255);
     ASSERT_LE(lengths.size(), 2 * (text.size() / 255 + 1));
@@ -230,7 +246,9 @@ TEST(WordSegment, LoadsAndReleasesInOrder) {
       }
     });
     std::string calls;
-    for (const std::string& call : library.calls) calls += call + ", ";
+    for (const std::string& call : library.calls) {
+      calls += call + ", ";
+    }
     return calls + error;
   };
   EXPECT_EQ(built(true), "load d  a 0, create 256, destroy_out, destroy, ");

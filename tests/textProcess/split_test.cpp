@@ -30,7 +30,9 @@ void expect_split(Plain split, Placed split_placed, const char* section) {
     EXPECT_EQ(plain, placed);
     ASSERT_EQ(out_places.size(), placed.size());
     for (std::size_t i = 0; i < placed.size(); ++i) {
-      if (placed[i] != '\n') continue;
+      if (placed[i] != '\n') {
+        continue;
+      }
       placed[i] = '|';
       // A line feed stands where the byte behind it stands; all others follow one another.
       EXPECT_EQ(out_places[i], out_places[i + 1]);

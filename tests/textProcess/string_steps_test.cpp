@@ -51,7 +51,9 @@ std::vector<Step> all_steps() {
 }
 
 TEST(StringSteps, MakeOfTextsWhatTheTableSays) {
-  for (const Step& s : all_steps()) expect_cases(*s.step, s.section);
+  for (const Step& s : all_steps()) {
+    expect_cases(*s.step, s.section);
+  }
 }
 
 // Texts that make every rule likely: short pieces that the rules name, and wild bytes.

@@ -18,8 +18,9 @@ std::string split(TokenizeHyphenWsProcessor& step, const std::vector<std::string
   ProcessWordSeq placed(true);
   for (const std::string& word : in) {
     placed.positions().push_back(static_cast<std::int32_t>(100 * placed.words().size()));
-    for (ProcessWordSeq* words : {&plain, &placed})
+    for (ProcessWordSeq* words : {&plain, &placed}) {
       words->words().push_back({.word = words->store(word), .translation = tag, .tag = tag});
+    }
   }
   EXPECT_TRUE(step.Process(plain) != 0 && step.Process(placed) != 0 && placed.consistent());
   EXPECT_EQ(plain.words().size(), placed.words().size());

@@ -15,8 +15,9 @@ using namespace std::string_view_literals;
 
 TEST(Abbreviations, Known) {
   kora_test::for_cases("steps.txt", "abbreviations", [](const kora_test::Case& c) {
-    for (const std::string& word : c.words(1))
+    for (const std::string& word : c.words(1)) {
       EXPECT_EQ(text_is_abbrev_eng(word.c_str()), c[0] == "abbreviation") << word;
+    }
   });
   EXPECT_FALSE(text_is_abbrev_eng("") || text_is_abbrev_eng(static_cast<const char*>(nullptr)));
   std::string out;
@@ -38,32 +39,54 @@ std::size_t plain_url(const char* p) {
   const auto label = [](char c) { return text_is_digit_or_letter(c) || c == '_' || c == '-'; };
   const auto path = [&](char c) { return label(c) || c == '.' || c == '/'; };
   const std::string_view token = std::string_view(p).substr(0, std::string_view(p).find(' '));
-  if (token.find('.') == token.npos) return 0;
+  if (token.find('.') == token.npos) {
+    return 0;
+  }
   const std::size_t stop = std::min(token.find_first_of(",;?!:@"), token.size());
   for (const char c : token.substr(0, stop)) {
-    if (!path(c)) return 0;
+    if (!path(c)) {
+      return 0;
+    }
   }
   std::size_t host = 0;
-  if (token.substr(stop).starts_with("://")) host = stop + 3;
-  if (token.substr(stop).starts_with("@")) host = stop + 1;
-  const std::size_t dot = token.find('.', host);
-  if (dot == token.npos || dot == host) return 0;
-  for (const char c : token.substr(host, dot - host)) {
-    if (!label(c)) return 0;
+  if (token.substr(stop).starts_with("://")) {
+    host = stop + 3;
   }
-  if (dot + 1 == token.size() || !text_is_digit_or_letter(token[dot + 1])) return 0;
+  if (token.substr(stop).starts_with("@")) {
+    host = stop + 1;
+  }
+  const std::size_t dot = token.find('.', host);
+  if (dot == token.npos || dot == host) {
+    return 0;
+  }
+  for (const char c : token.substr(host, dot - host)) {
+    if (!label(c)) {
+      return 0;
+    }
+  }
+  if (dot + 1 == token.size() || !text_is_digit_or_letter(token[dot + 1])) {
+    return 0;
+  }
   for (std::size_t i = dot; i < token.size(); ++i) {
     const bool last = i + 1 == token.size();
     if (token[i] == '.') {
-      if (!text_is_digit_or_letter(token[i - 1])) return 0;
-      if (!last && !text_is_digit_or_letter(token[i + 1])) return 0;
+      if (!text_is_digit_or_letter(token[i - 1])) {
+        return 0;
+      }
+      if (!last && !text_is_digit_or_letter(token[i + 1])) {
+        return 0;
+      }
     } else if (!path(token[i]) && !last) {
       return 0;
     }
   }
   std::size_t length = token.size();
-  if (!text_is_digit_or_letter(token.back()) && token.back() != '/') --length;
-  if (length < 4 || token[length - 1] == '.' || token[length - 2] == '.') return 0;
+  if (!text_is_digit_or_letter(token.back()) && token.back() != '/') {
+    --length;
+  }
+  if (length < 4 || token[length - 1] == '.' || token[length - 2] == '.') {
+    return 0;
+  }
   return length;
 }
 

@@ -28,20 +28,25 @@ using ::testing::ElementsAre;
 
 std::string shown(const common::word_node_t& node) {
   std::string text = node.word;
-  if (node.tag != nullptr) text += "/"s + node.translation + "/" + node.tag;
+  if (node.tag != nullptr) {
+    text += "/"s + node.translation + "/" + node.tag;
+  }
   return text;
 }
 
 std::vector<std::string> shown(const ProcessWordSeq& words) {
   std::vector<std::string> out;
-  for (const auto& node : words.words()) out.push_back(shown(node));
+  for (const auto& node : words.words()) {
+    out.push_back(shown(node));
+  }
   return out;
 }
 
 ProcessWordSeq sequence(const std::vector<std::string>& texts) {
   ProcessWordSeq words(false);
-  for (const std::string& text : texts)
+  for (const std::string& text : texts) {
     words.words().push_back({words.store(text), nullptr, nullptr});
+  }
   return words;
 }
 
@@ -65,7 +70,9 @@ TEST(ConvertNeTag, BuildsTheVocabularysForm) {
   const std::string longest(10235, 't');
   ProcessWordSeq words = sequence({"a", "b", "c", "d"});
   const char* tags[] = {"ASC", nullptr, "", longest.c_str()};
-  for (std::size_t i = 0; i < 4; ++i) words.words()[i].tag = tags[i];
+  for (std::size_t i = 0; i < 4; ++i) {
+    words.words()[i].tag = tags[i];
+  }
   ASSERT_NE(step.Process(words), 0);
   EXPECT_STREQ(words.words()[0].tag, "<ASC>#0");
   EXPECT_EQ(words.words()[1].tag, nullptr);
@@ -108,8 +115,9 @@ TEST_F(Pinyin, RefusesDamagedFiles) {
     return message_of([&] { PinyinConverter(folder_.write("damaged", bytes)); });
   };
   // Cut anywhere, a file is refused.
-  for (std::size_t size = 0; size < bytes_.size(); ++size)
+  for (std::size_t size = 0; size < bytes_.size(); ++size) {
     EXPECT_EQ(load(bytes_.substr(0, size)), "Invalid input file for PackFreeInput") << size;
+  }
   EXPECT_EQ(load(bytes_ + "more"), "");
 
   const std::size_t counts = 4 + 8 * 5;  // where P and L stand
@@ -122,8 +130,9 @@ TEST_F(Pinyin, RefusesDamagedFiles) {
       {counts + 4, 0, "Invalidate Pinyin Info in the Pinyin File"},
       {counts + 4, 0xFFFFFFFF, cut},
   };
-  for (const auto& [at, value, message] : cases)
+  for (const auto& [at, value, message] : cases) {
     EXPECT_EQ(load(std::string(bytes_).replace(at, 4, le(value, 4))), message) << at;
+  }
   EXPECT_EQ(message_of([&] { PinyinConverter(folder_.path("none")); }),
             "Cannot open the input pinyin file!");
   EXPECT_EQ(message_of([&] { PinyinConverter(folder_.path()); }),

@@ -135,7 +135,9 @@ TEST(Aligner, PassesOverWhatItCannotAlign) {
   EXPECT_EQ(last, 1);
   EXPECT_EQ(to_text(alignment[0]), "0-0 1-1");
   EXPECT_EQ(to_text(alignment[4]), "0-0");
-  for (const std::size_t pair : {1U, 2U, 3U}) EXPECT_TRUE(alignment[pair].empty());
+  for (const std::size_t pair : {1U, 2U, 3U}) {
+    EXPECT_TRUE(alignment[pair].empty());
+  }
 
   const Bitext nothing = make_bitext({}, {});
   EXPECT_EQ(align_both(nothing, {}).size(), 0U);

@@ -19,8 +19,9 @@ using kora_test::for_cases;
 TEST(Tokenizer, Cases) {
   for_cases("cases.txt", "tokenizer", [](const Case& c) {
     std::string text;
-    for (const std::string& word : tokenize(c[1], tokenizer_by_name(c[0])))
+    for (const std::string& word : tokenize(c[1], tokenizer_by_name(c[0]))) {
       text += (text.empty() ? "" : " ") + word;
+    }
     EXPECT_EQ(text, c[2]);
   });
   EXPECT_THROW(tokenizer_by_name("14a"), std::runtime_error);
@@ -32,15 +33,18 @@ using References = std::vector<std::vector<std::string>>;
 BleuStats stats_of(const References& references, const std::vector<std::string>& translations,
                    const BleuOptions& options = {}) {
   BleuStats sum;
-  for (const BleuStats& s : BleuScorer(references, options).sentences(translations)) sum += s;
+  for (const BleuStats& s : BleuScorer(references, options).sentences(translations)) {
+    sum += s;
+  }
   return sum;
 }
 
 // "a / b // c / d": the first reference of two sentences, the second.
 References references_of(const Case& c) {
   References references;
-  for (const std::string& reference : c.parts(0, " // "))
+  for (const std::string& reference : c.parts(0, " // ")) {
     references.push_back(Case{{}, {reference}}.parts(0, " / "));
+  }
   return references;
 }
 
@@ -54,7 +58,9 @@ TEST(Bleu, StatisticsAndScoresWorkedByHand) {
     EXPECT_EQ(static_cast<double>(stats.length), lengths[0]);
     EXPECT_EQ(static_cast<double>(stats.reference), lengths[1]);
     double product = 1;
-    for (const double precision : c.ratios(5)) product *= precision;
+    for (const double precision : c.ratios(5)) {
+      product *= precision;
+    }
     const double brevity =
         lengths[0] == 0 ? 1 : std::exp(std::min(0.0, 1 - lengths[1] / lengths[0]));
     EXPECT_NEAR(bleu(stats).score, 100 * brevity * std::pow(product, 0.25), 1e-9);
@@ -134,7 +140,9 @@ TEST(Bootstrap, IntervalAndSignificance) {
   EXPECT_EQ(compare(shuffled).p, 1);
   // A difference of two standard deviations: p near 0.05.
   std::vector<Share> slightly = shuffled;
-  for (std::size_t i = 0; i < 20; ++i) slightly[i * 2] = {1, 1};
+  for (std::size_t i = 0; i < 20; ++i) {
+    slightly[i * 2] = {1, 1};
+  }
   EXPECT_NEAR(compare(slightly).p, 0.3, 0.06);  // 5 % against a deviation of 4.9 %
   EXPECT_EQ(compare(better).p, compare(better).p);
   EXPECT_THROW(compare({}), std::runtime_error);

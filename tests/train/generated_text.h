@@ -29,10 +29,14 @@ inline GeneratedText generate_text(std::size_t pairs, std::size_t words, std::ui
     for (std::size_t i = 0; i < length; ++i) {
       // Small numbers are frequent.
       source.push_back("w" + std::to_string(random.below(1 + random.below(words))));
-      if (random.below(10) != 0) order.push_back(i);
+      if (random.below(10) != 0) {
+        order.push_back(i);
+      }
     }
     for (std::size_t i = 1; i < order.size(); ++i) {
-      if (random.below(5) == 0) std::swap(order[i - 1], order[i]);
+      if (random.below(5) == 0) {
+        std::swap(order[i - 1], order[i]);
+      }
     }
     std::vector<Link> links;
     std::string target;
@@ -48,7 +52,9 @@ inline GeneratedText generate_text(std::size_t pairs, std::size_t words, std::ui
     std::sort(links.begin(), links.end());
     text.truth.add(links);
     std::string joined;
-    for (const std::string& word : source) joined += word + " ";
+    for (const std::string& word : source) {
+      joined += word + " ";
+    }
     text.source.push_back(joined);
     text.target.push_back(target);
   }

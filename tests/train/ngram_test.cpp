@@ -17,14 +17,18 @@ namespace {
 
 NgramText text_of(const std::vector<std::string>& lines) {
   NgramText text;
-  for (const std::string& line : lines) text.add_line(line);
+  for (const std::string& line : lines) {
+    text.add_line(line);
+  }
   return text;
 }
 
 // The n-gram's own entry, or NaN.
 double entry(const NgramModel& model, const NgramText& text, const std::string& ngram) {
   std::vector<WordId> ids;
-  for (const std::string_view word : split_blanks(ngram)) ids.push_back(text.words().find(word));
+  for (const std::string_view word : split_blanks(ngram)) {
+    ids.push_back(text.words().find(word));
+  }
   const std::size_t found = model.find(ids);
   return found == NgramModel::kNone
              ? std::nan("")
@@ -57,7 +61,9 @@ class Reference {
   Reference(const NgramText& text, std::size_t order) : order_(order) {
     Gram sentence;
     for (const WordId word : text.tokens()) {
-      if (word == NgramText::kBegin) sentence.clear();
+      if (word == NgramText::kBegin) {
+        sentence.clear();
+      }
       sentence.push_back(word);
       for (std::size_t n = 1; n <= std::min(order, sentence.size()); ++n) {
         const Gram gram(sentence.end() - static_cast<std::ptrdiff_t>(n), sentence.end());
@@ -68,27 +74,41 @@ class Reference {
     std::set<WordId> words;
     std::vector<std::array<std::uint64_t, 4>> kinds(order);
     for (const auto& [gram, count] : seen_) {
-      if (gram == Gram{NgramText::kBegin}) continue;
+      if (gram == Gram{NgramText::kBegin}) {
+        continue;
+      }
       const std::uint64_t c = adjusted(gram);
-      if (c <= 4) ++kinds[gram.size() - 1][c - 1];
+      if (c <= 4) {
+        ++kinds[gram.size() - 1][c - 1];
+      }
       const Gram context(gram.begin(), gram.end() - 1);
       total_[context] += c;
       following_[context].push_back(c);
-      if (gram.size() == 1 && gram[0] != NgramText::kUnknown) words.insert(gram[0]);
+      if (gram.size() == 1 && gram[0] != NgramText::kUnknown) {
+        words.insert(gram[0]);
+      }
     }
     words_ = words.size() + 1;
-    for (const auto& kind : kinds) discounts_.push_back(modified_discounts(kind));
+    for (const auto& kind : kinds) {
+      discounts_.push_back(modified_discounts(kind));
+    }
   }
 
   double probability(const Gram& gram) const {
-    if (gram.empty()) return 1.0 / static_cast<double>(words_);
+    if (gram.empty()) {
+      return 1.0 / static_cast<double>(words_);
+    }
     const Gram context(gram.begin(), gram.end() - 1);
     const Gram shorter(gram.begin() + 1, gram.end());
     const auto found = total_.find(context);
-    if (found == total_.end()) return probability(shorter);
+    if (found == total_.end()) {
+      return probability(shorter);
+    }
     const double total = static_cast<double>(found->second);
     double freed = 0;
-    for (const std::uint64_t c : following_.at(context)) freed += discount(gram.size(), c);
+    for (const std::uint64_t c : following_.at(context)) {
+      freed += discount(gram.size(), c);
+    }
     const std::uint64_t own = seen_.contains(gram) ? adjusted(gram) : 0;
     const double kept = own == 0 ? 0 : static_cast<double>(own) - discount(gram.size(), own);
     return kept / total + freed / total * probability(shorter);
@@ -130,7 +150,9 @@ TEST(NgramEstimator, AgreesWithTheDefinitions) {
       for (std::size_t i = 0; i < level.size(); ++i) {
         const Reference::Gram gram(level.words.begin() + static_cast<std::ptrdiff_t>(i * n),
                                    level.words.begin() + static_cast<std::ptrdiff_t>(i * n + n));
-        if (gram == Reference::Gram{NgramText::kBegin}) continue;
+        if (gram == Reference::Gram{NgramText::kBegin}) {
+          continue;
+        }
         ASSERT_NEAR(std::pow(10.0, static_cast<double>(level.log_probability[i])),
                     reference.probability(gram), 1e-5)
             << "order " << order << ", entry " << i << " of " << n << " words";
@@ -171,14 +193,18 @@ TEST(NgramEstimator, ProbabilitiesSumToOneAfterEveryContextPrunedOrNot) {
       for (std::size_t k = 0; k + 1 < c.order; ++k) {
         context.push_back(i % 2 == 0 ? text.tokens()[at + k]
                                      : static_cast<WordId>(random.below(text.words().size())));
-        if (context.back() == NgramText::kEnd) context.back() = NgramText::kUnknown;
+        if (context.back() == NgramText::kEnd) {
+          context.back() = NgramText::kUnknown;
+        }
       }
       contexts.push_back(context);
     }
     for (std::vector<WordId>& context : contexts) {
       double sum = 0;
       for (WordId word = 0; word < text.words().size(); ++word) {
-        if (word == NgramText::kBegin) continue;
+        if (word == NgramText::kBegin) {
+          continue;
+        }
         context.push_back(word);
         sum += std::pow(10.0, model.log10_probability(context));
         context.pop_back();
@@ -209,7 +235,9 @@ TEST(NgramEstimator, EntropyPruningCostsLittleAndLeavesAClosedModel) {
   std::vector<std::string> lines;
   const std::vector<std::string> some = generate_text(150, 300, 13).source;
   SeededRandom random(2);
-  for (int i = 0; i < 1500; ++i) lines.push_back(some[random.below(1 + random.below(some.size()))]);
+  for (int i = 0; i < 1500; ++i) {
+    lines.push_back(some[random.below(1 + random.below(some.size()))]);
+  }
   const std::vector<std::string> held(lines.end() - 200, lines.end());
   lines.resize(1300);
   const NgramText text = text_of(lines);
@@ -266,7 +294,9 @@ TEST(Arpa, PlainAndCompressedHoldTheSameText) {
     write_arpa(model, folder.path(name));
     std::string text_of_file;
     LineReader reader(folder.path(name));
-    for (std::string_view line; reader.next(line);) text_of_file.append(line).append("\n");
+    for (std::string_view line; reader.next(line);) {
+      text_of_file.append(line).append("\n");
+    }
     return text_of_file;
   };
   const std::string plain = written("plain.arpa");

@@ -31,7 +31,9 @@ std::set<Box> all_boxes(int sources, int targets, int longest, const std::vector
             any = any || (s && t);
             broken = broken || s != t;
           }
-          if (any && !broken) boxes.insert({s1, s2, t1, t2});
+          if (any && !broken) {
+            boxes.insert({s1, s2, t1, t2});
+          }
         }
       }
     }
@@ -106,7 +108,9 @@ using Rows = std::vector<std::pair<std::string, Row>>;
 
 std::string text_of(std::span<const WordId> ids, const WordTable& words) {
   std::string text;
-  for (const WordId id : ids) text += (text.empty() ? "" : " ") + words.word(id);
+  for (const WordId id : ids) {
+    text += (text.empty() ? "" : " ") + words.word(id);
+  }
   return text;
 }
 
@@ -122,7 +126,9 @@ Rows rows_of(const Bitext& bitext, const Alignment& alignment, const PhraseOptio
                                 p.significance, p.count, p.previous, p.next, p.links});
         }
       });
-  if (statistics != nullptr) *statistics = made;
+  if (statistics != nullptr) {
+    *statistics = made;
+  }
   return rows;
 }
 
@@ -132,7 +138,9 @@ TEST(PhraseTable, ScoresWorkedByHand) {
   const std::vector<std::string> target{"x", "x", "y", "x"};
   const Bitext bitext = make_bitext(source, target);
   Alignment alignment;
-  for (int i = 0; i < 4; ++i) alignment.add(std::vector<Link>{{0, 0}});
+  for (int i = 0; i < 4; ++i) {
+    alignment.add(std::vector<Link>{{0, 0}});
+  }
   PhraseOptions options;
   std::map<std::string, Row> rows;
   const auto build = [&](PhraseSmoothing smoothing) {
@@ -214,7 +222,9 @@ TEST(PhraseTable, RefusesWhatDoesNotFit) {
   const auto refused = [&](const std::vector<Link>& links, std::size_t sentences,
                            std::size_t max_source, std::size_t max_target) {
     Alignment alignment;
-    for (std::size_t i = 0; i < sentences; ++i) alignment.add(links);
+    for (std::size_t i = 0; i < sentences; ++i) {
+      alignment.add(links);
+    }
     PhraseOptions options;
     options.max_source = max_source;
     options.max_target = max_target;
@@ -237,8 +247,9 @@ TEST(Statistics, FisherAndDiscounts) {
       {4, 4, 4, 4, 1},
       {3, 5, 4, 20, (10.0 * 15 + 5) / 4845},  // C(5,3) C(15,1) + C(5,4) of C(20,4)
   };
-  for (const auto& [both, source, target, sentences, p] : cases)
+  for (const auto& [both, source, target, sentences, p] : cases) {
     EXPECT_NEAR(fisher_significance(both, source, target, sentences), -std::log(p), 1e-9) << p;
+  }
   // y = 4 / (4 + 2 * 2) = 1/2; D1 = 1 - 2 y 2/4, D2 = 2 - 3 y 1/2, D3 = 3 - 4 y 1/1.
   EXPECT_EQ(modified_discounts({4, 2, 1, 1}), (std::array<double, 3>{0.5, 1.25, 1.0}));
   EXPECT_EQ(modified_discounts({4, 2, 0, 1}), (std::array<double, 3>{0.5, 1.0, 1.5}));

@@ -27,19 +27,19 @@ using kora_test::message_of;
 using ::testing::HasSubstr;
 
 using pairs_t = std::vector<std::pair<std::string, std::string>>;
-const pairs_t people = {
+const pairs_t kPeople = {
     {"I", "我"}, {"we", "我们"}, {"they", "他们"}, {"the teacher", "老师"}, {"you", "你"}};
-const pairs_t verbs = {{"see", "看见"}, {"sell", "出售"}, {"need", "需要"}, {"want", "想要"}};
-const pairs_t things = {
+const pairs_t kVerbs = {{"see", "看见"}, {"sell", "出售"}, {"need", "需要"}, {"want", "想要"}};
+const pairs_t kThings = {
     {"red", "红色"}, {"books", "书"}, {"tables", "桌子"}, {"water", "水"}, {"bread", "面包"}};
 
 // Sentence pairs in a fixed order: subject, verb, thing, every third with an amount of money.
 std::pair<std::string, std::string> sentences(std::size_t count) {
   std::pair<std::string, std::string> text;
   for (std::size_t i = 0; i < count; ++i) {
-    const auto& person = people[i % people.size()];
-    const auto& verb = verbs[i / 5 % verbs.size()];
-    const auto& thing = things[i / 20 % things.size()];
+    const auto& person = kPeople[i % kPeople.size()];
+    const auto& verb = kVerbs[i / 5 % kVerbs.size()];
+    const auto& thing = kThings[i / 20 % kThings.size()];
     const std::string amount = std::to_string(10 + i * 7);
     text.first += person.first + " " + verb.first + " " + thing.first;
     text.first += i % 3 == 0 ? " for " + amount + " dollars.\n" : ".\n";
@@ -54,33 +54,36 @@ class TrainerTest : public ::testing::Test {
   void SetUp() override {
     const auto write = [this](const std::string& name, std::size_t count) {
       const auto [english, chinese] = sentences(count);
-      m_folder.write(name + ".en", english);
-      m_folder.write(name + ".zh", chinese);
+      folder_.write(name + ".en", english);
+      folder_.write(name + ".zh", chinese);
     };
     write("a", 300);
     write("dev", 40);
     std::string words = "用 9\n美元 9\n";
-    for (const pairs_t* pairs : {&people, &verbs, &things})
-      for (const auto& [english, chinese] : *pairs) words += chinese + " 9\n";
-    m_folder.write("words", words);
-    m_options.direction = *find_direction("en-zh");
-    m_options.source = m_folder.path("a.en");
-    m_options.target = m_folder.path("a.zh");
-    m_options.dictionary = m_folder.path("words");
-    m_options.output = m_folder.path("model");
-    m_options.threads = 2;
-    m_options.order = 3;
-    m_options.tune_rounds = 2;
-    m_options.nbest = 10;
+    for (const pairs_t* pairs : {&kPeople, &kVerbs, &kThings}) {
+      for (const auto& [english, chinese] : *pairs) {
+        words += chinese + " 9\n";
+      }
+    }
+    folder_.write("words", words);
+    options_.direction = *find_direction("en-zh");
+    options_.source = folder_.path("a.en");
+    options_.target = folder_.path("a.zh");
+    options_.dictionary = folder_.path("words");
+    options_.output = folder_.path("model");
+    options_.threads = 2;
+    options_.order = 3;
+    options_.tune_rounds = 2;
+    options_.nbest = 10;
   }
 
   train_result_t run() {
-    m_said.clear();
-    return train(m_options, {}, [&](const std::string& text) { m_said += text + '\n'; });
+    said_.clear();
+    return train(options_, {}, [&](const std::string& text) { said_ += text + '\n'; });
   }
 
   std::string translate(const std::string& text) const {
-    const model_folder_t folder = open_model_folder(m_options.output);
+    const model_folder_t folder = open_model_folder(options_.output);
     translator::TransImpl handle(language_type(folder.engine.direction.source),
                                  language_type(folder.engine.direction.target),
                                  folder.engine_path(), folder.path, folder.engine.decoder);
@@ -89,17 +92,17 @@ class TrainerTest : public ::testing::Test {
     return output;
   }
 
-  kora_test::TempFolder m_folder;
-  train_options_t m_options;
-  std::string m_said;
+  kora_test::TempFolder folder_;
+  train_options_t options_;
+  std::string said_;
 };
 
 }  // namespace
 
 TEST_F(TrainerTest, TrainsAFolderThatTranslates) {
-  m_options.dev_source = m_folder.path("dev.en");
-  m_options.dev_target = m_folder.path("dev.zh");
-  m_options.rules = std::string(KORA_SOURCE_DIR) + "/data/rules/en-zh.rules";
+  options_.dev_source = folder_.path("dev.en");
+  options_.dev_target = folder_.path("dev.zh");
+  options_.rules = std::string(KORA_SOURCE_DIR) + "/data/rules/en-zh.rules";
   const train_result_t result = run();
   EXPECT_EQ(result.preparation.kept, 300U);
   EXPECT_GT(result.rounds.size(), 0U);
@@ -117,9 +120,9 @@ TEST_F(TrainerTest, TrainsAFolderThatTranslates) {
   EXPECT_EQ(translate("You want bread."), "你想要面包。");
   EXPECT_THAT(translate("They need books for 987654 dollars."), HasSubstr("987654美元"));
 
-  const model_folder_t folder = open_model_folder(m_options.output);
+  const model_folder_t folder = open_model_folder(options_.output);
   EXPECT_THAT(verify_manifest(folder, read_manifest(folder.path)), ::testing::IsEmpty());
-  const std::string report = kora_test::read_file(m_options.output + ".html");
+  const std::string report = kora_test::read_file(options_.output + ".html");
   EXPECT_THAT(report, HasSubstr("<td>kept</td><td class=\"n\">300</td>"));
   EXPECT_THAT(report, HasSubstr("<polyline"));
 }
@@ -128,27 +131,29 @@ TEST_F(TrainerTest, RunsOnlyWhatChanged) {
   run();
   const auto skipped = [&] {
     std::size_t count = 0;
-    for (const stage_time_t& time : run().times) count += time.was_done ? 1 : 0;
+    for (const stage_time_t& time : run().times) {
+      count += time.was_done ? 1 : 0;
+    }
     return count;
   };
   EXPECT_EQ(skipped(), 6U);
-  EXPECT_THAT(m_said, ::testing::Not(HasSubstr("align\n")));
-  m_options.max_targets = 5;  // phrases and all that follows
+  EXPECT_THAT(said_, ::testing::Not(HasSubstr("align\n")));
+  options_.max_targets = 5;  // phrases and all that follows
   EXPECT_EQ(skipped(), 3U);
-  std::filesystem::remove(m_options.output + ".work/align.done");  // as a killed run leaves it
+  std::filesystem::remove(options_.output + ".work/align.done");  // as a killed run leaves it
   EXPECT_EQ(skipped(), 5U);
-  m_folder.write("words", "我们 9\n老师 9\n");
+  folder_.write("words", "我们 9\n老师 9\n");
   EXPECT_EQ(skipped(), 0U);
 }
 
 // Features times weights must order translations as the decoder does, or tuning would be blind.
 TEST_F(TrainerTest, FolderTunerSeesWhatTheDecoderWeighs) {
-  m_options.compact = false;
+  options_.compact = false;
   run();
   const std::vector<std::string> source = {"you want bread", "the teacher sells red tables",
                                            "they need books"};
   const std::vector<std::vector<std::string>> references = {source};
-  FolderTuner tuner(open_model_folder(m_options.output), source, references, {10, 2});
+  FolderTuner tuner(open_model_folder(options_.output), source, references, {10, 2});
   const std::vector<double> weights = {0.4, 0.2, 0.7, 0.5, -0.3, 0.9};
   const NbestLists lists = tuner.decode(weights);
   ASSERT_EQ(lists.size(), source.size());
@@ -168,10 +173,10 @@ TEST_F(TrainerTest, FolderTunerSeesWhatTheDecoderWeighs) {
 }
 
 TEST_F(TrainerTest, ReversedDirectionLearnsCapitalsAndReadings) {
-  std::swap(m_options.source, m_options.target);
-  m_options.direction = *find_direction("zh-en");
-  m_folder.write("readings", "U+6211\tkMandarin\twǒ\nU+9F98\tkMandarin\tdá\n");
-  m_options.readings = m_folder.path("readings");
+  std::swap(options_.source, options_.target);
+  options_.direction = *find_direction("zh-en");
+  folder_.write("readings", "U+6211\tkMandarin\twǒ\nU+9F98\tkMandarin\tdá\n");
+  options_.readings = folder_.path("readings");
   run();
   EXPECT_EQ(translate("你想要水。"), "You want water.");
   EXPECT_EQ(translate("龘"), "Da");
@@ -186,10 +191,10 @@ TEST_F(TrainerTest, BadInputSaysWhatIsWrong) {
       {"\xFF\n", "一\n", "1 are not UTF-8"},
   };
   for (const auto& [english, chinese, message] : cases) {
-    m_folder.write("a.en", english);
-    m_folder.write("a.zh", chinese);
+    folder_.write("a.en", english);
+    folder_.write("a.zh", chinese);
     EXPECT_THAT(message_of([&] { run(); }), HasSubstr(message));
-    EXPECT_FALSE(std::filesystem::exists(m_options.output)) << message;
+    EXPECT_FALSE(std::filesystem::exists(options_.output)) << message;
   }
 }
 
@@ -202,8 +207,8 @@ TEST_F(TrainerTest, TinyTextsTrain) {
       english += "we need water\n";
       chinese += "我们需要水\n";
     }
-    m_folder.write("a.en", english);
-    m_folder.write("a.zh", chinese);
+    folder_.write("a.en", english);
+    folder_.write("a.zh", chinese);
     EXPECT_LE(run().preparation.kept, 10U);
     EXPECT_EQ(translate("we need water"), "我们需要水");
   }
@@ -218,7 +223,9 @@ TEST(PhraseFile, NumbersTagsByTheirPartners) {
     std::vector<std::string> target;
     std::string text;
     if (number_tags(phrase, target)) {
-      for (const std::string& word : target) text += (text.empty() ? "" : " ") + word;
+      for (const std::string& word : target) {
+        text += (text.empty() ? "" : " ") + word;
+      }
     }
     EXPECT_EQ(text, c[3]);
   });

@@ -52,7 +52,9 @@ double dot(std::span<const double> weights, const TuneCandidate& c) {
 BleuStats chosen(const NbestLists& lists, const std::vector<double>& weights) {
   BleuStats sum;
   for (const auto& list : lists) {
-    if (list.empty()) continue;
+    if (list.empty()) {
+      continue;
+    }
     sum += std::max_element(list.begin(), list.end(), [&](const auto& a, const auto& b) {
              return dot(weights, a) < dot(weights, b);
            })->stats;
@@ -73,14 +75,18 @@ TEST(Mert, FindsTheBestPlaceOnALineExactly) {
               static_cast<double>(a.features[1]) - static_cast<double>(b.features[1]);
           const double rise =
               static_cast<double>(b.features[0]) - static_cast<double>(a.features[0]);
-          if (slope != 0) places.push_back(rise / slope);
+          if (slope != 0) {
+            places.push_back(rise / slope);
+          }
         }
       }
     }
     std::sort(places.begin(), places.end());
     double best = 0;
     for (std::size_t i = 0; i + 1 < places.size(); ++i) {
-      if (places[i + 1] - places[i] < 1e-8) continue;
+      if (places[i + 1] - places[i] < 1e-8) {
+        continue;
+      }
       const std::vector<double> weights{1, (places[i] + places[i + 1]) / 2};
       best = std::max(best, bleu(chosen(lists, weights)).score);
     }
@@ -180,7 +186,9 @@ TEST(Tune, GetsNearWhatAllCandidatesTogetherAllow) {
   // The scores that it reports are those of the world, and the sum is kept.
   EXPECT_NEAR(result.rounds[result.best].bleu.score, bleu(chosen(all, result.weights)).score, 1e-9);
   double sum = 0;
-  for (const double w : result.weights) sum += std::abs(w);
+  for (const double w : result.weights) {
+    sum += std::abs(w);
+  }
   EXPECT_NEAR(sum, 2, 1e-9);
   const double possible = optimise_weights(all, start, options.mert).bleu.score;
   const double before = bleu(chosen(all, start)).score;

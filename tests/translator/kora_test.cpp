@@ -38,7 +38,7 @@ class Kora : public testing::Test {
 };
 TempFolder* Kora::model_ = nullptr;
 
-constexpr const char* text =
+constexpr const char* kText =
     "hello world. the cat sat!\n\ngood morning\nxyzzy \xF0\x9F\x98\x80 \xFF hello";
 
 TEST_F(Kora, InitializesByTheRules) {
@@ -149,7 +149,7 @@ TEST_F(Kora, FacesGiveTheSameBytesOnEightThreads) {
   ASSERT_EQ(kora_initialize(1, conf().c_str(), folder().c_str()), 0);
   auto* handle = kora_create_decoder(1);
   std::string expected;
-  ASSERT_EQ(kora_translate(handle, text, expected), 0);
+  ASSERT_EQ(kora_translate(handle, kText, expected), 0);
   kora_destroy_decoder(handle);
   kora_finalize();
   std::vector<std::string> results(8);
@@ -157,17 +157,23 @@ TEST_F(Kora, FacesGiveTheSameBytesOnEightThreads) {
   for (std::string& result : results) {
     threads.emplace_back([&result] {
       kora_c_translator* translator = opened(folder());
-      for (int i = 0; i < 50; ++i) result = translated(translator, text);
+      for (int i = 0; i < 50; ++i) {
+        result = translated(translator, kText);
+      }
       kora_c_close(translator);
     });
   }
-  for (std::thread& thread : threads) thread.join();
-  for (const std::string& result : results) EXPECT_EQ(result, expected);
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  for (const std::string& result : results) {
+    EXPECT_EQ(result, expected);
+  }
 }
 
 TEST_F(Kora, AlignmentTilesTheOutput) {
   kora_c_translator* translator = opened(folder());
-  const std::string inputs[] = {text, "the cat sat.", "sat cat the hello", "", " ", "a\nb", "?!."};
+  const std::string inputs[] = {kText, "the cat sat.", "sat cat the hello", "", " ", "a\nb", "?!."};
   for (const std::string& input : inputs) {
     SCOPED_TRACE(input);
     char* output = nullptr;
@@ -187,7 +193,9 @@ TEST_F(Kora, AlignmentTilesTheOutput) {
       EXPECT_LE(0, link[2]);
       EXPECT_LE(link[2], link[3]);
       ASSERT_LT(link[3], static_cast<std::int32_t>(length));
-      for (std::int32_t b = link[2]; b <= link[3]; ++b) covered[static_cast<std::size_t>(b)] = true;
+      for (std::int32_t b = link[2]; b <= link[3]; ++b) {
+        covered[static_cast<std::size_t>(b)] = true;
+      }
     }
     for (std::size_t b = 0; b < length; ++b) {
       EXPECT_TRUE(covered[b] || output[b] == ' ' || output[b] == '\n') << b;
@@ -257,7 +265,7 @@ TEST_F(Kora, EveryMissingOrDamagedFileIsRefused) {
       if (open(0) == KORA_C_OK) {
         char* output = nullptr;
         std::size_t length = 0;
-        const int result = kora_c_translate(translator, text, 20, &output, &length);
+        const int result = kora_c_translate(translator, kText, 20, &output, &length);
         EXPECT_TRUE(result == KORA_C_OK || result == KORA_C_TRANSLATION_FAILED);
         kora_c_free(output);
       }

@@ -39,7 +39,9 @@ TEST(ModifiedUtf8, ReplacesWhatIsBroken) {
                                                     {"\xF0\x9F\x98", r},
                                                     {"\xF0\x9F\x98z", r + "z"},
                                                     {"\xF4\x90\x80\x80", r + r + r + r}};
-  for (const auto& [utf8, expected] : to) EXPECT_EQ(to_modified_utf8(utf8), expected);
+  for (const auto& [utf8, expected] : to) {
+    EXPECT_EQ(to_modified_utf8(utf8), expected);
+  }
   const std::pair<std::string, std::string> from[] = {
       {"\xED\xA0\xBD", r},
       {"\xED\xA0\xBDz", r + "z"},

@@ -56,11 +56,14 @@ class Trainer {
     for (int width = -kFarthest; width <= kFarthest; ++width) {
       jumps_[jump_class(width)] = 1.0 / (1.0 + 2.0 * std::abs(width - 1));
     }
-    for (std::size_t i = 0; i < starts_.size(); ++i)
+    for (std::size_t i = 0; i < starts_.size(); ++i) {
       starts_[i] = 1.0 / (1.0 + 2.0 * static_cast<double>(i));
+    }
     keep_cells();
     for (std::size_t pair = 0; pair < given_.size(); ++pair) {
-      if (usable(pair)) ++shapes_[{given_.length(pair), generated_.length(pair)}];
+      if (usable(pair)) {
+        ++shapes_[{given_.length(pair), generated_.length(pair)}];
+      }
     }
   }
 
@@ -75,7 +78,9 @@ class Trainer {
     bool markov = false;
     for (int i = 0; i < options_.diagonal_iterations; ++i, ++done) {
       learn(false, result, inner);
-      if (options_.optimise_tension && i > 0) fit_tension();
+      if (options_.optimise_tension && i > 0) {
+        fit_tension();
+      }
     }
     for (int i = 0; i < options_.hmm_iterations; ++i, ++done) {
       markov = true;
@@ -83,7 +88,9 @@ class Trainer {
       learn(true, result, inner);
       take_jumps();
     }
-    if (markov) set_jumps();
+    if (markov) {
+      set_jumps();
+    }
     result.alignment = decide(markov, inner);
     result.tension = tension_;
     return result;
@@ -103,12 +110,16 @@ class Trainer {
       cell_starts_[pair + 1] =
           cell_starts_[pair] + (usable(pair) ? given_.length(pair) * generated_.length(pair) : 0);
     }
-    if (cell_starts_.back() > kCellBudget || table_.entries() > 0xFFFFFFFFULL) return;
+    if (cell_starts_.back() > kCellBudget || table_.entries() > 0xFFFFFFFFULL) {
+      return;
+    }
     cells_.resize(cell_starts_.back());
     parallel_blocks(given_.size(), kBlock, options_.threads,
                     [&](std::size_t begin, std::size_t end, unsigned) {
                       for (std::size_t pair = begin; pair < end; ++pair) {
-                        if (!usable(pair)) continue;
+                        if (!usable(pair)) {
+                          continue;
+                        }
                         std::size_t at = cell_starts_[pair];
                         for (const WordId to : generated_[pair]) {
                           for (const WordId from : given_[pair]) {
@@ -131,7 +142,9 @@ class Trainer {
       }
     }
     s.emit.resize(s.entries.size());
-    for (std::size_t i = 0; i < s.entries.size(); ++i) s.emit[i] = table_.probability(s.entries[i]);
+    for (std::size_t i = 0; i < s.entries.size(); ++i) {
+      s.emit[i] = table_.probability(s.entries[i]);
+    }
     s.posterior.resize(s.entries.size());
   }
 
@@ -157,7 +170,9 @@ class Trainer {
         total += post[i + 1];
       }
       post[0] = static_cast<float>(p0 * emit[0]);
-      for (std::size_t i = 0; i <= n; ++i) post[i] = static_cast<float>(post[i] / total);
+      for (std::size_t i = 0; i <= n; ++i) {
+        post[i] = static_cast<float>(post[i] / total);
+      }
       log_likelihood += std::log(total);
     }
     return log_likelihood;
@@ -177,7 +192,9 @@ class Trainer {
         z += w;
       }
       const float scale = static_cast<float>(static_cast<double>(n) / z);
-      for (std::size_t i = 0; i < n; ++i) s.emit[j * (n + 1) + i + 1] *= s.weight[i] * scale;
+      for (std::size_t i = 0; i < n; ++i) {
+        s.emit[j * (n + 1) + i + 1] *= s.weight[i] * scale;
+      }
     }
   }
 
@@ -201,7 +218,9 @@ class Trainer {
       for (std::size_t from = 0; from <= n; ++from) {
         const float share = before[from];
         const float* const row = &jump.by_from[from * n];
-        for (std::size_t i = 0; i < n; ++i) real[i] += share * row[i];
+        for (std::size_t i = 0; i < n; ++i) {
+          real[i] += share * row[i];
+        }
       }
       float total = 0;
       for (std::size_t i = 0; i < n; ++i) {
@@ -211,39 +230,55 @@ class Trainer {
       const float empty = p0 * emit[0];
       total += empty;  // the masses before sum to one
       const float inverse = 1 / total;
-      for (std::size_t i = 0; i < n; ++i) real[i] *= inverse;
-      for (std::size_t from = 0; from <= n; ++from) after[from] = empty * inverse * before[from];
-      for (std::size_t i = 0; i < n; ++i) after[i + 1] += real[i];
+      for (std::size_t i = 0; i < n; ++i) {
+        real[i] *= inverse;
+      }
+      for (std::size_t from = 0; from <= n; ++from) {
+        after[from] = empty * inverse * before[from];
+      }
+      for (std::size_t i = 0; i < n; ++i) {
+        after[i + 1] += real[i];
+      }
       s.scale[j] = inverse;
       log_likelihood += std::log(static_cast<double>(total));
     }
 
     s.ahead.assign(n + 1, 1.0F);
     s.weight.resize(n);
-    if (moves) s.moves.assign((n + 1) * n, 0.0F);
+    if (moves) {
+      s.moves.assign((n + 1) * n, 0.0F);
+    }
     for (std::size_t j = m; j-- > 0;) {
       const float* const emit = &s.emit[j * (n + 1)];
       const float* const before = &s.mass[j * (n + 1)];
       float* const post = &s.posterior[j * (n + 1)];
       const float empty = p0 * emit[0] * s.scale[j];
       post[0] = 0;
-      for (std::size_t from = 0; from <= n; ++from) post[0] += empty * before[from] * s.ahead[from];
+      for (std::size_t from = 0; from <= n; ++from) {
+        post[0] += empty * before[from] * s.ahead[from];
+      }
       s.ahead_next.resize(n + 1);
-      for (std::size_t from = 0; from <= n; ++from) s.ahead_next[from] = empty * s.ahead[from];
+      for (std::size_t from = 0; from <= n; ++from) {
+        s.ahead_next[from] = empty * s.ahead[from];
+      }
       for (std::size_t i = 0; i < n; ++i) {
         post[i + 1] = s.real[j * n + i] * s.ahead[i + 1];
         const float w = (1 - p0) * emit[i + 1] * s.ahead[i + 1] * s.scale[j];
         s.weight[i] = w;
         const float* const column = &jump.by_to[i * (n + 1)];
         float* const next = s.ahead_next.data();
-        for (std::size_t from = 0; from <= n; ++from) next[from] += w * column[from];
+        for (std::size_t from = 0; from <= n; ++from) {
+          next[from] += w * column[from];
+        }
       }
       if (moves) {
         const float* const weight = s.weight.data();
         for (std::size_t from = 0; from <= n; ++from) {
           const float share = before[from];
           float* const row = &s.moves[from * n];
-          for (std::size_t i = 0; i < n; ++i) row[i] += share * weight[i];
+          for (std::size_t i = 0; i < n; ++i) {
+            row[i] += share * weight[i];
+          }
         }
       }
       s.ahead.swap(s.ahead_next);
@@ -261,12 +296,16 @@ class Trainer {
         [&](std::size_t begin, std::size_t end, unsigned worker) {
           Scratch& s = scratch[worker];
           for (std::size_t pair = begin; pair < end; ++pair) {
-            if (!usable(pair)) continue;
+            if (!usable(pair)) {
+              continue;
+            }
             fetch(pair, s);
             logs[begin / kBlock] += use_markov ? markov(pair, s, true) : diagonal(pair, s);
             for (std::size_t i = 0; i < s.entries.size(); ++i) {
               // Below the resolution of the sums it would add nothing.
-              if (s.posterior[i] > 1e-9F) table_.add(s.entries[i], s.posterior[i]);
+              if (s.posterior[i] > 1e-9F) {
+                table_.add(s.entries[i], s.posterior[i]);
+              }
             }
             if (use_markov) {
               count_jumps(given_.length(pair), s);
@@ -277,10 +316,14 @@ class Trainer {
         },
         progress);
     double log_likelihood = 0;
-    for (const double part : logs) log_likelihood += part;
+    for (const double part : logs) {
+      log_likelihood += part;
+    }
     result.log_likelihood = log_likelihood;
     std::size_t words = 0;
-    for (const auto& [shape, count] : shapes_) words += shape.second * count;
+    for (const auto& [shape, count] : shapes_) {
+      words += shape.second * count;
+    }
     result.perplexities.push_back(
         words == 0 ? 1 : std::exp(-log_likelihood / static_cast<double>(words)));
     observed_distance_ = from_fixed(distance_sum);
@@ -352,7 +395,9 @@ class Trainer {
       }
     }
     for (std::size_t c = 0; c < by_class.size(); ++c) {
-      if (by_class[c] > 0) add_fixed(jump_counts_[c], by_class[c]);
+      if (by_class[c] > 0) {
+        add_fixed(jump_counts_[c], by_class[c]);
+      }
     }
   }
 
@@ -369,7 +414,9 @@ class Trainer {
 
   void set_jumps() {
     std::size_t longest = 0;
-    for (const auto& [shape, count] : shapes_) longest = std::max(longest, shape.first);
+    for (const auto& [shape, count] : shapes_) {
+      longest = std::max(longest, shape.first);
+    }
     matrices_.assign(longest + 1, {});
     parallel_for(longest, options_.threads, [&](std::size_t item, unsigned) {
       const std::size_t n = item + 1;
@@ -382,7 +429,9 @@ class Trainer {
           return from == 0 ? starts_[start_class(i)]
                            : jumps_[jump_class(static_cast<int>(i) - static_cast<int>(from) + 1)];
         };
-        for (std::size_t i = 0; i < n; ++i) total += weight(i);
+        for (std::size_t i = 0; i < n; ++i) {
+          total += weight(i);
+        }
         for (std::size_t i = 0; i < n; ++i) {
           const float p = (1 - kUniformJump) * static_cast<float>(weight(i) / total) +
                           kUniformJump / static_cast<float>(n);
@@ -403,7 +452,9 @@ class Trainer {
         [&](std::size_t begin, std::size_t end, unsigned worker) {
           Scratch& s = scratch[worker];
           for (std::size_t pair = begin; pair < end; ++pair) {
-            if (!usable(pair)) continue;
+            if (!usable(pair)) {
+              continue;
+            }
             fetch(pair, s);
             if (use_markov) {
               markov(pair, s, false);

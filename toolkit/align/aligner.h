@@ -37,15 +37,15 @@ struct AlignResult {
   std::vector<double> perplexities;  ///< per generated word, of each iteration
 };
 
-/// Aligns each word of `generated` to a word of `given` or to none. Both texts have
-/// the same number of sentences, their ids lie below the sizes of the two vocabularies.
-/// Memory: 16 bytes per pair of words that meet in a sentence, and 4 per cell
-/// of all sentence pairs (dropped when that exceeds 1 GiB, at twice the time).
+// Aligns each word of `generated` to a word of `given` or to none. Both texts have
+// the same number of sentences, their ids lie below the sizes of the two vocabularies.
+// Memory: 16 bytes per pair of words that meet in a sentence, and 4 per cell
+// of all sentence pairs (dropped when that exceeds 1 GiB, at twice the time).
 AlignResult align(const TokenText& given, const TokenText& generated, std::size_t given_words,
                   std::size_t generated_words, const AlignOptions& options,
                   const Progress& progress = {}, std::string_view stage = "align");
 
-/// Both directions and grow-diag-final-and.
+// Both directions and grow-diag-final-and.
 Alignment align_both(const Bitext& bitext, const AlignOptions& options,
                      const Progress& progress = {});
 

@@ -44,11 +44,15 @@ void grow_diag(Grid& chosen, const Grid& both) {
     added = false;
     for (int s = 0; s < sources; ++s) {
       for (int t = 0; t < targets; ++t) {
-        if (!chosen.has(static_cast<std::size_t>(s), static_cast<std::size_t>(t))) continue;
+        if (!chosen.has(static_cast<std::size_t>(s), static_cast<std::size_t>(t))) {
+          continue;
+        }
         for (const auto& [ds, dt] : kNeighbours) {
           const int s2 = s + ds;
           const int t2 = t + dt;
-          if (s2 < 0 || s2 >= sources || t2 < 0 || t2 >= targets) continue;
+          if (s2 < 0 || s2 >= sources || t2 < 0 || t2 >= targets) {
+            continue;
+          }
           const auto ns = static_cast<std::size_t>(s2);
           const auto nt = static_cast<std::size_t>(t2);
           if ((!chosen.source_used(ns) || !chosen.target_used(nt)) && both.has(ns, nt)) {
@@ -65,14 +69,22 @@ void grow_diag(Grid& chosen, const Grid& both) {
 void final_and(Grid& chosen, std::span<const std::int16_t> forward,
                std::span<const std::int16_t> backward) {
   for (std::size_t t = 0; t < forward.size(); ++t) {
-    if (forward[t] < 0) continue;
+    if (forward[t] < 0) {
+      continue;
+    }
     const auto s = static_cast<std::size_t>(forward[t]);
-    if (!chosen.source_used(s) && !chosen.target_used(t)) chosen.set(s, t);
+    if (!chosen.source_used(s) && !chosen.target_used(t)) {
+      chosen.set(s, t);
+    }
   }
   for (std::size_t s = 0; s < backward.size(); ++s) {
-    if (backward[s] < 0) continue;
+    if (backward[s] < 0) {
+      continue;
+    }
     const auto t = static_cast<std::size_t>(backward[s]);
-    if (!chosen.source_used(s) && !chosen.target_used(t)) chosen.set(s, t);
+    if (!chosen.source_used(s) && !chosen.target_used(t)) {
+      chosen.set(s, t);
+    }
   }
 }
 
@@ -88,18 +100,26 @@ std::vector<Link> symmetrize(std::span<const std::int16_t> forward,
   Grid both(backward.size(), forward.size());
   Grid chosen(backward.size(), forward.size());
   for (std::size_t t = 0; t < forward.size(); ++t) {
-    if (forward[t] < 0) continue;
+    if (forward[t] < 0) {
+      continue;
+    }
     const auto s = static_cast<std::size_t>(forward[t]);
     both.set(s, t);
-    if (backward[s] == static_cast<std::int16_t>(t)) chosen.set(s, t);
+    if (backward[s] == static_cast<std::int16_t>(t)) {
+      chosen.set(s, t);
+    }
   }
   for (std::size_t s = 0; s < backward.size(); ++s) {
-    if (backward[s] >= 0) both.set(s, static_cast<std::size_t>(backward[s]));
+    if (backward[s] >= 0) {
+      both.set(s, static_cast<std::size_t>(backward[s]));
+    }
   }
   if (method == Symmetrization::kGrowDiag || method == Symmetrization::kGrowDiagFinalAnd) {
     grow_diag(chosen, both);
   }
-  if (method == Symmetrization::kGrowDiagFinalAnd) final_and(chosen, forward, backward);
+  if (method == Symmetrization::kGrowDiagFinalAnd) {
+    final_and(chosen, forward, backward);
+  }
 
   const Grid& result = method == Symmetrization::kUnion ? both : chosen;
   std::vector<Link> links;
@@ -125,14 +145,18 @@ Alignment symmetrize(const Bitext& bitext, const DirectedAlignment& forward,
     }
   });
   Alignment alignment;
-  for (const std::vector<Link>& links : all) alignment.add(links);
+  for (const std::vector<Link>& links : all) {
+    alignment.add(links);
+  }
   return alignment;
 }
 
 std::string to_text(std::span<const Link> links) {
   std::string text;
   for (const Link& link : links) {
-    if (!text.empty()) text += ' ';
+    if (!text.empty()) {
+      text += ' ';
+    }
     text += std::to_string(link.source) + '-' + std::to_string(link.target);
   }
   return text;

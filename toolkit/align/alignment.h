@@ -13,7 +13,7 @@
 
 namespace koralite::toolkit {
 
-/// One link, positions counted from 0 within the sentence.
+// One link, positions counted from 0 within the sentence.
 struct Link {
   std::uint16_t source = 0;
   std::uint16_t target = 0;
@@ -24,13 +24,13 @@ struct Link {
   }
 };
 
-/// Per generated word the index of the generating word, kUnaligned for none.
+// Per generated word the index of the generating word, kUnaligned for none.
 struct DirectedAlignment {
   static constexpr std::int16_t kUnaligned = -1;
   std::vector<std::int16_t> from;  ///< one per token of the generated text
 };
 
-/// Links of all sentence pairs, sorted within a pair by (source, target).
+// Links of all sentence pairs, sorted within a pair by (source, target).
 class Alignment {
  public:
   std::size_t size() const { return starts_.size() - 1; }
@@ -52,16 +52,16 @@ enum class Symmetrization {
   kUnion,             ///< links of either
 };
 
-/// Links of one pair. forward[j] is the source index of target word j, backward[i]
-/// the target index of source word i.
+// Links of one pair. forward[j] is the source index of target word j, backward[i]
+// the target index of source word i.
 std::vector<Link> symmetrize(std::span<const std::int16_t> forward,
                              std::span<const std::int16_t> backward, Symmetrization method);
 
-/// The same for all pairs.
+// The same for all pairs.
 Alignment symmetrize(const Bitext& bitext, const DirectedAlignment& forward,
                      const DirectedAlignment& backward, Symmetrization method, unsigned threads);
 
-/// "0-0 1-2 2-1" and back. Parsing throws std::runtime_error for other text.
+// "0-0 1-2 2-1" and back. Parsing throws std::runtime_error for other text.
 std::string to_text(std::span<const Link> links);
 std::vector<Link> parse_links(std::string_view text);
 

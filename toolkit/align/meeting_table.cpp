@@ -18,9 +18,13 @@ struct Occurrences {
     const auto each = [&](const auto& found) {
       std::vector<std::uint32_t> last(words, 0);  // sentence + 1 in which a word was seen last
       for (std::size_t s = 0; s < text.size(); ++s) {
-        if (text.length(s) > max_words || other.length(s) > max_words) continue;
+        if (text.length(s) > max_words || other.length(s) > max_words) {
+          continue;
+        }
         for (const WordId word : text[s]) {
-          if (last[word] == s + 1) continue;
+          if (last[word] == s + 1) {
+            continue;
+          }
           last[word] = static_cast<std::uint32_t>(s + 1);
           found(word, static_cast<std::uint32_t>(s));
         }
@@ -57,7 +61,9 @@ MeetingTable::MeetingTable(const TokenText& given, const TokenText& generated,
   const auto gather = [&](WordId word, std::vector<WordId>& seen, auto&& found) {
     for (std::uint64_t i = where.starts[word]; i < where.starts[word + 1]; ++i) {
       for (const WordId other : generated[where.sentences[i]]) {
-        if (seen[other] == word + 1) continue;
+        if (seen[other] == word + 1) {
+          continue;
+        }
         seen[other] = word + 1;
         found(other);
       }
@@ -66,7 +72,9 @@ MeetingTable::MeetingTable(const TokenText& given, const TokenText& generated,
   // Once to count, once to fill: the big arrays never grow by doubling.
   std::vector<std::vector<WordId>> seen(thread_count(threads));
   const auto for_words = [&](const auto& body) {
-    for (auto& mine : seen) mine.assign(generated_words, 0);
+    for (auto& mine : seen) {
+      mine.assign(generated_words, 0);
+    }
     parallel_blocks(given_words, 64, threads,
                     [&](std::size_t begin, std::size_t end, unsigned worker) {
                       for (std::size_t word = begin; word < end; ++word) {
@@ -106,7 +114,9 @@ void MeetingTable::normalise(double prior, unsigned threads) {
   parallel_blocks(rows_.size() - 1, 64, threads, [&](std::size_t begin, std::size_t end, unsigned) {
     for (std::size_t row = begin; row < end; ++row) {
       std::uint64_t total = 0;
-      for (std::uint64_t i = rows_[row]; i < rows_[row + 1]; ++i) total += counts_[i];
+      for (std::uint64_t i = rows_[row]; i < rows_[row + 1]; ++i) {
+        total += counts_[i];
+      }
       const double members = static_cast<double>(rows_[row + 1] - rows_[row]);
       const double scale =
           prior > 0 ? exp_digamma(from_fixed(total) + prior * members) : from_fixed(total);

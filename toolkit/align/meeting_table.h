@@ -20,14 +20,14 @@ class MeetingTable {
                std::size_t generated_words, std::size_t max_words, unsigned threads);
 
   std::size_t entries() const { return words_.size(); }
-  /// Entry of the empty word with a generated word.
+  // Entry of the empty word with a generated word.
   std::size_t empty_entry(WordId generated) const { return generated; }
-  /// Entry of two words that meet somewhere.
+  // Entry of two words that meet somewhere.
   std::size_t entry(WordId given, WordId generated) const;
   float probability(std::size_t entry) const { return probabilities_[entry]; }
   void add(std::size_t entry, double expected) { add_fixed(counts_[entry], expected); }
-  /// Turns the counts into probabilities and clears them. prior > 0: the mean
-  /// of the logarithm under a symmetric Dirichlet prior (variational Bayes).
+  // Turns the counts into probabilities and clears them. prior > 0: the mean
+  // of the logarithm under a symmetric Dirichlet prior (variational Bayes).
   void normalise(double prior, unsigned threads);
 
  private:

@@ -21,31 +21,36 @@ class FileReport {
  public:
   static constexpr std::size_t kMostProblems = 20;
 
-  FileReport(check_report_t& report, std::string path)
-      : m_report(report), m_path(std::move(path)) {}
+  FileReport(check_report_t& report, std::string path) : report_(report), path_(std::move(path)) {}
 
   void wrong(const std::string& place, const std::string& what) {
-    if (++m_count > kMostProblems) return;
-    m_report.problems.push_back(m_path + ": " + (place.empty() ? "" : place + ": ") + what +
-                                "; copy the file again, or build it again");
+    if (++count_ > kMostProblems) {
+      return;
+    }
+    report_.problems.push_back(path_ + ": " + (place.empty() ? "" : place + ": ") + what +
+                               "; copy the file again, or build it again");
   }
   // The file's bytes, or none with the reason reported.
   std::optional<common::MappedFile> open() {
     std::string reason;
-    auto file = common::MappedFile::open(m_path, &reason);
-    if (!file) wrong("", reason);
+    auto file = common::MappedFile::open(path_, &reason);
+    if (!file) {
+      wrong("", reason);
+    }
     return file;
   }
   void fact(const std::string& what) {
-    if (m_count == 0) m_report.facts.push_back(m_path + ": " + what);
+    if (count_ == 0) {
+      report_.facts.push_back(path_ + ": " + what);
+    }
   }
-  bool is_sound() const { return m_count == 0; }
-  const std::string& path() const { return m_path; }
+  bool is_sound() const { return count_ == 0; }
+  const std::string& path() const { return path_; }
 
  private:
-  check_report_t& m_report;
-  std::string m_path;
-  std::size_t m_count = 0;
+  check_report_t& report_;
+  std::string path_;
+  std::size_t count_ = 0;
 };
 
 }  // namespace koralite::toolkit

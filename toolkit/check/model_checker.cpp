@@ -28,14 +28,18 @@ using bytes_t = std::span<const unsigned char>;
 
 void check_vocab(FileReport report, const std::string& path, decoder::Vocab& vocab) {
   const auto file = report.open();
-  if (!file) return;
+  if (!file) {
+    return;
+  }
   common::ByteReader reader(file->data());
   std::uint64_t entries = 0;
   std::uint64_t key_bytes = 0;
   if (!reader.read_u64(entries) || !reader.read_u64(key_bytes)) {
     return report.wrong("byte 0", "the file ends inside its head");
   }
-  if (!reader.fits(entries, 4)) return report.wrong("byte 0", "more entries than the file holds");
+  if (!reader.fits(entries, 4)) {
+    return report.wrong("byte 0", "more entries than the file holds");
+  }
   bytes_t keys;
   reader.skip(entries * 4);
   if (!reader.read_bytes(key_bytes, keys)) {
@@ -53,7 +57,9 @@ void check_vocab(FileReport report, const std::string& path, decoder::Vocab& voc
       break;
     }
     const std::string_view word = text.substr(0, end);
-    if (i > 0 && word <= last) report.wrong(at("string", i), "out of order");
+    if (i > 0 && word <= last) {
+      report.wrong(at("string", i), "out of order");
+    }
     last = word;
     text.remove_prefix(end + 1);
   }
@@ -77,8 +83,12 @@ void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std
   const auto check_group = [&](std::size_t first, std::size_t parent) {
     const std::string place = at("tree", index) + ", " + at("node", first);
     const auto key = common::load_le<std::uint16_t>(nodes.data() + first * 8);
-    if (first != 0 && first <= parent) return report.wrong(place, "link leads backwards");
-    if (key != kGroupKey) return;
+    if (first != 0 && first <= parent) {
+      return report.wrong(place, "link leads backwards");
+    }
+    if (key != kGroupKey) {
+      return;
+    }
     const auto children = common::load_le<std::uint16_t>(nodes.data() + first * 8 + 2);
     if (children == 0 || children >= count - first) {
       return report.wrong(place, "more children than the tree has nodes");
@@ -92,17 +102,27 @@ void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std
       last = child;
     }
   };
-  if (count == 0) return;
+  if (count == 0) {
+    return;
+  }
   check_group(0, 0);
   for (std::size_t i = 0; i < count; ++i) {
     const unsigned char* node = nodes.data() + i * 8;
     const auto key = common::load_le<std::uint16_t>(node);
-    if (key == kGroupKey) continue;
+    if (key == kGroupKey) {
+      continue;
+    }
     const std::string place = at("tree", index) + ", " + at("node", i);
-    if (key >= words) report.wrong(place, "word id beyond the vocabulary");
-    if ((common::load_le<std::uint16_t>(node + 6) & 0x8000) != 0) ++ngrams;
+    if (key >= words) {
+      report.wrong(place, "word id beyond the vocabulary");
+    }
+    if ((common::load_le<std::uint16_t>(node + 6) & 0x8000) != 0) {
+      ++ngrams;
+    }
     const auto link = common::load_le<std::uint16_t>(node + 2);
-    if (link <= 1) continue;
+    if (link <= 1) {
+      continue;
+    }
     if (link > count) {
       report.wrong(place, "link leaves the tree");
     } else {
@@ -113,14 +133,20 @@ void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std
 
 void check_lang_model(FileReport report, std::size_t words) {
   const auto file = report.open();
-  if (!file) return;
+  if (!file) {
+    return;
+  }
   const bytes_t bytes = file->data();
   common::ByteReader reader(bytes);
   std::uint16_t heads = 0;
   float offset = 0;
   std::int32_t positions = 0;
-  if (!reader.read_u16(heads) || heads == 0) return report.wrong("byte 0", "no words");
-  if (heads > words) report.wrong("byte 0", "more words than the vocabulary");
+  if (!reader.read_u16(heads) || heads == 0) {
+    return report.wrong("byte 0", "no words");
+  }
+  if (heads > words) {
+    report.wrong("byte 0", "more words than the vocabulary");
+  }
   const std::uint64_t head_start = reader.position();
   if (!reader.skip(heads * std::uint64_t{6}) || !reader.read_f32(offset) ||
       !reader.read_i32(positions)) {
@@ -136,7 +162,9 @@ void check_lang_model(FileReport report, std::size_t words) {
   std::vector<bool> used(trees);
   for (std::uint64_t w = 0; w < heads; ++w) {
     const auto tree = common::load_le<std::uint16_t>(bytes.data() + head_start + w * 6);
-    if (tree == 65535) continue;
+    if (tree == 65535) {
+      continue;
+    }
     if (tree >= trees) {
       report.wrong(at("word", w), "tree beyond the last one");
     } else if (used[tree]) {
@@ -156,7 +184,9 @@ void check_lang_model(FileReport report, std::size_t words) {
     }
     last = position;
     if (i == trees) {
-      if (position != bytes.size()) report.wrong("end", "the last tree does not end the file");
+      if (position != bytes.size()) {
+        report.wrong("end", "the last tree does not end the file");
+      }
       break;
     }
     common::ByteReader tree(bytes);
@@ -166,7 +196,9 @@ void check_lang_model(FileReport report, std::size_t words) {
         !tree.read_bytes(std::uint64_t{count} * 8, nodes)) {
       return report.wrong(place, "more nodes than the file holds");
     }
-    if (!used[i]) report.wrong(place, "belongs to no word");
+    if (!used[i]) {
+      report.wrong(place, "belongs to no word");
+    }
     check_lang_tree(report, i, nodes, words, ngrams);
     last = position + 4 + std::uint64_t{count} * 8;
   }
@@ -204,7 +236,9 @@ void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset
   }
   check.seen_blocks[offset] = true;
   ++check.sources;
-  if (check.compact && check.compressor == nullptr) return;
+  if (check.compact && check.compressor == nullptr) {
+    return;
+  }
   decoder::TargetData entries;
   entries.view(block);
   entries.begin();
@@ -221,7 +255,9 @@ void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset
         }
       }
       for (std::size_t i = 0; i < entry.score_count; ++i) {
-        if (!std::isfinite(entry.scores[i])) report.wrong(place, "a score that is no number");
+        if (!std::isfinite(entry.scores[i])) {
+          report.wrong(place, "a score that is no number");
+        }
       }
     }
   } catch (const std::exception&) {
@@ -234,8 +270,12 @@ void check_phrase_group(FileReport& nodes, FileReport& data, phrase_check_t& che
                         std::uint64_t root, std::uint64_t group, int depth) {
   const std::uint64_t count = check.nodes.size() / 10;
   const std::string place = at("record", group);
-  if (group >= count) return nodes.wrong(place, "outside the file");
-  if (depth > 8) return nodes.wrong(place, "a phrase of more than 8 words");
+  if (group >= count) {
+    return nodes.wrong(place, "outside the file");
+  }
+  if (depth > 8) {
+    return nodes.wrong(place, "a phrase of more than 8 words");
+  }
   const unsigned char* first = check.nodes.data() + group * 10;
   std::uint64_t begin = group;
   std::uint64_t end = group + 1;
@@ -245,7 +285,9 @@ void check_phrase_group(FileReport& nodes, FileReport& data, phrase_check_t& che
         static_cast<std::uint64_t>(children) > count - 1 - group) {
       return nodes.wrong(place, "impossible number of children");
     }
-    if (check.seen[group]) return nodes.wrong(place, "reached twice");
+    if (check.seen[group]) {
+      return nodes.wrong(place, "reached twice");
+    }
     check.seen[group] = true;
     begin = group + 1;
     end = begin + static_cast<std::uint64_t>(children);
@@ -256,19 +298,29 @@ void check_phrase_group(FileReport& nodes, FileReport& data, phrase_check_t& che
     const unsigned char* record = check.nodes.data() + i * 10;
     const auto key = common::load_le<std::uint16_t>(record);
     const auto link = common::load_le<std::int32_t>(record + 2);
-    if (check.seen[i]) return nodes.wrong(here, "reached twice");
+    if (check.seen[i]) {
+      return nodes.wrong(here, "reached twice");
+    }
     check.seen[i] = true;
-    if (key <= last) nodes.wrong(here, "keys out of order");
+    if (key <= last) {
+      nodes.wrong(here, "keys out of order");
+    }
     last = key;
-    if (key >= check.source_words) nodes.wrong(here, "word id beyond the source vocabulary");
+    if (key >= check.source_words) {
+      nodes.wrong(here, "word id beyond the source vocabulary");
+    }
     if (link == 0) {
       nodes.wrong(here, "link of 0");
       continue;
     }
-    if (link < 0) check_block(data, check, common::load_le<std::uint32_t>(record + 6));
+    if (link < 0) {
+      check_block(data, check, common::load_le<std::uint32_t>(record + 6));
+    }
     const std::int64_t distance = link < 0 ? -std::int64_t{link} : link;
     if (distance == 1) {
-      if (link > 0) nodes.wrong(here, "neither a block nor children");
+      if (link > 0) {
+        nodes.wrong(here, "neither a block nor children");
+      }
       continue;
     }
     check_phrase_group(nodes, data, check, root, root + static_cast<std::uint64_t>(distance) - 1,
@@ -283,12 +335,16 @@ void check_phrases(check_report_t& out, const std::string& path, phrase_check_t&
   const auto head_file = head.open();
   const auto node_file = nodes.open();
   const auto data_file = data.open();
-  if (!head_file || !node_file || !data_file) return;
+  if (!head_file || !node_file || !data_file) {
+    return;
+  }
   check.nodes = node_file->data();
   check.data = data_file->data();
   check.seen.resize(check.nodes.size() / 10);
   check.seen_blocks.resize(check.data.size());
-  if (check.nodes.size() % 10 != 0) nodes.wrong("end", "an incomplete record");
+  if (check.nodes.size() % 10 != 0) {
+    nodes.wrong("end", "an incomplete record");
+  }
   common::ByteReader reader(head_file->data());
   std::uint64_t count = 0;
   std::uint64_t trailing = 0;
@@ -296,18 +352,28 @@ void check_phrases(check_report_t& out, const std::string& path, phrase_check_t&
       !reader.read_bytes(count * 8, check.heads) || !reader.read_u64(trailing)) {
     return head.wrong("byte 0", "more words than the file holds");
   }
-  if (reader.position() != head_file->size()) head.wrong("end", "bytes behind the last entry");
-  if (trailing != check.seen.size()) head.wrong("end", "another number of records than .nodes has");
-  if (count > check.source_words) head.wrong("byte 0", "more words than the source vocabulary");
+  if (reader.position() != head_file->size()) {
+    head.wrong("end", "bytes behind the last entry");
+  }
+  if (trailing != check.seen.size()) {
+    head.wrong("end", "another number of records than .nodes has");
+  }
+  if (count > check.source_words) {
+    head.wrong("byte 0", "more words than the source vocabulary");
+  }
   for (std::uint64_t w = 0; w < count; ++w) {
     const unsigned char* entry = check.heads.data() + w * 8;
     const auto offset = common::load_le<std::uint32_t>(entry);
     const auto group = common::load_le<std::uint32_t>(entry + 4);
     if (offset != kNone) {
-      if (offset >= check.data.size()) head.wrong(at("word", w), "its block leaves the data file");
+      if (offset >= check.data.size()) {
+        head.wrong(at("word", w), "its block leaves the data file");
+      }
       check_block(data, check, offset);
     }
-    if (group == kNone) continue;
+    if (group == kNone) {
+      continue;
+    }
     if (group >= check.seen.size()) {
       head.wrong(at("word", w), "its group leaves the nodes file");
     } else {
@@ -316,7 +382,9 @@ void check_phrases(check_report_t& out, const std::string& path, phrase_check_t&
   }
   if (nodes.is_sound()) {
     const auto lost = std::count(check.seen.begin(), check.seen.end(), false);
-    if (lost > 0) nodes.wrong("", std::to_string(lost) + " records that no phrase reaches");
+    if (lost > 0) {
+      nodes.wrong("", std::to_string(lost) + " records that no phrase reaches");
+    }
   }
   if (head.is_sound() && nodes.is_sound() && data.is_sound() &&
       check.block_bytes != check.data.size()) {
@@ -330,20 +398,30 @@ void check_phrases(check_report_t& out, const std::string& path, phrase_check_t&
 std::optional<decoder::Compressor> check_quantifier(FileReport report, const std::string& path,
                                                     int score_size) {
   const auto file = report.open();
-  if (!file) return std::nullopt;
+  if (!file) {
+    return std::nullopt;
+  }
   try {
     decoder::Compressor compressor(path, score_size);
     std::size_t bytes = 0;
     for (std::size_t i = 0; i < compressor.quantifiers().size(); ++i) {
       const auto& samples = compressor.quantifiers()[i].samples();
       bytes += 4 + 4 * samples.size();
-      if (samples.size() > 256) report.wrong(at("score", i), "more than 256 samples");
+      if (samples.size() > 256) {
+        report.wrong(at("score", i), "more than 256 samples");
+      }
       for (std::size_t k = 0; k < samples.size(); ++k) {
-        if (!std::isfinite(samples[k])) report.wrong(at("score", i), "a sample that is no number");
-        if (k > 0 && samples[k] <= samples[k - 1]) report.wrong(at("score", i), "out of order");
+        if (!std::isfinite(samples[k])) {
+          report.wrong(at("score", i), "a sample that is no number");
+        }
+        if (k > 0 && samples[k] <= samples[k - 1]) {
+          report.wrong(at("score", i), "out of order");
+        }
       }
     }
-    if (bytes != file->size()) report.wrong(at("byte", bytes), "bytes behind the last sample");
+    if (bytes != file->size()) {
+      report.wrong(at("byte", bytes), "bytes behind the last sample");
+    }
     report.fact(std::to_string(compressor.quantifiers().size()) + " scores");
     return compressor;
   } catch (const std::exception& error) {
@@ -357,7 +435,9 @@ std::optional<decoder::Compressor> check_quantifier(FileReport report, const std
 check_report_t check_model_folder(const model_folder_t& folder, bool with_manifest) {
   check_report_t out;
   try {
-    if (with_manifest) out.problems = verify_manifest(folder, read_manifest(folder.path));
+    if (with_manifest) {
+      out.problems = verify_manifest(folder, read_manifest(folder.path));
+    }
   } catch (const std::exception& error) {
     out.problems.emplace_back(error.what());
   }
@@ -390,7 +470,9 @@ check_report_t check_model_folder(const model_folder_t& folder, bool with_manife
 
   const engine_config_t& engine = folder.engine;
   const auto check = [&](const std::string& name, const auto& how, auto... more) {
-    if (!name.empty()) how(FileReport(out, path(name)), more...);
+    if (!name.empty()) {
+      how(FileReport(out, path(name)), more...);
+    }
   };
   check(engine.segment, check_segment_file, SegmentKind::kWords);
   check(engine.segment_name, check_segment_file, SegmentKind::kNames);

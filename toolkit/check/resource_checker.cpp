@@ -21,7 +21,9 @@ constexpr std::string_view kBar = " ||| ";
 
 std::string lower(std::string text) {
   for (char& c : text) {
-    if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
+    if (c >= 'A' && c <= 'Z') {
+      c = static_cast<char>(c - 'A' + 'a');
+    }
   }
   return text;
 }
@@ -54,7 +56,9 @@ std::vector<std::string> read_records(FileReport& report, bytes_t bytes) {
       report.wrong(at("record", lines.size() - 1), "bytes behind the end of its line");
     }
   }
-  if (reader.position() != bytes.size()) report.wrong("end", "an incomplete record");
+  if (reader.position() != bytes.size()) {
+    report.wrong("end", "an incomplete record");
+  }
   return lines;
 }
 
@@ -63,8 +67,12 @@ void check_order(FileReport& report, const std::vector<std::string>& lines, std:
   for (std::size_t i = first + 1; i < lines.size(); ++i) {
     const auto last = key(lines[i - 1]);
     const auto here = key(lines[i]);
-    if (here == last) report.wrong(at("record", i), "the same entry as the one before");
-    if (here < last) report.wrong(at("record", i), "out of order");
+    if (here == last) {
+      report.wrong(at("record", i), "the same entry as the one before");
+    }
+    if (here < last) {
+      report.wrong(at("record", i), "out of order");
+    }
   }
 }
 
@@ -89,20 +97,28 @@ void check_entities(FileReport& report, const std::vector<std::string>& lines) {
 }
 
 void check_recase(FileReport& report, const std::vector<std::string>& lines) {
-  if (lines.empty()) return report.wrong("record 0", "missing");
+  if (lines.empty()) {
+    return report.wrong("record 0", "missing");
+  }
   std::vector<std::uint64_t> head;
   const char* at_byte = lines[0].data();
   const char* end = at_byte + lines[0].size();
   for (std::uint64_t value = 0; head.size() < 3; head.push_back(value)) {
-    while (at_byte != end && *at_byte == ' ') ++at_byte;
+    while (at_byte != end && *at_byte == ' ') {
+      ++at_byte;
+    }
     const auto [stop, error] = std::from_chars(at_byte, end, value);
-    if (error != std::errc()) return report.wrong("record 0", "not three numbers");
+    if (error != std::errc()) {
+      return report.wrong("record 0", "not three numbers");
+    }
     at_byte = stop;
   }
   std::uint64_t longest = 0;
   std::uint64_t bytes = 0;
   for (std::size_t i = 1; i < lines.size(); ++i) {
-    if (lines[i].empty()) report.wrong(at("record", i), "an empty entry");
+    if (lines[i].empty()) {
+      report.wrong(at("record", i), "an empty entry");
+    }
     longest = std::max<std::uint64_t>(longest, count_fields(lines[i], " "));
     bytes += lines[i].size() + 1;
   }
@@ -116,11 +132,19 @@ void check_recase(FileReport& report, const std::vector<std::string>& lines) {
 
 void check_record_file(FileReport report, RecordKind kind) {
   const auto file = report.open();
-  if (!file) return;
+  if (!file) {
+    return;
+  }
   const std::vector<std::string> lines = read_records(report, file->data());
-  if (kind == RecordKind::kRules) check_rules(report, lines);
-  if (kind == RecordKind::kEntities) check_entities(report, lines);
-  if (kind == RecordKind::kRecase) check_recase(report, lines);
+  if (kind == RecordKind::kRules) {
+    check_rules(report, lines);
+  }
+  if (kind == RecordKind::kEntities) {
+    check_entities(report, lines);
+  }
+  if (kind == RecordKind::kRecase) {
+    check_recase(report, lines);
+  }
   if (kind == RecordKind::kSorted) {
     check_order(report, lines, 0, [](const std::string& line) { return line; });
   }
@@ -130,7 +154,9 @@ void check_record_file(FileReport report, RecordKind kind) {
 void check_pinyin_file(FileReport report) {
   constexpr std::size_t kCharacter = 5;  // bytes, index included
   const auto file = report.open();
-  if (!file) return;
+  if (!file) {
+    return;
+  }
   common::ByteReader reader(file->data());
   std::uint32_t characters = 0;
   std::uint32_t readings = 0;
@@ -158,9 +184,12 @@ void check_pinyin_file(FileReport report) {
     const unsigned char* entry = table.data() + i * kCharacter;
     const std::uint32_t bytes =
         std::uint32_t{entry[0]} << 16U | std::uint32_t{entry[1]} << 8U | entry[2];
-    if ((bytes & 0xF0C0C0) != 0xE08080)
+    if ((bytes & 0xF0C0C0) != 0xE08080) {
       report.wrong(at("character", i), "not three bytes of UTF-8");
-    if (bytes <= last) report.wrong(at("character", i), "out of order");
+    }
+    if (bytes <= last) {
+      report.wrong(at("character", i), "out of order");
+    }
     last = bytes;
     const auto index = common::load_le<std::uint16_t>(entry + 3);
     if (index >= readings) {
@@ -178,7 +207,9 @@ void check_pinyin_file(FileReport report) {
     if (end == text.begin() || end == text.end() || !letters || !filled) {
       report.wrong(at("reading", i), "not lower-case letters filled up with zero bytes");
     }
-    if (!used[i]) report.wrong(at("reading", i), "belongs to no character");
+    if (!used[i]) {
+      report.wrong(at("reading", i), "belongs to no character");
+    }
   }
   report.fact(std::to_string(characters) + " characters, " + std::to_string(readings) +
               " readings");

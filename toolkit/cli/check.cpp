@@ -25,9 +25,13 @@ int check(const options_t& options) {
     }
   }
   LineWriter writer(STDOUT_FILENO);
-  for (const std::string& line : report.problems) writer.write(line + '\n');
+  for (const std::string& line : report.problems) {
+    writer.write(line + '\n');
+  }
   if (report.problems.empty()) {
-    for (const std::string& line : report.facts) writer.write(line + '\n');
+    for (const std::string& line : report.facts) {
+      writer.write(line + '\n');
+    }
     writer.write(folder.path + ": sound\n");
   }
   writer.flush();

@@ -20,11 +20,11 @@ enum ExitCode : int {
   kFine = 0,
   kBadInput = 1,     // the input or a model is not what it should be
   kUsage = 2,        // wrong words on the command line
-  kInputOutput = 3,  // a file cannot be read or written: io_error, filesystem_error, no memory
+  kInputOutput = 3,  // a file cannot be read or written: IoError, filesystem_error, no memory
 };
 
 // Ends every help text.
-inline constexpr const char* exit_code_line =
+inline constexpr const char* kExitCodeLine =
     "Exit codes: 0 fine, 1 bad input or model, 2 usage, 3 input or output failed.";
 
 // Adds a subcommand; `run` is set to what it does once its options are parsed and

@@ -42,7 +42,9 @@ void print_row(const char* name, std::span<const Stats> base, std::span<const St
 
 int evaluate(const options_t& options) {
   std::vector<std::vector<std::string>> references;
-  for (const std::string& path : options.references) references.push_back(read_lines(path));
+  for (const std::string& path : options.references) {
+    references.push_back(read_lines(path));
+  }
   BleuOptions bleu_options;
   bleu_options.tokenizer = options.tokenizer.empty() ? tokenizer_for_language(options.language)
                                                      : tokenizer_by_name(options.tokenizer);
@@ -68,7 +70,9 @@ int evaluate(const options_t& options) {
   print_row<ChrfStats>("chrF2", base_chrf, other_chrf, bootstrap_options,
                        [](const ChrfStats& stats) { return chrf(stats); });
   BleuStats total;
-  for (const BleuStats& stats : base_bleu) total += stats;
+  for (const BleuStats& stats : base_bleu) {
+    total += stats;
+  }
   std::printf("BLEU   %s\n", bleu(total).text().c_str());
   std::printf("BLEU   %s\nchrF2  %s\n", bleu_scorer.signature().c_str(),
               chrf_scorer.signature().c_str());

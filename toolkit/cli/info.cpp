@@ -22,7 +22,9 @@ int show(const model_options_t& options) {
   put("direction", folder.engine.direction.name());
   try {
     for (const auto& [name, value] : read_manifest(folder.path).built_from) {
-      if (name != "direction") put(name, value);
+      if (name != "direction") {
+        put(name, value);
+      }
     }
   } catch (const std::runtime_error& error) {
     put("manifest", error.what());
@@ -32,7 +34,9 @@ int show(const model_options_t& options) {
     std::string reason;
     const auto file = common::MappedFile::open(folder.file(name), &reason);
     put("file " + name, file ? std::to_string(file->size()) + " bytes" : reason);
-    if (file) total += file->size();
+    if (file) {
+      total += file->size();
+    }
   }
   put("all files", std::to_string(total) + " bytes");
 

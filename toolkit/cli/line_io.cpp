@@ -14,7 +14,7 @@ namespace koralite::toolkit::cli {
 
 namespace {
 
-constexpr std::size_t block_size = 1 << 16;
+constexpr std::size_t kBlockSize = 1 << 16;
 
 // Waits until there is something to read or the process is interrupted. A signal that comes between
 // asking for the flag and reading would otherwise be noticed only at the next line.
@@ -27,37 +27,42 @@ void wait_for(int descriptor) {
 }  // namespace
 
 bool LineReader::fill() {
-  m_buffer.erase(0, m_begin);
-  m_begin = 0;
-  std::array<char, block_size> block;
-  for (wait_for(m_descriptor); !interrupted(); wait_for(m_descriptor)) {
-    const ssize_t n = ::read(m_descriptor, block.data(), block.size());
+  buffer_.erase(0, begin_);
+  begin_ = 0;
+  std::array<char, kBlockSize> block;
+  for (wait_for(descriptor_); !interrupted(); wait_for(descriptor_)) {
+    const ssize_t n = ::read(descriptor_, block.data(), block.size());
     if (n > 0) {
-      m_buffer.append(block.data(), static_cast<std::size_t>(n));
+      buffer_.append(block.data(), static_cast<std::size_t>(n));
       return true;
     }
-    if (n == 0) return false;
-    if (errno != EINTR)
-      throw io_error(std::string("can't read the input: ") + std::strerror(errno));
+    if (n == 0) {
+      return false;
+    }
+    if (errno != EINTR) {
+      throw IoError(std::string("can't read the input: ") + std::strerror(errno));
+    }
   }
   return false;
 }
 
 bool LineReader::read(std::string& line) {
-  std::size_t searched = m_begin;
+  std::size_t searched = begin_;
   for (;;) {
-    const std::size_t end = m_buffer.find('\n', searched);
+    const std::size_t end = buffer_.find('\n', searched);
     if (end != std::string::npos) {
-      line.assign(m_buffer, m_begin, end - m_begin);
-      m_begin = end + 1;
+      line.assign(buffer_, begin_, end - begin_);
+      begin_ = end + 1;
       return !interrupted();
     }
-    const std::size_t unread = m_buffer.size() - m_begin;
-    if (m_at_end || !fill()) {
-      m_at_end = true;
-      if (unread == 0 || interrupted()) return false;
-      line.assign(m_buffer, m_begin, unread);
-      m_begin = m_buffer.size();
+    const std::size_t unread = buffer_.size() - begin_;
+    if (at_end_ || !fill()) {
+      at_end_ = true;
+      if (unread == 0 || interrupted()) {
+        return false;
+      }
+      line.assign(buffer_, begin_, unread);
+      begin_ = buffer_.size();
       return true;
     }
     searched = unread;
@@ -65,22 +70,24 @@ bool LineReader::read(std::string& line) {
 }
 
 void LineWriter::write(std::string_view text) {
-  m_buffer.append(text);
-  if (m_buffer.size() >= block_size) flush();
+  buffer_.append(text);
+  if (buffer_.size() >= kBlockSize) {
+    flush();
+  }
 }
 
 void LineWriter::flush() {
-  std::string_view left = m_buffer;
+  std::string_view left = buffer_;
   while (!left.empty()) {
-    const ssize_t n = ::write(m_descriptor, left.data(), left.size());
+    const ssize_t n = ::write(descriptor_, left.data(), left.size());
     if (n >= 0) {
       left.remove_prefix(static_cast<std::size_t>(n));
     } else if (errno != EINTR) {
-      m_buffer.clear();
-      throw io_error(std::string("can't write the output: ") + std::strerror(errno));
+      buffer_.clear();
+      throw IoError(std::string("can't write the output: ") + std::strerror(errno));
     }
   }
-  m_buffer.clear();
+  buffer_.clear();
 }
 
 }  // namespace koralite::toolkit::cli

@@ -1,5 +1,5 @@
 // Lines from and to file descriptors, for filters: reads give up when an interrupt
-// was caught (toolkit/io/interrupt.h), and writing fails with io_error when the reader is gone or
+// was caught (toolkit/io/interrupt.h), and writing fails with IoError when the reader is gone or
 // the disk is full. One object serves one thread.
 #pragma once
 
@@ -10,7 +10,7 @@ namespace koralite::toolkit::cli {
 
 class LineReader {
  public:
-  explicit LineReader(int descriptor) : m_descriptor(descriptor) {}
+  explicit LineReader(int descriptor) : descriptor_(descriptor) {}
 
   // The next line without its line feed; false at the end and when interrupted. A
   // last line without a line feed counts.
@@ -19,22 +19,22 @@ class LineReader {
  private:
   bool fill();
 
-  int m_descriptor;
-  std::string m_buffer;
-  std::size_t m_begin = 0;  // of what is unread
-  bool m_at_end = false;
+  int descriptor_;
+  std::string buffer_;
+  std::size_t begin_ = 0;  // of what is unread
+  bool at_end_ = false;
 };
 
 class LineWriter {
  public:
-  explicit LineWriter(int descriptor) : m_descriptor(descriptor) {}
+  explicit LineWriter(int descriptor) : descriptor_(descriptor) {}
 
   void write(std::string_view text);
   void flush();
 
  private:
-  int m_descriptor;
-  std::string m_buffer;
+  int descriptor_;
+  std::string buffer_;
 };
 
 }  // namespace koralite::toolkit::cli

@@ -67,7 +67,9 @@ int score_text(const options_t& options) {
         line_sum += static_cast<double>(score);
         ++scored;
       }
-      if (options.total_only) continue;
+      if (options.total_only) {
+        continue;
+      }
       std::string row(word);
       char numbers[96];
       if (is_unknown) {

@@ -42,17 +42,23 @@ int look_up(const options_t& options) {
   decoder::TransModel::target_table_t cells;
   table.search_sentence(ids, cells);
   decoder::TargetData& block = cells[0][ids.size() - 1];
-  if (block.empty()) throw std::runtime_error("the phrase table does not hold this phrase");
+  if (block.empty()) {
+    throw std::runtime_error("the phrase table does not hold this phrase");
+  }
   LineWriter writer(STDOUT_FILENO);
   writer.write(
       "target\ttranslation\tlanguage model: all words, full windows\t"
       "before: monotone swap other\tafter: monotone swap other\n");
   block.begin();
   for (decoder::target_entry_t entry; block.next(models.compressor.get(), entry);) {
-    if (!entry.fits()) continue;
+    if (!entry.fits()) {
+      continue;
+    }
     std::string line;
     for (const int id : entry.words()) {
-      if (!line.empty()) line += ' ';
+      if (!line.empty()) {
+        line += ' ';
+      }
       line += models.target_vocab->decode(id);
     }
     const auto put = [&](std::size_t index, char separator) {
@@ -69,7 +75,9 @@ int look_up(const options_t& options) {
     } else {
       line += "\t-";
     }
-    for (std::size_t i = 0; i < 6; ++i) put(first + 1 + i, i % 3 == 0 ? '\t' : ' ');
+    for (std::size_t i = 0; i < 6; ++i) {
+      put(first + 1 + i, i % 3 == 0 ? '\t' : ' ');
+    }
     writer.write(line + '\n');
   }
   writer.flush();

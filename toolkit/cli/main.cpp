@@ -18,8 +18,8 @@ using namespace koralite::toolkit::cli;
 
 using koralite::toolkit::end_by_interrupt;
 using koralite::toolkit::interrupted;
-using koralite::toolkit::interrupted_error;
-using koralite::toolkit::io_error;
+using koralite::toolkit::InterruptedError;
+using koralite::toolkit::IoError;
 
 int fail(const std::string& message, ExitCode code) {
   std::fprintf(stderr, "kora: %s\n", message.c_str());
@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
 
   CLI::App program("Kora translates text and makes the models for it.", "kora");
   program.require_subcommand(0, 1);  // so that an unknown one is named
-  program.footer(exit_code_line);
+  program.footer(kExitCodeLine);
   program.set_version_flag("--version", "kora 1.0.0");
   run_t run;
   add_check(program, run);
@@ -55,16 +55,20 @@ int main(int argc, char** argv) {
   add_vocab(program, run);
   for (CLI::App* command : program.get_subcommands({})) {
     command->footer(command->get_footer() + (command->get_footer().empty() ? "" : "\n") +
-                    exit_code_line);
+                    kExitCodeLine);
   }
   try {
     program.parse(argc, argv);
-    if (!run) throw CLI::RequiredError("a command");
+    if (!run) {
+      throw CLI::RequiredError("a command");
+    }
     const int code = run();
     if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
       return fail("can't write the output", kInputOutput);
     }
-    if (interrupted()) end_by_interrupt();
+    if (interrupted()) {
+      end_by_interrupt();
+    }
     return code;
   } catch (const CLI::Success& help) {
     program.exit(help);
@@ -73,12 +77,12 @@ int main(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     program.exit(error);
     return kUsage;
-  } catch (const interrupted_error&) {
+  } catch (const InterruptedError&) {
     end_by_interrupt();
     return kInputOutput;  // not reached
   } catch (const std::bad_alloc&) {
     return fail("out of memory; close other programs or use a smaller model", kInputOutput);
-  } catch (const io_error& error) {
+  } catch (const IoError& error) {
     return fail(error.what(), kInputOutput);
   } catch (const std::filesystem::filesystem_error& error) {
     return fail(error.what(), kInputOutput);

@@ -20,7 +20,9 @@ std::string roff(const std::string& text) {
   std::string result;
   bool at_start = true;
   for (const char c : text) {
-    if (at_start && (c == '.' || c == '\'')) result += "\\&";
+    if (at_start && (c == '.' || c == '\'')) {
+      result += "\\&";
+    }
     if (c == '\\') {
       result += "\\e";
     } else if (c == '-') {
@@ -36,7 +38,9 @@ std::string roff(const std::string& text) {
 std::vector<const CLI::App*> commands_of(const CLI::App& command) {
   std::vector<const CLI::App*> shown;
   for (const CLI::App* sub : command.get_subcommands({})) {
-    if (!sub->get_group().empty()) shown.push_back(sub);
+    if (!sub->get_group().empty()) {
+      shown.push_back(sub);
+    }
   }
   return shown;
 }
@@ -50,9 +54,13 @@ std::string value_rule(const CLI::Option& option) {
 
 // The values of an option that takes one of a list.
 std::string listed_values(const CLI::Option& option) {
-  if (option.check_lname("direction")) return direction_names();
+  if (option.check_lname("direction")) {
+    return direction_names();
+  }
   std::string rule = value_rule(option);
-  if (rule.size() < 2 || rule.front() != '{') return "";
+  if (rule.size() < 2 || rule.front() != '{') {
+    return "";
+  }
   rule = rule.substr(1, rule.find('}') - 1);
   std::replace(rule.begin(), rule.end(), ',', ' ');
   return rule;
@@ -69,13 +77,21 @@ void put_options(std::string& out, const CLI::App& command) {
       out += "\\fI" + roff(option->get_name(true)) + "\\fR\n";
     } else {
       std::string names;
-      for (const std::string& name : option->get_snames()) names += ", \\fB\\-" + roff(name);
-      for (const std::string& name : option->get_lnames()) names += ", \\fB\\-\\-" + roff(name);
+      for (const std::string& name : option->get_snames()) {
+        names += ", \\fB\\-" + roff(name);
+      }
+      for (const std::string& name : option->get_lnames()) {
+        names += ", \\fB\\-\\-" + roff(name);
+      }
       out += names.substr(2) + "\\fR" + (takes_value(*option) ? " \\fIVALUE\\fR" : "") + "\n";
     }
     out += roff(option->get_description());
-    if (const std::string rule = value_rule(*option); !rule.empty()) out += "; " + roff(rule);
-    if (!option->get_default_str().empty()) out += " [" + roff(option->get_default_str()) + "]";
+    if (const std::string rule = value_rule(*option); !rule.empty()) {
+      out += "; " + roff(rule);
+    }
+    if (!option->get_default_str().empty()) {
+      out += " [" + roff(option->get_default_str()) + "]";
+    }
     out += "\n";
   }
 }
@@ -88,7 +104,9 @@ std::string usage(const CLI::App& command) {
   }
   line += roff(words) + "\n" + (commands_of(command).empty() ? "" : "COMMAND ") + "[OPTIONS]";
   for (const CLI::Option* option : command.get_options()) {
-    if (!option->get_positional()) continue;
+    if (!option->get_positional()) {
+      continue;
+    }
     const std::string name = "\\fI" + roff(option->get_name(true)) + "\\fR";
     line += option->get_required() ? " " + name : " [" + name + "]";
   }
@@ -97,12 +115,16 @@ std::string usage(const CLI::App& command) {
 
 // A footer is notes, then "Example:" or "Examples:" and indented lines.
 void put_footer(std::string& out, std::string footer) {
-  if (const std::size_t at = footer.find(exit_code_line); at != std::string::npos) footer.erase(at);
+  if (const std::size_t at = footer.find(kExitCodeLine); at != std::string::npos) {
+    footer.erase(at);
+  }
   const std::size_t example = footer.find("Example");
   if (example > 0 && !footer.empty()) {
     out += ".SH NOTES\n" + roff(footer.substr(0, example)) + "\n";
   }
-  if (example == std::string::npos) return;
+  if (example == std::string::npos) {
+    return;
+  }
   out += ".SH EXAMPLES\n.nf\n" + roff(footer.substr(footer.find('\n', example) + 1)) + "\n.fi\n";
 }
 
@@ -116,7 +138,9 @@ std::string page(const CLI::App& program, const CLI::App& command) {
                     ".SH NAME\n" + roff(name) + " \\- " + roff(command.get_description()) +
                     "\n.SH SYNOPSIS\n" + usage(command) + ".SH OPTIONS\n";
   put_options(out, command);
-  if (&program == &command) out += ".SH COMMANDS\n";
+  if (&program == &command) {
+    out += ".SH COMMANDS\n";
+  }
   for (const CLI::App* sub : commands_of(command)) {
     if (&program == &command) {
       out += ".TP\n.BR " + roff(page_name(program, *sub)) + " (1)\n" +
@@ -131,15 +155,21 @@ std::string page(const CLI::App& program, const CLI::App& command) {
   out +=
       ".SH EXIT STATUS\n.TP\n0\nfine\n.TP\n1\nbad input or a bad model\n.TP\n2\nwrong words on the "
       "command line\n.TP\n3\na file could not be read or written\n";
-  if (&program != &command) out += ".SH SEE ALSO\n.BR kora (1)\n";
+  if (&program != &command) {
+    out += ".SH SEE ALSO\n.BR kora (1)\n";
+  }
   return out;
 }
 
 std::string completion_words(const CLI::App& command) {
   std::string names;
-  for (const CLI::App* sub : commands_of(command)) names += sub->get_name() + ' ';
+  for (const CLI::App* sub : commands_of(command)) {
+    names += sub->get_name() + ' ';
+  }
   for (const CLI::Option* option : command.get_options()) {
-    for (const std::string& name : option->get_lnames()) names += "--" + name + ' ';
+    for (const std::string& name : option->get_lnames()) {
+      names += "--" + name + ' ';
+    }
   }
   return names;
 }
@@ -149,7 +179,9 @@ void put_cases(const CLI::App& command, const std::string& words, std::string& v
                std::string& names) {
   for (const CLI::Option* option : command.get_options()) {
     const std::string list = listed_values(*option);
-    if (list.empty()) continue;
+    if (list.empty()) {
+      continue;
+    }
     for (const std::string& name : option->get_lnames()) {
       values += "    '" + words + "--" + name + "') list='" + list + "' ;;\n";
     }
@@ -166,7 +198,9 @@ std::string completion(const CLI::App& program) {
   put_cases(program, "", values, names);
   std::string nested;
   for (const CLI::App* command : commands_of(program)) {
-    if (commands_of(*command).empty()) continue;
+    if (commands_of(*command).empty()) {
+      continue;
+    }
     nested += (nested.empty() ? "'" : " | '") + command->get_name() + " '";
   }
   return "# bash completion for kora, made by 'kora manual completion'\n"
@@ -208,12 +242,20 @@ void add_manual(CLI::App& program, run_t& run) {
         return static_cast<int>(kFine);
       }
       std::string text;
-      if (options->name == "completion") text = completion(program);
-      if (options->name == "kora") text = page(program, program);
-      for (const CLI::App* sub : commands_of(program)) {
-        if (sub->get_name() == options->name) text = page(program, *sub);
+      if (options->name == "completion") {
+        text = completion(program);
       }
-      if (text.empty()) throw CLI::ValidationError(options->name, "no such command");
+      if (options->name == "kora") {
+        text = page(program, program);
+      }
+      for (const CLI::App* sub : commands_of(program)) {
+        if (sub->get_name() == options->name) {
+          text = page(program, *sub);
+        }
+      }
+      if (text.empty()) {
+        throw CLI::ValidationError(options->name, "no such command");
+      }
       LineWriter writer(STDOUT_FILENO);
       writer.write(text);
       writer.flush();

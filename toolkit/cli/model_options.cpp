@@ -33,32 +33,46 @@ Progress interruptible(ProgressBar& bar) {
 
 std::string choose_model(const std::string& named) {
   namespace fs = std::filesystem;
-  if (!named.empty()) return named;
-  if (const char* set = std::getenv("KORA_MODEL"); set != nullptr && *set != '\0') return set;
+  if (!named.empty()) {
+    return named;
+  }
+  if (const char* set = std::getenv("KORA_MODEL"); set != nullptr && *set != '\0') {
+    return set;
+  }
   std::error_code error;
-  if (fs::exists("models/en-zh/engine.conf", error)) return "models/en-zh";
+  if (fs::exists("models/en-zh/engine.conf", error)) {
+    return "models/en-zh";
+  }
   std::vector<std::string> found;
   for (const auto& entry : fs::directory_iterator("models", error)) {
-    if (fs::exists(entry.path() / "engine.conf", error)) found.push_back(entry.path().string());
+    if (fs::exists(entry.path() / "engine.conf", error)) {
+      found.push_back(entry.path().string());
+    }
   }
-  if (found.size() == 1) return found.front();
-  throw io_error(found.empty()
-                     ? "no model; name its folder with -m or in KORA_MODEL"
-                     : "there are several models in 'models'; choose one with -m or KORA_MODEL");
+  if (found.size() == 1) {
+    return found.front();
+  }
+  throw IoError(found.empty()
+                    ? "no model; name its folder with -m or in KORA_MODEL"
+                    : "there are several models in 'models'; choose one with -m or KORA_MODEL");
 }
 
 model_folder_t open_model(const model_options_t& options) {
   const std::string path = choose_model(options.model);
   std::error_code error;
   if (!std::filesystem::is_directory(path, error)) {
-    throw io_error(path + ": " + (error ? error.message() : "not a folder") +
-                   "; name a model folder with -m");
+    throw IoError(path + ": " + (error ? error.message() : "not a folder") +
+                  "; name a model folder with -m");
   }
-  if (!options.direction.empty()) direction_named(options.direction);  // a usage error if none
+  if (!options.direction.empty()) {
+    direction_named(options.direction);  // a usage error if none
+  }
   require_readable(options.config);
   model_folder_t folder = open_model_folder(path, options.direction, options.config);
   for (const std::string& name : folder.named_files()) {
-    if (std::filesystem::exists(folder.file(name), error)) require_readable(folder.file(name));
+    if (std::filesystem::exists(folder.file(name), error)) {
+      require_readable(folder.file(name));
+    }
   }
   return folder;
 }

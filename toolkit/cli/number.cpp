@@ -26,7 +26,7 @@ struct options_t {
 // "english-integer" or "ei"; the engine's names have brackets.
 std::string category(const std::string& name) {
   const std::string full = "(" + name + ")";
-  if (numtrans::parse_category(full) == numtrans::Category::none) {
+  if (numtrans::parse_category(full) == numtrans::Category::kNone) {
     throw CLI::ValidationError(
         name,
         "no notation; use arabic-, chinese- or english- and digits, integer, float or "

@@ -38,7 +38,9 @@ void run_ordered(std::size_t threads, Read&& read, Work&& work, Write&& write) {
 
   const auto fail = [&] {
     const std::lock_guard lock(mutex);
-    if (!error) error = std::current_exception();
+    if (!error) {
+      error = std::current_exception();
+    }
     at_end = true;
     changed.notify_all();
   };
@@ -50,7 +52,9 @@ void run_ordered(std::size_t threads, Read&& read, Work&& work, Write&& write) {
         {
           std::unique_lock lock(mutex);
           changed.wait(lock, [&] { return error || taken < came || at_end; });
-          if (error || taken == came) return;
+          if (error || taken == came) {
+            return;
+          }
           slot = &ring[taken++ % ring.size()];
           slot->state = State::kBusy;
         }
@@ -77,7 +81,9 @@ void run_ordered(std::size_t threads, Read&& read, Work&& work, Write&& write) {
           };
           changed.wait(lock,
                        [&] { return error || is_done(written) || (at_end && written == came); });
-          if (error || !is_done(written)) return;
+          if (error || !is_done(written)) {
+            return;
+          }
           slot_t& slot = ring[written % ring.size()];
           result.swap(slot.result);
           slot.state = State::kFree;
@@ -93,14 +99,18 @@ void run_ordered(std::size_t threads, Read&& read, Work&& work, Write&& write) {
   };
 
   std::vector<std::thread> pool;
-  for (std::size_t i = 0; i < threads; ++i) pool.emplace_back(run_worker, i);
+  for (std::size_t i = 0; i < threads; ++i) {
+    pool.emplace_back(run_worker, i);
+  }
   pool.emplace_back(run_writer);
   try {
     std::string item;
     while (read(item)) {
       std::unique_lock lock(mutex);
       changed.wait(lock, [&] { return error || came - written < ring.size(); });
-      if (error) break;
+      if (error) {
+        break;
+      }
       slot_t& slot = ring[came % ring.size()];
       slot.item.swap(item);
       slot.state = State::kWaiting;
@@ -115,8 +125,12 @@ void run_ordered(std::size_t threads, Read&& read, Work&& work, Write&& write) {
     at_end = true;
     changed.notify_all();
   }
-  for (std::thread& thread : pool) thread.join();
-  if (error) std::rethrow_exception(error);
+  for (std::thread& thread : pool) {
+    thread.join();
+  }
+  if (error) {
+    std::rethrow_exception(error);
+  }
 }
 
 }  // namespace koralite::toolkit::cli

@@ -31,10 +31,14 @@ int pack(const options_t& options) {
   }
   if (options.kind == "entities") {
     entity_options_t how;
-    if (options.joined) how.join.clear();
+    if (options.joined) {
+      how.join.clear();
+    }
     const entity_report_t report =
         write_entity_file(read_entities(options.input), how, options.output);
-    for (const std::string& line : report.dropped) std::fprintf(stderr, "%s\n", line.c_str());
+    for (const std::string& line : report.dropped) {
+      std::fprintf(stderr, "%s\n", line.c_str());
+    }
     std::fprintf(stderr, "%s: %zu of %zu entries\n", options.output.c_str(), report.written,
                  report.read);
     return kFine;

@@ -28,7 +28,9 @@ struct options_t {
 int build(const options_t& options) {
   const auto words = read_segment_words(options.words);
   std::vector<std::string> surnames;
-  if (!options.surnames.empty()) surnames = read_segment_lines(options.surnames);
+  if (!options.surnames.empty()) {
+    surnames = read_segment_lines(options.surnames);
+  }
 
   segment_report_t report = build_segment_dictionary(options.output, words, surnames);
   std::fprintf(stderr, "%s: %zu words, %zu of them names of persons, %zu left out\n",
@@ -73,18 +75,26 @@ int cut(const options_t& options) {
     if (length >= capacity) {
       capacity = length + 1;
       out.reset(lexicut_create_out(capacity));
-      if (!out) throw std::runtime_error("a line is too long for the memory of this machine");
+      if (!out) {
+        throw std::runtime_error("a line is too long for the memory of this machine");
+      }
     }
     lexicut_segment_full(model.get(), line.data(), length, out.get(), LEXICUT_MODE_FULL);
     bool is_first = true;
     for (std::int32_t i = 0; i < out->count; ++i) {
       const std::string word = line.substr(static_cast<std::size_t>(out->offsets[i]),
                                            static_cast<std::size_t>(out->lengths[i]));
-      if (word.find_first_not_of(' ') == std::string::npos) continue;
-      if (!is_first) writer.write(" ");
+      if (word.find_first_not_of(' ') == std::string::npos) {
+        continue;
+      }
+      if (!is_first) {
+        writer.write(" ");
+      }
       is_first = false;
       writer.write(word);
-      if ((out->properties[i] & LEXICUT_PROPERTY_NAME) != 0) writer.write("/name");
+      if ((out->properties[i] & LEXICUT_PROPERTY_NAME) != 0) {
+        writer.write("/name");
+      }
     }
     writer.write("\n");
   }

@@ -28,18 +28,28 @@ int run_steps(const options_t& options) {
   const auto target = chain_steps(pipeline.postprocessor().string_chain());
   LineWriter writer(STDOUT_FILENO);
   if (options.name.empty()) {
-    for (const auto* step : source) writer.write("source\t" + step->name() + '\n');
-    for (const auto* step : target) writer.write("target\t" + step->name() + '\n');
+    for (const auto* step : source) {
+      writer.write("source\t" + step->name() + '\n');
+    }
+    for (const auto* step : target) {
+      writer.write("target\t" + step->name() + '\n');
+    }
     writer.flush();
     return kFine;
   }
   std::vector<textProcess::AbstractStringProcessor*> steps;
   const direction_t& direction = folder.engine.direction;
-  if (options.name == "source" || options.name == direction.source) steps = source;
-  if (options.name == "target" || options.name == direction.target) steps = target;
+  if (options.name == "source" || options.name == direction.source) {
+    steps = source;
+  }
+  if (options.name == "target" || options.name == direction.target) {
+    steps = target;
+  }
   for (const auto* chain : {&source, &target}) {
     for (auto* step : *chain) {
-      if (steps.empty() && step->name() == options.name) steps.push_back(step);
+      if (steps.empty() && step->name() == options.name) {
+        steps.push_back(step);
+      }
     }
   }
   if (steps.empty()) {
@@ -52,7 +62,9 @@ int run_steps(const options_t& options) {
     textProcess::ProcessStr str(options.positions, line);
     str.set_identity();
     for (auto* step : steps) {
-      if (str.text().empty()) break;  // the engine leaves it alone, and nothing came from anywhere
+      if (str.text().empty()) {
+        break;  // the engine leaves it alone, and nothing came from anywhere
+      }
       if (step->OnProcess(str) == 0) {
         throw std::runtime_error("the text step '" + step->name() + "' failed on: " + line);
       }

@@ -34,8 +34,12 @@ std::string translate_line(const options_t& options, const model_folder_t& folde
   std::string output;
   if (options.nbest > 0) {
     std::vector<std::string> outputs;
-    if (!line.empty()) handle.Translate(options.nbest, line, outputs);
-    for (const std::string& text : outputs) output += text + '\n';
+    if (!line.empty()) {
+      handle.Translate(options.nbest, line, outputs);
+    }
+    for (const std::string& text : outputs) {
+      output += text + '\n';
+    }
     return output + '\n';
   }
   if (options.alignment.empty()) {
@@ -67,7 +71,9 @@ int translate(const options_t& options) {
   }
   if (options.check) {
     const auto wrong = verify_manifest(folder, read_manifest(folder.path));
-    if (!wrong.empty()) throw std::runtime_error(wrong.front());
+    if (!wrong.empty()) {
+      throw std::runtime_error(wrong.front());
+    }
   }
   std::vector<std::unique_ptr<translator::TransImpl>> handles;
   for (std::size_t i = 0; i < options.threads; ++i) {
@@ -87,11 +93,17 @@ int translate(const options_t& options) {
       },
       [&](const std::string& output, bool is_last) {
         writer.write(output);
-        if (is_last || is_terminal) writer.flush();
-        if (shows_progress && ++lines % 100 == 0) std::fprintf(stderr, "\r%zu lines", lines);
+        if (is_last || is_terminal) {
+          writer.flush();
+        }
+        if (shows_progress && ++lines % 100 == 0) {
+          std::fprintf(stderr, "\r%zu lines", lines);
+        }
       });
   writer.flush();
-  if (shows_progress && lines >= 100) std::fprintf(stderr, "\r%zu lines\n", lines);
+  if (shows_progress && lines >= 100) {
+    std::fprintf(stderr, "\r%zu lines\n", lines);
+  }
   return kFine;
 }
 
@@ -127,7 +139,9 @@ void add_translate(CLI::App& program, run_t& run) {
       "  kora translate --nbest 5 < questions.en\n"
       "  kora translate --alignment < book.en");
   command->callback([&run, options, alignment] {
-    if (alignment->count() > 0 && options->alignment.empty()) options->alignment = "words";
+    if (alignment->count() > 0 && options->alignment.empty()) {
+      options->alignment = "words";
+    }
     run = [options] { return translate(*options); };
   });
 }

@@ -33,32 +33,36 @@ struct options_t {
 // A copy of the folder's files to work on, removed in the end.
 class ScratchFolder {
  public:
-  explicit ScratchFolder(const model_folder_t& folder) : m_path(folder.path + ".tune") {
-    fs::remove_all(m_path);
-    fs::create_directories(m_path);
+  explicit ScratchFolder(const model_folder_t& folder) : path_(folder.path + ".tune") {
+    fs::remove_all(path_);
+    fs::create_directories(path_);
     for (const std::string& name : folder.named_files()) {
-      fs::copy_file(folder.file(name), m_path / name);
+      fs::copy_file(folder.file(name), path_ / name);
     }
   }
   ScratchFolder(const ScratchFolder&) = delete;
   ScratchFolder& operator=(const ScratchFolder&) = delete;
   ~ScratchFolder() {
     std::error_code ignored;
-    fs::remove_all(m_path, ignored);
+    fs::remove_all(path_, ignored);
   }
-  std::string path() const { return m_path.string(); }
+  std::string path() const { return path_.string(); }
 
  private:
-  fs::path m_path;
+  fs::path path_;
 };
 
 int run_tuning(const options_t& options) {
   catch_interrupts();
-  for (const std::string& path : options.references) require_readable(path);
+  for (const std::string& path : options.references) {
+    require_readable(path);
+  }
   model_folder_t folder = open_model_folder(choose_model(options.model));
   const ScratchFolder scratch(folder);
   std::vector<std::vector<std::string>> references;
-  for (const std::string& path : options.references) references.push_back(read_lines(path));
+  for (const std::string& path : options.references) {
+    references.push_back(read_lines(path));
+  }
   engine_tuner_options_t tuner_options;
   tuner_options.nbest = options.nbest;
   tuner_options.threads = options.threads;
@@ -79,7 +83,7 @@ int run_tuning(const options_t& options) {
       [](const TuneRound& round) { std::fprintf(stderr, "%s\n", round.bleu.text().c_str()); },
       interruptible(bar));
   for (std::size_t i = 0; i < result.weights.size(); ++i) {
-    std::printf("%-12s %.6g\n", i == kTranslation ? "translation" : feature_names[i].data(),
+    std::printf("%-12s %.6g\n", i == kTranslation ? "translation" : kFeatureNames[i].data(),
                 result.weights[i]);
   }
   if (!options.write) {
@@ -89,9 +93,9 @@ int run_tuning(const options_t& options) {
   }
   FolderTuner::set(result.weights, folder.decoder);
   write_file(folder.file(folder.engine.decoder), format_decoder_config(folder.decoder));
-  if (fs::exists(folder.file(manifest_name))) {
+  if (fs::exists(folder.file(kManifestName))) {
     manifest_t manifest = read_manifest(folder.path);
-    write_file(folder.file(manifest_name),
+    write_file(folder.file(kManifestName),
                format_manifest(make_manifest(folder, std::move(manifest.built_from))));
   }
   return kFine;

@@ -39,16 +39,22 @@ int show(const options_t& options) {
     writer.write((id < 0 ? std::string("-") : std::to_string(id)) + '\t' + word + '\n');
   };
   if (options.words.empty()) {
-    for (int id = 0; id < static_cast<int>(vocab.ne_count()); ++id) put(id, vocab.decode(id));
+    for (int id = 0; id < static_cast<int>(vocab.ne_count()); ++id) {
+      put(id, vocab.decode(id));
+    }
     const int end = decoder::Vocab::kFirstWordId + static_cast<int>(vocab.word_count());
-    for (int id = decoder::Vocab::kFirstWordId; id < end; ++id) put(id, vocab.decode(id));
+    for (int id = decoder::Vocab::kFirstWordId; id < end; ++id) {
+      put(id, vocab.decode(id));
+    }
   }
   int code = kFine;
   for (const std::string& word : options.words) {
     int id = 0;
     const bool is_known = vocab.find(word.c_str(), id);
     put(is_known ? id : -1, word);
-    if (!is_known) code = kBadInput;
+    if (!is_known) {
+      code = kBadInput;
+    }
   }
   writer.flush();
   return code;

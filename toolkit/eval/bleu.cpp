@@ -53,7 +53,9 @@ double BleuScore::ratio() const {
 
 std::string BleuScore::text() const {
   std::string out = fixed(score, 2);
-  for (std::size_t n = 0; n < 4; ++n) out += (n == 0 ? ' ' : '/') + fixed(precisions[n], 1);
+  for (std::size_t n = 0; n < 4; ++n) {
+    out += (n == 0 ? ' ' : '/') + fixed(precisions[n], 1);
+  }
   return out + " (BP = " + fixed(brevity, 3) + " ratio = " + fixed(ratio(), 3) +
          " hyp_len = " + std::to_string(length) + " ref_len = " + std::to_string(reference) + ")";
 }
@@ -68,14 +70,20 @@ BleuScore bleu(const BleuStats& stats) {
             ? std::exp(1 - static_cast<double>(stats.reference) / static_cast<double>(stats.length))
             : 0;
   }
-  if (stats.matches[0] == 0) return result;
+  if (stats.matches[0] == 0) {
+    return result;
+  }
   double log_sum = 0;
   double halves = 1;
   for (std::size_t n = 0; n < 4; ++n) {
     // Translations too short for any n-gram of this length: no score.
-    if (stats.totals[n] == 0) return result;
+    if (stats.totals[n] == 0) {
+      return result;
+    }
     const double total = static_cast<double>(stats.totals[n]);
-    if (stats.matches[n] == 0) halves *= 2;
+    if (stats.matches[n] == 0) {
+      halves *= 2;
+    }
     result.precisions[n] = stats.matches[n] == 0
                                ? 100 / (halves * total)
                                : 100 * static_cast<double>(stats.matches[n]) / total;
@@ -88,7 +96,9 @@ BleuScore bleu(const BleuStats& stats) {
 BleuScorer::BleuScorer(std::span<const std::vector<std::string>> references,
                        const BleuOptions& options)
     : options_(options), references_(references.size()) {
-  if (references.empty()) throw std::runtime_error("scoring needs a reference");
+  if (references.empty()) {
+    throw std::runtime_error("scoring needs a reference");
+  }
   sentences_.resize(references[0].size());
   for (const std::vector<std::string>& reference : references) {
     if (reference.size() != sentences_.size()) {
@@ -142,7 +152,9 @@ std::vector<BleuScorer::Counted> BleuScorer::count(std::span<const std::uint64_t
   std::sort(grams.begin(), grams.end());
   std::vector<Counted> counted;
   for (const Gram& gram : grams) {
-    if (counted.empty() || counted.back().gram != gram) counted.push_back({gram, 0});
+    if (counted.empty() || counted.back().gram != gram) {
+      counted.push_back({gram, 0});
+    }
     ++counted.back().count;
   }
   return counted;
@@ -164,7 +176,9 @@ BleuStats BleuScorer::sentence(std::size_t index, std::string_view translation) 
     auto held = reference.grams[n].begin();
     for (const Counted& own : count(cut, n + 1)) {
       stats.totals[n] += own.count;
-      while (held != reference.grams[n].end() && held->gram < own.gram) ++held;
+      while (held != reference.grams[n].end() && held->gram < own.gram) {
+        ++held;
+      }
       if (held != reference.grams[n].end() && held->gram == own.gram) {
         stats.matches[n] += std::min(own.count, held->count);
       }
@@ -179,7 +193,9 @@ std::vector<BleuStats> BleuScorer::sentences(std::span<const std::string> transl
                              " translations for " + std::to_string(size()) + " references");
   }
   std::vector<BleuStats> all;
-  for (std::size_t i = 0; i < size(); ++i) all.push_back(sentence(i, translations[i]));
+  for (std::size_t i = 0; i < size(); ++i) {
+    all.push_back(sentence(i, translations[i]));
+  }
   return all;
 }
 

@@ -14,7 +14,7 @@
 
 namespace koralite::toolkit {
 
-/// What BLEU needs of a sentence. A corpus has the sum of its sentences'.
+// What BLEU needs of a sentence. A corpus has the sum of its sentences'.
 struct BleuStats {
   std::array<std::int64_t, 4> matches{};  ///< n-grams of 1 to 4 words found in a reference
   std::array<std::int64_t, 4> totals{};   ///< n-grams of the translation
@@ -34,13 +34,13 @@ struct BleuScore {
   std::int64_t reference = 0;
 
   double ratio() const;
-  /// "41.20 68.1/47.5/35.2/27.0 (BP = 0.981 ratio = 0.981 hyp_len = 9810 ref_len = 10000)"
+  // "41.20 68.1/47.5/35.2/27.0 (BP = 0.981 ratio = 0.981 hyp_len = 9810 ref_len = 10000)"
   std::string text() const;
 };
 
-/// Corpus score: geometric mean of the precisions times the brevity penalty. A
-/// precision without a match counts as half, a quarter, ... of one match, so that
-/// one empty order does not make the whole score 0.
+// Corpus score: geometric mean of the precisions times the brevity penalty. A
+// precision without a match counts as half, a quarter, ... of one match, so that
+// one empty order does not make the whole score 0.
 BleuScore bleu(const BleuStats& stats);
 
 struct BleuOptions {
@@ -50,15 +50,15 @@ struct BleuOptions {
 
 class BleuScorer {
  public:
-  /// references[r][i] is reference r of sentence i. Throws std::runtime_error
-  /// when there is none or their lengths differ.
+  // references[r][i] is reference r of sentence i. Throws std::runtime_error
+  // when there is none or their lengths differ.
   BleuScorer(std::span<const std::vector<std::string>> references, const BleuOptions& options);
 
   std::size_t size() const { return sentences_.size(); }
   BleuStats sentence(std::size_t index, std::string_view translation) const;
-  /// All sentences. Throws std::runtime_error when their number is another.
+  // All sentences. Throws std::runtime_error when their number is another.
   std::vector<BleuStats> sentences(std::span<const std::string> translations) const;
-  /// "nrefs:1|case:mixed|eff:no|tok:13a|smooth:exp|version:kora-1.0.0"
+  // "nrefs:1|case:mixed|eff:no|tok:13a|smooth:exp|version:kora-1.0.0"
   std::string signature() const;
 
  private:

@@ -18,8 +18,8 @@ struct BootstrapOptions {
   std::uint64_t seed = 12345;
 };
 
-/// A small generator of its own: the standard ones' distributions differ between
-/// libraries.
+// A small generator of its own: the standard ones' distributions differ between
+// libraries.
 class SeededRandom {
  public:
   explicit SeededRandom(std::uint64_t seed) : state_(seed) {}
@@ -29,9 +29,9 @@ class SeededRandom {
     x = (x ^ x >> 27U) * 0x94D049BB133111EBULL;
     return x ^ x >> 31U;
   }
-  /// 0 to below - 1, below up to 2^32.
+  // 0 to below - 1, below up to 2^32.
   std::size_t below(std::size_t bound) { return (next() >> 32U) * bound >> 32U; }
-  /// 0 to just below 1.
+  // 0 to just below 1.
   double unit() { return static_cast<double>(next() >> 11U) * 0x1p-53; }
 
  private:
@@ -57,14 +57,18 @@ namespace bootstrap_detail {
 template <class Stats>
 Stats sum_of(std::span<const Stats> all, std::span<const std::uint32_t> chosen) {
   Stats sum{};
-  for (const std::uint32_t i : chosen) sum += all[i];
+  for (const std::uint32_t i : chosen) {
+    sum += all[i];
+  }
   return sum;
 }
 
 inline Interval interval(double score, std::vector<double> samples) {
   Interval result;
   result.score = score;
-  for (const double s : samples) result.mean += s;
+  for (const double s : samples) {
+    result.mean += s;
+  }
   result.mean /= static_cast<double>(samples.size());
   std::sort(samples.begin(), samples.end());
   const std::size_t cut = samples.size() / 40;  // 2.5 % at either end
@@ -75,8 +79,8 @@ inline Interval interval(double score, std::vector<double> samples) {
 
 }  // namespace bootstrap_detail
 
-/// Compares two systems on the same sentences; score(stats) gives a corpus score.
-/// With `other` equal to `base` it gives base's interval alone.
+// Compares two systems on the same sentences; score(stats) gives a corpus score.
+// With `other` equal to `base` it gives base's interval alone.
 template <class Stats, class Score>
 PairedResult paired_bootstrap(std::span<const Stats> base, std::span<const Stats> other,
                               Score&& score, const BootstrapOptions& options = {}) {
@@ -85,7 +89,9 @@ PairedResult paired_bootstrap(std::span<const Stats> base, std::span<const Stats
   }
   const auto whole = [&](std::span<const Stats> all) {
     Stats sum{};
-    for (const Stats& s : all) sum += s;
+    for (const Stats& s : all) {
+      sum += s;
+    }
     return score(sum);
   };
   SeededRandom random(options.seed);
@@ -93,7 +99,9 @@ PairedResult paired_bootstrap(std::span<const Stats> base, std::span<const Stats
   std::vector<double> base_samples;
   std::vector<double> other_samples;
   for (int i = 0; i < options.samples; ++i) {
-    for (std::uint32_t& c : chosen) c = static_cast<std::uint32_t>(random.below(base.size()));
+    for (std::uint32_t& c : chosen) {
+      c = static_cast<std::uint32_t>(random.below(base.size()));
+    }
     base_samples.push_back(score(bootstrap_detail::sum_of(base, chosen)));
     other_samples.push_back(score(bootstrap_detail::sum_of(other, chosen)));
   }
@@ -107,7 +115,9 @@ PairedResult paired_bootstrap(std::span<const Stats> base, std::span<const Stats
   int beyond = 0;
   for (std::size_t i = 0; i < base_samples.size(); ++i) {
     const double shift = other_samples[i] - base_samples[i] - mean;
-    if (std::abs(shift) >= std::abs(result.difference)) ++beyond;
+    if (std::abs(shift) >= std::abs(result.difference)) {
+      ++beyond;
+    }
   }
   result.p = (beyond + 1.0) / (options.samples + 1.0);
   return result;

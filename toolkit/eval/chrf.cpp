@@ -21,13 +21,17 @@ double chrf(const ChrfStats& stats, double beta) {
   double recall = 0;
   int orders = 0;
   for (std::size_t n = 0; n < 6; ++n) {
-    if (stats.translation[n] == 0 || stats.reference[n] == 0) continue;
+    if (stats.translation[n] == 0 || stats.reference[n] == 0) {
+      continue;
+    }
     const double matches = static_cast<double>(stats.matches[n]);
     precision += matches / static_cast<double>(stats.translation[n]);
     recall += matches / static_cast<double>(stats.reference[n]);
     ++orders;
   }
-  if (orders == 0 || precision + recall == 0) return 0;
+  if (orders == 0 || precision + recall == 0) {
+    return 0;
+  }
   precision /= orders;
   recall /= orders;
   return 100 * (1 + beta * beta) * precision * recall / (beta * beta * precision + recall);
@@ -35,7 +39,9 @@ double chrf(const ChrfStats& stats, double beta) {
 
 ChrfScorer::ChrfScorer(std::span<const std::vector<std::string>> references, bool lower_case)
     : lower_case_(lower_case), references_(references.size()) {
-  if (references.empty()) throw std::runtime_error("scoring needs a reference");
+  if (references.empty()) {
+    throw std::runtime_error("scoring needs a reference");
+  }
   sentences_.resize(references[0].size());
   for (const std::vector<std::string>& reference : references) {
     if (reference.size() != sentences_.size()) {
@@ -72,7 +78,9 @@ ChrfStats ChrfScorer::sentence(std::size_t index, std::string_view translation) 
     ChrfStats stats;
     for (std::size_t n = 0; n < 6; ++n) {
       // An order that the reference is too short for says nothing.
-      if (!reference[n].empty()) stats.translation[n] = static_cast<std::int64_t>(own[n].size());
+      if (!reference[n].empty()) {
+        stats.translation[n] = static_cast<std::int64_t>(own[n].size());
+      }
       stats.reference[n] = static_cast<std::int64_t>(reference[n].size());
       // The common part of two sorted lists is what both hold often enough.
       auto a = own[n].begin();
@@ -103,7 +111,9 @@ std::vector<ChrfStats> ChrfScorer::sentences(std::span<const std::string> transl
                              " translations for " + std::to_string(size()) + " references");
   }
   std::vector<ChrfStats> all;
-  for (std::size_t i = 0; i < size(); ++i) all.push_back(sentence(i, translations[i]));
+  for (std::size_t i = 0; i < size(); ++i) {
+    all.push_back(sentence(i, translations[i]));
+  }
   return all;
 }
 

@@ -13,7 +13,7 @@
 
 namespace koralite::toolkit {
 
-/// What chrF needs of a sentence. A corpus has the sum of its sentences'.
+// What chrF needs of a sentence. A corpus has the sum of its sentences'.
 struct ChrfStats {
   std::array<std::int64_t, 6> translation{};  ///< n-grams of 1 to 6 signs
   std::array<std::int64_t, 6> reference{};
@@ -23,21 +23,21 @@ struct ChrfStats {
   friend bool operator==(const ChrfStats&, const ChrfStats&) = default;
 };
 
-/// 0 to 100.
+// 0 to 100.
 double chrf(const ChrfStats& stats, double beta = 2);
 
 class ChrfScorer {
  public:
-  /// references[r][i] is reference r of sentence i. Throws std::runtime_error
-  /// when there is none or their lengths differ.
+  // references[r][i] is reference r of sentence i. Throws std::runtime_error
+  // when there is none or their lengths differ.
   ChrfScorer(std::span<const std::vector<std::string>> references, bool lower_case);
 
   std::size_t size() const { return sentences_.size(); }
-  /// Against the reference that gives the best score.
+  // Against the reference that gives the best score.
   ChrfStats sentence(std::size_t index, std::string_view translation) const;
-  /// All sentences. Throws std::runtime_error when their number is another.
+  // All sentences. Throws std::runtime_error when their number is another.
   std::vector<ChrfStats> sentences(std::span<const std::string> translations) const;
-  /// "nrefs:1|case:mixed|eff:yes|nc:6|nw:0|space:no|version:kora-1.0.0"
+  // "nrefs:1|case:mixed|eff:yes|nc:6|nw:0|space:no|version:kora-1.0.0"
   std::string signature() const;
 
  private:

@@ -104,8 +104,12 @@ std::vector<std::string> split_spaces(std::u32string_view text) {
   std::vector<std::string> words;
   for (std::size_t begin = 0; begin < text.size();) {
     std::size_t end = begin;
-    while (end < text.size() && !is_space(text[end])) ++end;
-    if (end > begin) words.push_back(to_utf8(text.substr(begin, end - begin)));
+    while (end < text.size() && !is_space(text[end])) {
+      ++end;
+    }
+    if (end > begin) {
+      words.push_back(to_utf8(text.substr(begin, end - begin)));
+    }
     begin = end + 1;
   }
   return words;
@@ -135,15 +139,21 @@ std::string_view name_of(Tokenizer tokenizer) {
 
 Tokenizer tokenizer_by_name(std::string_view name) {
   for (const Tokenizer t : {Tokenizer::kNone, Tokenizer::k13a, Tokenizer::kZh, Tokenizer::kChar}) {
-    if (name == name_of(t)) return t;
+    if (name == name_of(t)) {
+      return t;
+    }
   }
   throw std::runtime_error("unknown tokenization \"" + std::string(name) +
                            "\" (known: none, 13a, zh, char)");
 }
 
 Tokenizer tokenizer_for_language(std::string_view language) {
-  if (language == "zh") return Tokenizer::kZh;
-  if (language == "ja" || language == "th") return Tokenizer::kChar;
+  if (language == "zh") {
+    return Tokenizer::kZh;
+  }
+  if (language == "ja" || language == "th") {
+    return Tokenizer::kChar;
+  }
   return Tokenizer::k13a;
 }
 
@@ -181,7 +191,9 @@ std::vector<std::string> tokenize(std::string_view line, Tokenizer tokenizer) {
     case Tokenizer::kZh: {
       std::u32string apart;
       std::u32string points = code_points(line);
-      while (!points.empty() && is_space(points.back())) points.pop_back();
+      while (!points.empty() && is_space(points.back())) {
+        points.pop_back();
+      }
       points.erase(points.begin(), std::find_if_not(points.begin(), points.end(), is_space));
       for (const char32_t c : points) {
         if (is_chinese(c)) {
@@ -195,7 +207,9 @@ std::vector<std::string> tokenize(std::string_view line, Tokenizer tokenizer) {
     case Tokenizer::kChar: {
       std::vector<std::string> words;
       for (const char32_t c : code_points(line)) {
-        if (!is_space(c)) words.push_back(to_utf8({&c, 1}));
+        if (!is_space(c)) {
+          words.push_back(to_utf8({&c, 1}));
+        }
       }
       return words;
     }

@@ -23,7 +23,9 @@ road_word_t copy(const common::word_node_t& node) {
 std::string text_of(const ProcessWordSeq& words) {
   std::string text;
   for (const common::word_node_t& node : words.words()) {
-    if (!text.empty()) text += ' ';
+    if (!text.empty()) {
+      text += ' ';
+    }
     text += word_text(copy(node));
   }
   return text;
@@ -36,9 +38,13 @@ std::vector<road_step_t> run_word_chain(textProcess::AbstractPreprocessor& prepr
   ProcessWordSeq words(false);
   std::string before = str.text();
   const auto run = [&](const std::string& name, int code) {
-    if (code == 0) throw std::runtime_error("the word step '" + name + "' failed on: " + before);
+    if (code == 0) {
+      throw std::runtime_error("the word step '" + name + "' failed on: " + before);
+    }
     std::string after = text_of(words);
-    if (after != before) changes.push_back({name, before, after});
+    if (after != before) {
+      changes.push_back({name, before, after});
+    }
     before = std::move(after);
   };
   run("rules and names", preprocessor.str2word().DoProcess(str, words));
@@ -50,14 +56,18 @@ std::vector<road_step_t> run_word_chain(textProcess::AbstractPreprocessor& prepr
 
 void weigh(const road_weights_t& weights, road_part_t& part) {
   part.weights = weights;
-  if (part.search.derivations.empty()) return;
+  if (part.search.derivations.empty()) {
+    return;
+  }
   const decoder::derivation_t& best = part.search.derivations.front();
   for (const decoder::explained_step_t& step : best.steps) {
     part.scores.push_back({part.search.options[step.option].score, step.joint * weights.language,
                            step.reordering * weights.reordering,
                            step.distortion * weights.distortion, step.score});
   }
-  if (!part.scores.empty()) part.scores.back().running -= best.end_score;  // the last one has it
+  if (!part.scores.empty()) {
+    part.scores.back().running -= best.end_score;  // the last one has it
+  }
 }
 
 road_t explain_sentence(translator::TransImpl& handle, const road_weights_t& weights,
@@ -73,12 +83,16 @@ road_t explain_sentence(translator::TransImpl& handle, const road_weights_t& wei
   handle.DoPreprocess(str, words);
   ProcessWordSeq removed(false);
   handle.TruncatePunct(words, removed);
-  for (const common::word_node_t& node : removed.words()) road.marks.push_back(copy(node));
+  for (const common::word_node_t& node : removed.words()) {
+    road.marks.push_back(copy(node));
+  }
   const decoder::Decoder::words_t all = words.words();
   for (std::size_t begin = 0; begin < all.size(); begin += kPart) {
     const auto span = all.subspan(begin, std::min(kPart, all.size() - begin));
     road_part_t& part = road.parts.emplace_back();
-    for (const common::word_node_t& node : span) part.words.push_back(copy(node));
+    for (const common::word_node_t& node : span) {
+      part.words.push_back(copy(node));
+    }
     handle.translator().search().explain(derivations, span, part.search);
     weigh(weights, part);
   }
@@ -104,15 +118,21 @@ std::string score_text(float value) {
 
 std::string word_text(const road_word_t& word) {
   std::string text = word.word;
-  if (!word.translation.empty()) text += "=>" + word.translation;
-  if (!word.tag.empty()) text += "/" + word.tag;
+  if (!word.translation.empty()) {
+    text += "=>" + word.translation;
+  }
+  if (!word.tag.empty()) {
+    text += "/" + word.tag;
+  }
   return text;
 }
 
 std::string words_between(const road_part_t& part, int start, int end) {
   std::string text;
   for (int i = start; i <= end; ++i) {
-    if (!text.empty()) text += ' ';
+    if (!text.empty()) {
+      text += ' ';
+    }
     text += part.words[static_cast<std::size_t>(i)].word;
   }
   return text;
@@ -125,7 +145,9 @@ std::vector<road_step_t> run_chain(textProcess::AbstractStringProcessor* last, P
     if (!str.consistent() || step->OnProcess(str) == 0) {
       throw std::runtime_error("the text step '" + step->name() + "' failed on: " + before);
     }
-    if (str.text() != before) changes.push_back({step->name(), before, str.text()});
+    if (str.text() != before) {
+      changes.push_back({step->name(), before, str.text()});
+    }
   }
   return changes;
 }

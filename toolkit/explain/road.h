@@ -62,7 +62,9 @@ struct road_t {
 template <class Step>
 std::vector<Step*> chain_steps(Step* last) {
   std::vector<Step*> steps;
-  for (; last != nullptr; last = last->prior()) steps.push_back(last);
+  for (; last != nullptr; last = last->prior()) {
+    steps.push_back(last);
+  }
   std::reverse(steps.begin(), steps.end());
   return steps;
 }

@@ -29,7 +29,7 @@ std::string escaped(const std::string& text) {
   return result;
 }
 
-constexpr const char* page_head = R"(<!DOCTYPE html>
+constexpr const char* kPageHead = R"(<!DOCTYPE html>
 <html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width">
 <title>The road of a sentence</title><style>
 body{font:16px/1.5 system-ui,sans-serif;max-width:72rem;margin:2rem auto;padding:0 1rem;color:#223;
@@ -54,7 +54,7 @@ small{color:#667}
 
 // Hovering marks everything of one phrase; the curves between source and target need to know where
 // the browser put the words.
-constexpr const char* page_end = R"(<script>
+constexpr const char* kPageEnd = R"(<script>
 for (const p of document.querySelectorAll('.p')) {
   const same = () => document.querySelectorAll('[data-k="' + p.dataset.k + '"]');
   p.onmouseenter = () => same().forEach(e => e.classList.add('on'));
@@ -81,7 +81,9 @@ addEventListener('resize', draw);
 )";
 
 void put_steps(std::string& out, const char* title, const std::vector<road_step_t>& steps) {
-  if (steps.empty()) return;
+  if (steps.empty()) {
+    return;
+  }
   out += std::string("<h2>") + title + "</h2><table>";
   for (const road_step_t& step : steps) {
     out += "<tr><td>" + escaped(step.name) + "</td><td><code>" + escaped(step.before) +
@@ -94,15 +96,17 @@ void put_steps(std::string& out, const char* title, const std::vector<road_step_
 class PartPage {
  public:
   PartPage(std::string& out, const road_part_t& part, std::string key)
-      : m_out(out),
-        m_part(part),
-        m_best(part.search.derivations.front()),
-        m_key(std::move(key)),
-        m_step_of(part.words.size(), 0) {
-    for (std::size_t k = 0; k < m_best.steps.size(); ++k) {
-      const auto& option = part.search.options[m_best.steps[k].option];
-      for (int i = option.start; i <= option.end; ++i) m_step_of[static_cast<std::size_t>(i)] = k;
-      m_chosen[m_best.steps[k].option] = k;
+      : out_(out),
+        part_(part),
+        best_(part.search.derivations.front()),
+        key_(std::move(key)),
+        step_of_(part.words.size(), 0) {
+    for (std::size_t k = 0; k < best_.steps.size(); ++k) {
+      const auto& option = part.search.options[best_.steps[k].option];
+      for (int i = option.start; i <= option.end; ++i) {
+        step_of_[static_cast<std::size_t>(i)] = k;
+      }
+      chosen_[best_.steps[k].option] = k;
     }
   }
 
@@ -114,17 +118,17 @@ class PartPage {
 
  private:
   const decoder::explained_option_t& option(std::size_t step) const {
-    return m_part.search.options[m_best.steps[step].option];
+    return part_.search.options[best_.steps[step].option];
   }
 
   // What links and colours the places of a step.
   std::string link(std::size_t step) const {
-    return " data-k=\"" + m_key + std::to_string(step) + "\" style=\"background:hsl(" +
+    return " data-k=\"" + key_ + std::to_string(step) + "\" style=\"background:hsl(" +
            std::to_string(step * 137 % 360) + ",70%,82%)\"";
   }
 
   std::string hover(std::size_t step) const {
-    const road_scores_t& scores = m_part.scores[step];
+    const road_scores_t& scores = part_.scores[step];
     return " title=\"phrase " + score_text(scores.phrase) + "&#10;language model " +
            score_text(scores.language) + "&#10;order " + score_text(scores.reordering) +
            "&#10;distortion " + score_text(scores.distortion) + "&#10;running total " +
@@ -132,102 +136,108 @@ class PartPage {
   }
 
   void put_chip(std::size_t step, const std::string& text) {
-    m_out += "<span class=p" + link(step) + hover(step) + ">" + escaped(text) + "</span>";
+    out_ += "<span class=p" + link(step) + hover(step) + ">" + escaped(text) + "</span>";
   }
 
   void put_picture() {
-    m_out += "<div class=picture><svg></svg><div class=row>";
-    for (std::size_t i = 0; i < m_part.words.size();) {
-      const auto& chosen = option(m_step_of[i]);
-      put_chip(m_step_of[i], words_between(m_part, chosen.start, chosen.end));
+    out_ += "<div class=picture><svg></svg><div class=row>";
+    for (std::size_t i = 0; i < part_.words.size();) {
+      const auto& chosen = option(step_of_[i]);
+      put_chip(step_of_[i], words_between(part_, chosen.start, chosen.end));
       i = static_cast<std::size_t>(chosen.end) + 1;
     }
-    m_out += "</div><div class=row>";
-    for (std::size_t k = 0; k < m_best.steps.size(); ++k) put_chip(k, m_best.steps[k].text);
-    m_out += "</div></div>\n";
+    out_ += "</div><div class=row>";
+    for (std::size_t k = 0; k < best_.steps.size(); ++k) {
+      put_chip(k, best_.steps[k].text);
+    }
+    out_ += "</div></div>\n";
   }
 
   void put_scores() {
-    m_out +=
+    out_ +=
         "<h2>Scores <small>natural logarithms, weighted; the first four add up to the running "
         "total</small></h2><div class=scroll><table><tr><th>source<th>target<th class=n>phrase"
         "<th class=n>language model<th class=n>order<th class=n>distortion<th class=n>running total"
         "<th class=n>still to come</tr>\n";
-    for (std::size_t k = 0; k < m_best.steps.size(); ++k) {
-      const auto& step = m_best.steps[k];
-      const road_scores_t& scores = m_part.scores[k];
-      m_out += "<tr><td><span class=p" + link(k) + ">" +
-               escaped(words_between(m_part, option(k).start, option(k).end)) + "</span></td><td>" +
-               escaped(step.text) + "</td>";
+    for (std::size_t k = 0; k < best_.steps.size(); ++k) {
+      const auto& step = best_.steps[k];
+      const road_scores_t& scores = part_.scores[k];
+      out_ += "<tr><td><span class=p" + link(k) + ">" +
+              escaped(words_between(part_, option(k).start, option(k).end)) + "</span></td><td>" +
+              escaped(step.text) + "</td>";
       for (const float value : {scores.phrase, scores.language, scores.reordering,
                                 scores.distortion, scores.running, step.future}) {
-        m_out += "<td class=n>" + score_text(value) + "</td>";
+        out_ += "<td class=n>" + score_text(value) + "</td>";
       }
-      m_out += "</tr>\n";
+      out_ += "</tr>\n";
     }
-    m_out += "<tr><td>end of sentence</td><td></td><td></td><td class=n>" +
-             score_text(m_best.end_score) + "</td><td></td><td></td><td class=n>" +
-             score_text(m_best.total) + "</td><td></td></tr></table></div>\n";
+    out_ += "<tr><td>end of sentence</td><td></td><td></td><td class=n>" +
+            score_text(best_.end_score) + "</td><td></td><td></td><td class=n>" +
+            score_text(best_.total) + "</td><td></td></tr></table></div>\n";
   }
 
   void put_option(std::size_t index) {
-    const auto& option = m_part.search.options[index];
+    const auto& option = part_.search.options[index];
     std::string title = " title=\"score " + score_text(option.score) + "&#10;with the future " +
                         score_text(option.future) + "&#10;order before: ";
     for (std::size_t i = 0; i < 6; ++i) {
-      if (i == 3) title += "&#10;order after: ";
+      if (i == 3) {
+        title += "&#10;order after: ";
+      }
       title += (i % 3 == 0 ? "" : " ") + score_text(option.reorder[i]);
     }
     title += '"';
-    const auto chosen = m_chosen.find(index);
-    m_out += (chosen == m_chosen.end() ? "<span class=o"
-                                       : "<span class=\"o p\"" + link(chosen->second)) +
-             title + ">" + escaped(option.target) + "</span>";
+    const auto chosen = chosen_.find(index);
+    out_ +=
+        (chosen == chosen_.end() ? "<span class=o" : "<span class=\"o p\"" + link(chosen->second)) +
+        title + ">" + escaped(option.target) + "</span>";
   }
 
   // Below the words a box for each span that has options, as wide as the span.
   void put_options() {
-    m_out +=
+    out_ +=
         "<h2>Options of each span <small>best first; the chosen one is coloured</small></h2>"
         "<div class=scroll><div class=grid style=\"grid-template-columns:repeat(" +
-        std::to_string(m_part.words.size()) + ",minmax(5rem,1fr))\">\n";
-    for (const road_word_t& word : m_part.words) {
-      m_out += "<div class=w>" + escaped(word_text(word)) + "</div>";
+        std::to_string(part_.words.size()) + ",minmax(5rem,1fr))\">\n";
+    for (const road_word_t& word : part_.words) {
+      out_ += "<div class=w>" + escaped(word_text(word)) + "</div>";
     }
-    const auto& options = m_part.search.options;
+    const auto& options = part_.search.options;
     for (std::size_t first = 0; first < options.size();) {
       std::size_t end = first;
       while (end < options.size() && options[end].start == options[first].start &&
              options[end].end == options[first].end) {
         ++end;
       }
-      m_out += "\n<div style=\"grid-column:" + std::to_string(options[first].start + 1) + "/" +
-               std::to_string(options[first].end + 2) + "\"><b>" +
-               escaped(words_between(m_part, options[first].start, options[first].end)) + "</b>";
+      out_ += "\n<div style=\"grid-column:" + std::to_string(options[first].start + 1) + "/" +
+              std::to_string(options[first].end + 2) + "\"><b>" +
+              escaped(words_between(part_, options[first].start, options[first].end)) + "</b>";
       for (std::size_t i = first; i < end; ++i) {
-        if (i < first + kOptionsShown || m_chosen.contains(i)) put_option(i);
+        if (i < first + kOptionsShown || chosen_.contains(i)) {
+          put_option(i);
+        }
       }
       if (end - first > kOptionsShown) {
-        m_out += "<small>" + std::to_string(end - first) + " in all</small>";
+        out_ += "<small>" + std::to_string(end - first) + " in all</small>";
       }
-      m_out += "</div>";
+      out_ += "</div>";
       first = end;
     }
-    m_out += "</div></div>\n";
+    out_ += "</div></div>\n";
   }
 
-  std::string& m_out;
-  const road_part_t& m_part;
-  const decoder::derivation_t& m_best;
-  std::string m_key;
-  std::vector<std::size_t> m_step_of;           // by source word
-  std::map<std::size_t, std::size_t> m_chosen;  // steps by option
+  std::string& out_;
+  const road_part_t& part_;
+  const decoder::derivation_t& best_;
+  std::string key_;
+  std::vector<std::size_t> step_of_;           // by source word
+  std::map<std::size_t, std::size_t> chosen_;  // steps by option
 };
 
 }  // namespace
 
 std::string road_as_html(const std::vector<road_t>& roads) {
-  std::string out = page_head;
+  std::string out = kPageHead;
   for (std::size_t r = 0; r < roads.size(); ++r) {
     const road_t& road = roads[r];
     out += "<section><div class=out>" + escaped(road.source) + "</div>\n<div class=out>" +
@@ -236,12 +246,16 @@ std::string road_as_html(const std::vector<road_t>& roads) {
     put_steps(out, "Word steps that changed something", road.word_steps);
     out += "<h2>Phrases <small>hover for scores</small></h2>\n";
     for (std::size_t p = 0; p < road.parts.size(); ++p) {
-      if (road.parts[p].search.derivations.empty()) continue;
+      if (road.parts[p].search.derivations.empty()) {
+        continue;
+      }
       PartPage(out, road.parts[p], std::to_string(r) + "-" + std::to_string(p) + "-").put();
     }
     if (!road.marks.empty()) {
       out += "<h2>Marks kept from the search</h2><code>";
-      for (const road_word_t& mark : road.marks) out += escaped(mark.word) + " ";
+      for (const road_word_t& mark : road.marks) {
+        out += escaped(mark.word) + " ";
+      }
       out.back() = '<';
       out += "/code>\n";
     }
@@ -249,7 +263,7 @@ std::string road_as_html(const std::vector<road_t>& roads) {
     put_steps(out, "Steps that wrote the result", road.post_steps);
     out += "</section>\n";
   }
-  return out + page_end;
+  return out + kPageEnd;
 }
 
 }  // namespace koralite::toolkit

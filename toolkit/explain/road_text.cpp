@@ -13,7 +13,9 @@ std::size_t width(const std::string& text) {
   std::size_t columns = 0;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    if ((byte & 0xC0) != 0x80) columns += byte >= 0xE3 ? 2 : 1;
+    if ((byte & 0xC0) != 0x80) {
+      columns += byte >= 0xE3 ? 2 : 1;
+    }
   }
   return columns;
 }
@@ -27,7 +29,9 @@ std::string padded_left(const std::string& text, std::size_t columns) {
 }
 
 void put_steps(std::string& out, const char* title, const std::vector<road_step_t>& steps) {
-  if (steps.empty()) return;
+  if (steps.empty()) {
+    return;
+  }
   out += std::string(title) + '\n';
   for (const road_step_t& step : steps) {
     out += "  " + padded(step.name, 28) + " [" + step.after + "]\n";
@@ -42,9 +46,13 @@ void put_picture(std::string& out, const road_part_t& part) {
   }
   const decoder::derivation_t& best = part.search.derivations.front();
   std::size_t left = 6;
-  for (const auto& step : best.steps) left = std::max(left, width(step.text));
+  for (const auto& step : best.steps) {
+    left = std::max(left, width(step.text));
+  }
   out += "  " + std::string(left + 2, ' ');
-  for (const road_word_t& word : part.words) out += word.word + "  ";
+  for (const road_word_t& word : part.words) {
+    out += word.word + "  ";
+  }
   out += "\n";
   for (const auto& step : best.steps) {
     const auto& option = part.search.options[step.option];
@@ -52,7 +60,9 @@ void put_picture(std::string& out, const road_part_t& part) {
     for (int i = 0; i < static_cast<int>(part.words.size()); ++i) {
       const std::size_t columns = width(part.words[static_cast<std::size_t>(i)].word);
       const bool covers = i >= option.start && i <= option.end;
-      for (std::size_t k = 0; k < columns; ++k) out += covers ? "█" : "·";
+      for (std::size_t k = 0; k < columns; ++k) {
+        out += covers ? "█" : "·";
+      }
       out += covers && i < option.end ? "██" : "  ";
     }
     out += "\n";
@@ -60,7 +70,9 @@ void put_picture(std::string& out, const road_part_t& part) {
 }
 
 void put_scores(std::string& out, const road_part_t& part) {
-  if (part.search.derivations.empty()) return;
+  if (part.search.derivations.empty()) {
+    return;
+  }
   const decoder::derivation_t& best = part.search.derivations.front();
   out += "Scores (natural logarithms, weighted: the first four add up to the running total)\n ";
   for (const char* name :
@@ -95,7 +107,9 @@ void put_options(std::string& out, const road_part_t& part) {
       shown = 0;
       out += "  " + words_between(part, start, end) + "\n";
     }
-    if (++shown <= 5) out += "      " + score_text(option.future) + "  " + option.target + "\n";
+    if (++shown <= 5) {
+      out += "      " + score_text(option.future) + "  " + option.target + "\n";
+    }
   }
 }
 
@@ -111,8 +125,12 @@ nlohmann::json words_json(const std::vector<road_word_t>& words) {
   auto list = nlohmann::json::array();
   for (const road_word_t& word : words) {
     nlohmann::json item = {{"word", word.word}};
-    if (!word.translation.empty()) item["translation"] = word.translation;
-    if (!word.tag.empty()) item["tag"] = word.tag;
+    if (!word.translation.empty()) {
+      item["translation"] = word.translation;
+    }
+    if (!word.tag.empty()) {
+      item["tag"] = word.tag;
+    }
     list.push_back(std::move(item));
   }
   return list;
@@ -166,7 +184,9 @@ std::string road_as_text(const std::vector<road_t>& roads) {
     put_steps(out, "Word steps that changed something", road.word_steps);
     for (const road_part_t& part : road.parts) {
       out += "Words\n ";
-      for (const road_word_t& word : part.words) out += " " + word_text(word);
+      for (const road_word_t& word : part.words) {
+        out += " " + word_text(word);
+      }
       out += "\n";
       put_options(out, part);
       out += "Derivation\n";
@@ -175,7 +195,9 @@ std::string road_as_text(const std::vector<road_t>& roads) {
     }
     if (!road.marks.empty()) {
       out += "Marks kept from the search\n ";
-      for (const road_word_t& mark : road.marks) out += " " + mark.word;
+      for (const road_word_t& mark : road.marks) {
+        out += " " + mark.word;
+      }
       out += "\n";
     }
     out += "Decoded\n  " + road.decoded + "\n";
@@ -189,7 +211,9 @@ std::string road_as_json(const std::vector<road_t>& roads) {
   auto list = nlohmann::json::array();
   for (const road_t& road : roads) {
     auto parts = nlohmann::json::array();
-    for (const road_part_t& part : road.parts) parts.push_back(part_json(part));
+    for (const road_part_t& part : road.parts) {
+      parts.push_back(part_json(part));
+    }
     list.push_back({{"source", road.source},
                     {"steps", steps_json(road.steps)},
                     {"word_steps", steps_json(road.word_steps)},

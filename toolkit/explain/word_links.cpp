@@ -55,7 +55,9 @@ std::string format_word_links(std::span<const common::align_t> links, std::strin
   }
   std::string text;
   for (const auto& [i, j] : pairs) {
-    if (!text.empty()) text += ' ';
+    if (!text.empty()) {
+      text += ' ';
+    }
     text += std::to_string(i) + '-' + std::to_string(j);
   }
   return text;
@@ -64,7 +66,9 @@ std::string format_word_links(std::span<const common::align_t> links, std::strin
 std::string format_byte_links(std::span<const common::align_t> links) {
   std::string text;
   for (const common::align_t& link : links) {
-    if (!text.empty()) text += ' ';
+    if (!text.empty()) {
+      text += ' ';
+    }
     text += std::to_string(link.source_first) + ':' + std::to_string(link.source_last) + '-' +
             std::to_string(link.target_first) + ':' + std::to_string(link.target_last);
   }

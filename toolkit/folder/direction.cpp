@@ -6,7 +6,7 @@ namespace koralite::toolkit {
 
 namespace {
 
-constexpr std::array<direction_t, 34> table = {{
+constexpr std::array<direction_t, 34> kTable = {{
     {0, "zh", "en"},   {1, "en", "zh"},   {2, "zh", "ja"},   {3, "ja", "zh"},   {4, "th", "en"},
     {5, "en", "th"},   {6, "ar", "en"},   {7, "en", "ar"},   {8, "ja", "en"},   {9, "en", "ja"},
     {10, "zh", "th"},  {11, "th", "zh"},  {12, "zh", "es"},  {13, "es", "zh"},  {14, "zh", "fr"},
@@ -17,31 +17,37 @@ constexpr std::array<direction_t, 34> table = {{
 }};
 
 // Language codes in order of the engine's language types, from 1.
-constexpr std::array<std::string_view, 13> languages = {"zh", "en", "ja", "ko", "th",  "ar", "es",
-                                                        "fr", "ru", "de", "pt", "lzh", "yue"};
+constexpr std::array<std::string_view, 13> kLanguages = {"zh", "en", "ja", "ko", "th",  "ar", "es",
+                                                         "fr", "ru", "de", "pt", "lzh", "yue"};
 
 }  // namespace
 
 std::span<const direction_t> directions() {
-  return table;
+  return kTable;
 }
 
 std::optional<direction_t> find_direction(std::string_view name) {
-  for (const direction_t& direction : table) {
-    if (direction.name() == name) return direction;
+  for (const direction_t& direction : kTable) {
+    if (direction.name() == name) {
+      return direction;
+    }
   }
   return std::nullopt;
 }
 
 std::optional<direction_t> find_direction(int code) {
-  if (code < 0 || code >= static_cast<int>(table.size())) return std::nullopt;
-  return table[static_cast<std::size_t>(code)];
+  if (code < 0 || code >= static_cast<int>(kTable.size())) {
+    return std::nullopt;
+  }
+  return kTable[static_cast<std::size_t>(code)];
 }
 
 std::string direction_names() {
   std::string names;
-  for (const direction_t& direction : table) {
-    if (!names.empty()) names += ' ';
+  for (const direction_t& direction : kTable) {
+    if (!names.empty()) {
+      names += ' ';
+    }
     names += direction.name();
   }
   return names;
@@ -53,8 +59,10 @@ bool has_no_blanks(std::string_view language) {
 }
 
 textProcess::LangType language_type(std::string_view code) {
-  for (std::size_t i = 0; i < languages.size(); ++i) {
-    if (languages[i] == code) return static_cast<textProcess::LangType>(i + 1);
+  for (std::size_t i = 0; i < kLanguages.size(); ++i) {
+    if (kLanguages[i] == code) {
+      return static_cast<textProcess::LangType>(i + 1);
+    }
   }
   return {};
 }

@@ -30,7 +30,9 @@ manifest_t make_manifest(const model_folder_t& folder,
 
 std::string format_manifest(const manifest_t& manifest) {
   std::string text = "[manifest]\n2\n\n[built-from]\n";
-  for (const auto& [name, value] : manifest.built_from) text += name + '\t' + value + '\n';
+  for (const auto& [name, value] : manifest.built_from) {
+    text += name + '\t' + value + '\n';
+  }
   text += "\n[files]\n";
   for (const manifest_file_t& file : manifest.files) {
     text += file.sha256 + ' ' + std::to_string(file.size) + ' ' + file.name + '\n';
@@ -39,7 +41,7 @@ std::string format_manifest(const manifest_t& manifest) {
 }
 
 manifest_t read_manifest(const std::string& folder) {
-  const std::string path = folder + '/' + manifest_name;
+  const std::string path = folder + '/' + kManifestName;
   std::vector<std::string> lines;
   try {
     lines = translator::manifest_lines(path);
@@ -66,7 +68,9 @@ std::vector<std::string> verify_manifest(const model_folder_t& folder, const man
   std::vector<std::string> problems;
   for (const manifest_file_t& listed : manifest.files) {
     std::string problem = translator::compare_with_manifest(folder.path, listed);
-    if (!problem.empty()) problems.push_back(std::move(problem));
+    if (!problem.empty()) {
+      problems.push_back(std::move(problem));
+    }
   }
   for (const std::string& name : folder.named_files()) {
     if (std::none_of(manifest.files.begin(), manifest.files.end(),

@@ -12,8 +12,8 @@
 
 namespace koralite::toolkit {
 
+using translator::kManifestName;
 using translator::manifest_file_t;
-using translator::manifest_name;
 
 struct manifest_t {
   // Names and values such as ("training pairs", "150500"), in the order to show them.

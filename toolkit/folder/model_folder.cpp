@@ -21,7 +21,9 @@ std::string decimal(float value) {
   char buffer[64];
   const auto [end, error] =
       std::to_chars(buffer, buffer + sizeof(buffer), value, std::chars_format::fixed);
-  if (error != std::errc()) throw std::runtime_error("a weight is too large to be written");
+  if (error != std::errc()) {
+    throw std::runtime_error("a weight is too large to be written");
+  }
   return {buffer, end};
 }
 
@@ -49,7 +51,9 @@ std::string format_engine_config(const engine_config_t& config) {
   add_section(text, "decoder", config.decoder);
   add_section(text, "debugLevel", config.debug ? "1" : "0");
   for (const auto& [name, value] : optional_sections(config)) {
-    if (!value->empty()) add_section(text, name, *value);
+    if (!value->empty()) {
+      add_section(text, name, *value);
+    }
   }
   return text;
 }
@@ -84,7 +88,9 @@ std::string format_decoder_config(const decoder::Parameter& p) {
   weight("phrase-weight", p.phrase_weight);
   add_section(text, "source-vocab", p.source_vocab);
   add_section(text, "target-vocab", p.target_vocab);
-  if (p.compress) add_section(text, "compress-vocab", p.compress_vocab);
+  if (p.compress) {
+    add_section(text, "compress-vocab", p.compress_vocab);
+  }
   add_section(text, "lang-model", p.lang_model);
   add_section(text, "trans-model", p.trans_model);
   return text;
@@ -92,12 +98,20 @@ std::string format_decoder_config(const decoder::Parameter& p) {
 
 std::vector<std::string> model_folder_t::named_files() const {
   std::vector<std::string> names = {engine.decoder, decoder.source_vocab, decoder.target_vocab};
-  if (config.empty()) names.insert(names.begin(), "engine.conf");
-  if (decoder.compress) names.push_back(decoder.compress_vocab);
+  if (config.empty()) {
+    names.insert(names.begin(), "engine.conf");
+  }
+  if (decoder.compress) {
+    names.push_back(decoder.compress_vocab);
+  }
   names.push_back(decoder.lang_model);
-  for (const char* suffix : {"", ".nodes", ".data"}) names.push_back(decoder.trans_model + suffix);
+  for (const char* suffix : {"", ".nodes", ".data"}) {
+    names.push_back(decoder.trans_model + suffix);
+  }
   for (const auto& [section, value] : optional_sections(engine)) {
-    if (section != "single-word-split" && !value->empty()) names.push_back(*value);
+    if (section != "single-word-split" && !value->empty()) {
+      names.push_back(*value);
+    }
   }
   return names;
 }
@@ -114,7 +128,9 @@ model_folder_t open_model_folder(const std::string& path, const std::string& dir
   const std::string conf = folder.engine_path();
   std::vector<std::string> lines;
   std::error_code hidden;  // set when it may be there, but the folder does not show it
-  if (std::filesystem::exists(conf, hidden) || hidden) require_readable(conf);
+  if (std::filesystem::exists(conf, hidden) || hidden) {
+    require_readable(conf);
+  }
   try {
     common::PickConf(conf, lines);
   } catch (const std::runtime_error& error) {

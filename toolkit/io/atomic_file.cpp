@@ -21,7 +21,7 @@ AtomicFile::AtomicFile(std::string path) : path_(std::move(path)) {
   std::error_code error;
   const fs::file_type kind = fs::status(path_, error).type();
   if (kind == fs::file_type::directory) {
-    throw io_error("can't write " + path_ + ": it is a folder; name a file");
+    throw IoError("can't write " + path_ + ": it is a folder; name a file");
   }
   // A pipe or a device cannot be replaced; it is written as it stands.
   const bool replace = kind == fs::file_type::regular || kind == fs::file_type::not_found;
@@ -35,17 +35,21 @@ AtomicFile::AtomicFile(std::string path) : path_(std::move(path)) {
 
 AtomicFile::~AtomicFile() {
   file_.reset();
-  if (!beside_.empty()) std::remove(beside_.c_str());
+  if (!beside_.empty()) {
+    std::remove(beside_.c_str());
+  }
 }
 
 void AtomicFile::fail(const char* what) const {
-  throw io_error(what + path_ + ": " + std::generic_category().message(errno) +
-                 "; check the folder, the rights and the space on the disk");
+  throw IoError(what + path_ + ": " + std::generic_category().message(errno) +
+                "; check the folder, the rights and the space on the disk");
 }
 
 void AtomicFile::write(std::span<const unsigned char> bytes) {
   stop_if_interrupted();
-  if (!file_) throw std::runtime_error("can't write " + path_ + ": it is already committed");
+  if (!file_) {
+    throw std::runtime_error("can't write " + path_ + ": it is already committed");
+  }
   if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
     fail("can't write ");
   }
@@ -67,16 +71,30 @@ void AtomicFile::write_at(std::uint64_t offset, std::span<const unsigned char> b
   }
   write(bytes);
   written_ = end;
-  if (::fseeko(file_.get(), 0, SEEK_END) != 0) fail("can't move in ");
+  if (::fseeko(file_.get(), 0, SEEK_END) != 0) {
+    fail("can't move in ");
+  }
 }
 
 void AtomicFile::commit() {
-  if (!file_) throw std::runtime_error("can't write " + path_ + ": it is already committed");
-  if (std::fflush(file_.get()) != 0) fail("can't write ");
-  if (!beside_.empty() && ::fsync(::fileno(file_.get())) != 0) fail("can't write ");
-  if (std::fclose(file_.release()) != 0) fail("can't write ");
-  if (beside_.empty()) return;
-  if (std::rename(beside_.c_str(), path_.c_str()) != 0) fail("can't rename a file to ");
+  if (!file_) {
+    throw std::runtime_error("can't write " + path_ + ": it is already committed");
+  }
+  if (std::fflush(file_.get()) != 0) {
+    fail("can't write ");
+  }
+  if (!beside_.empty() && ::fsync(::fileno(file_.get())) != 0) {
+    fail("can't write ");
+  }
+  if (std::fclose(file_.release()) != 0) {
+    fail("can't write ");
+  }
+  if (beside_.empty()) {
+    return;
+  }
+  if (std::rename(beside_.c_str(), path_.c_str()) != 0) {
+    fail("can't rename a file to ");
+  }
   beside_.clear();
   // The rename itself is on disk once the folder is; some file systems refuse, and that is fine.
   const fs::path folder = fs::path(path_).parent_path();

@@ -3,8 +3,8 @@
 // The bytes go to a file beside the wanted one; commit() syncs it and renames it
 // over the old one. Without commit() (an error, a crash, a full disk) the old file
 // stays as it was and the half-written one is removed where possible. One owner,
-// one thread. Failures are io_error naming the file and the cause; a caught ctrl-C
-// makes write() throw interrupted_error, which unwinds the same way.
+// one thread. Failures are IoError naming the file and the cause; a caught ctrl-C
+// makes write() throw InterruptedError, which unwinds the same way.
 #pragma once
 
 #include <cstdint>

@@ -39,7 +39,9 @@ class ByteWriter {
   void store(std::size_t at, T value) {
     unsigned char* to = bytes_.data() + at;
     std::memcpy(to, &value, sizeof(T));
-    if constexpr (std::endian::native == std::endian::big) std::reverse(to, to + sizeof(T));
+    if constexpr (std::endian::native == std::endian::big) {
+      std::reverse(to, to + sizeof(T));
+    }
   }
 
   std::size_t size() const { return bytes_.size(); }

@@ -5,7 +5,9 @@
 namespace koralite::toolkit {
 
 WordId WordTable::intern(std::string_view word) {
-  if (const auto found = ids_.find(word); found != ids_.end()) return found->second;
+  if (const auto found = ids_.find(word); found != ids_.end()) {
+    return found->second;
+  }
   const WordId id = static_cast<WordId>(words_.size());
   words_.emplace_back(word);
   ids_.emplace(words_.back(), id);
@@ -23,7 +25,9 @@ void TokenText::add(std::span<const WordId> sentence) {
 }
 
 void TokenText::add_line(std::string_view line, WordTable& words) {
-  for (const std::string_view word : split_blanks(line)) words_.push_back(words.intern(word));
+  for (const std::string_view word : split_blanks(line)) {
+    words_.push_back(words.intern(word));
+  }
   starts_.push_back(words_.size());
 }
 
@@ -34,8 +38,12 @@ Bitext make_bitext(std::span<const std::string> source, std::span<const std::str
         " and " + std::to_string(target.size()));
   }
   Bitext bitext;
-  for (const std::string& line : source) bitext.source.add_line(line, bitext.source_words);
-  for (const std::string& line : target) bitext.target.add_line(line, bitext.target_words);
+  for (const std::string& line : source) {
+    bitext.source.add_line(line, bitext.source_words);
+  }
+  for (const std::string& line : target) {
+    bitext.target.add_line(line, bitext.target_words);
+  }
   return bitext;
 }
 

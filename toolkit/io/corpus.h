@@ -17,7 +17,7 @@ namespace koralite::toolkit {
 
 using WordId = std::uint32_t;
 
-/// Words and their ids, 0, 1, 2, ... in the order of first sight.
+// Words and their ids, 0, 1, 2, ... in the order of first sight.
 class WordTable {
  public:
   static constexpr WordId kNone = std::numeric_limits<WordId>::max();
@@ -26,9 +26,9 @@ class WordTable {
   WordTable(WordTable&&) = default;
   WordTable& operator=(WordTable&&) = default;
 
-  /// The word's id, a new one when it is new.
+  // The word's id, a new one when it is new.
   WordId intern(std::string_view word);
-  /// The word's id, or kNone.
+  // The word's id, or kNone.
   WordId find(std::string_view word) const;
   const std::string& word(WordId id) const { return words_[id]; }
   std::size_t size() const { return words_.size(); }
@@ -38,7 +38,7 @@ class WordTable {
   std::unordered_map<std::string_view, WordId> ids_;
 };
 
-/// Sentences of word ids.
+// Sentences of word ids.
 class TokenText {
  public:
   std::size_t size() const { return starts_.size() - 1; }
@@ -49,12 +49,12 @@ class TokenText {
   std::size_t length(std::size_t sentence) const {
     return starts_[sentence + 1] - starts_[sentence];
   }
-  /// Index of the sentence's first token in all().
+  // Index of the sentence's first token in all().
   std::size_t start(std::size_t sentence) const { return starts_[sentence]; }
   std::span<const WordId> all() const { return words_; }
 
   void add(std::span<const WordId> sentence);
-  /// Splits a line at blanks (spaces and tabs; runs of them count once).
+  // Splits a line at blanks (spaces and tabs; runs of them count once).
   void add_line(std::string_view line, WordTable& words);
 
  private:
@@ -62,7 +62,7 @@ class TokenText {
   std::vector<std::size_t> starts_{0};
 };
 
-/// Sentence pairs: source[i] is the translation of target[i].
+// Sentence pairs: source[i] is the translation of target[i].
 struct Bitext {
   WordTable source_words;
   WordTable target_words;
@@ -72,10 +72,10 @@ struct Bitext {
   std::size_t size() const { return source.size(); }
 };
 
-/// Both sides line by line. Throws std::runtime_error when their numbers differ.
+// Both sides line by line. Throws std::runtime_error when their numbers differ.
 Bitext make_bitext(std::span<const std::string> source, std::span<const std::string> target);
 
-/// Splits at spaces and tabs.
+// Splits at spaces and tabs.
 std::vector<std::string_view> split_blanks(std::string_view line);
 
 }  // namespace koralite::toolkit

@@ -26,7 +26,9 @@ void handle(int signal) {
 }  // namespace
 
 void catch_interrupts() {
-  if (g_pipe[0] < 0 && ::pipe2(g_pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) return;
+  if (g_pipe[0] < 0 && ::pipe2(g_pipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
+    return;
+  }
   struct sigaction action = {};
   action.sa_handler = handle;
   action.sa_flags = static_cast<int>(SA_RESETHAND);
@@ -34,7 +36,9 @@ void catch_interrupts() {
   for (const int signal : {SIGINT, SIGTERM}) {
     struct sigaction now = {};
     // Whoever started us may have wanted it ignored.
-    if (sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN) continue;
+    if (sigaction(signal, nullptr, &now) == 0 && now.sa_handler == SIG_IGN) {
+      continue;
+    }
     sigaction(signal, &action, nullptr);
   }
 }
@@ -44,7 +48,9 @@ bool interrupted() {
 }
 
 void stop_if_interrupted() {
-  if (interrupted()) throw interrupted_error();
+  if (interrupted()) {
+    throw InterruptedError();
+  }
 }
 
 int interrupt_descriptor() {

@@ -10,7 +10,7 @@
 namespace koralite::toolkit {
 
 // What unwinds the stack; programs then call end_by_interrupt().
-class interrupted_error : public std::exception {
+class InterruptedError : public std::exception {
  public:
   const char* what() const noexcept override { return "interrupted"; }
 };
@@ -18,7 +18,7 @@ class interrupted_error : public std::exception {
 // Catches SIGINT and SIGTERM from now on. A second one ends the process at once.
 void catch_interrupts();
 bool interrupted();
-// Throws interrupted_error when a signal came.
+// Throws InterruptedError when a signal came.
 void stop_if_interrupted();
 // A descriptor that becomes readable when a signal comes, for poll(); -1 before catch_interrupts().
 int interrupt_descriptor();

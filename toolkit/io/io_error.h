@@ -7,12 +7,12 @@
 
 namespace koralite::toolkit {
 
-class io_error : public std::runtime_error {
+class IoError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
-// Throws io_error naming the path and the cause when it is not there, may not be read, or is a
+// Throws IoError naming the path and the cause when it is not there, may not be read, or is a
 // folder. Opens nothing, so a pipe stays as it is. An empty path stands for a file that was not
 // asked for and passes.
 void require_readable(const std::string& path);

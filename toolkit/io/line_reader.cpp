@@ -22,7 +22,9 @@ struct LineReader::File {
   File(const File&) = delete;
   File& operator=(const File&) = delete;
   ~File() {
-    if (handle != nullptr) ::gzclose(handle);
+    if (handle != nullptr) {
+      ::gzclose(handle);
+    }
   }
 };
 
@@ -31,8 +33,8 @@ LineReader::LineReader(std::string path) : path_(std::move(path)), buffer_(1U <<
   errno = 0;
   file_ = std::make_unique<File>(path_);
   if (file_->handle == nullptr) {
-    throw io_error("can't read " + path_ + ": " + std::generic_category().message(errno) +
-                   "; check the name and the rights");
+    throw IoError("can't read " + path_ + ": " + std::generic_category().message(errno) +
+                  "; check the name and the rights");
   }
   ::gzbuffer(file_->handle, 1U << 17U);
 }
@@ -45,7 +47,9 @@ std::runtime_error LineReader::error(const std::string& what) const {
 
 bool LineReader::fill() {
   stop_if_interrupted();
-  if (ended_) return false;
+  if (ended_) {
+    return false;
+  }
   if (begin_ > 0) {
     std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
     end_ -= begin_;
@@ -84,14 +88,18 @@ bool LineReader::next(std::string_view& line) {
     }
     searched = end_ - begin_;  // the rest moves to the front
     if (!fill()) {
-      if (begin_ == end_) return false;
+      if (begin_ == end_) {
+        return false;
+      }
       line = {buffer_.data() + begin_, end_ - begin_};
       begin_ = end_;
       break;
     }
   }
   ++number_;
-  if (line.ends_with('\r')) line.remove_suffix(1);
+  if (line.ends_with('\r')) {
+    line.remove_suffix(1);
+  }
   return true;
 }
 
@@ -99,7 +107,9 @@ void split_blanks(std::string_view line, std::vector<std::string_view>& fields) 
   fields.clear();
   for (std::size_t at = 0; at < line.size();) {
     const std::size_t begin = line.find_first_not_of(" \t", at);
-    if (begin == std::string_view::npos) break;
+    if (begin == std::string_view::npos) {
+      break;
+    }
     const std::size_t end = std::min(line.find_first_of(" \t", begin), line.size());
     fields.push_back(line.substr(begin, end - begin));
     at = end;
@@ -107,10 +117,14 @@ void split_blanks(std::string_view line, std::vector<std::string_view>& fields) 
 }
 
 bool parse_number(std::string_view field, double& value) {
-  if (field.starts_with('+')) field.remove_prefix(1);
+  if (field.starts_with('+')) {
+    field.remove_prefix(1);
+  }
   const char* const end = field.data() + field.size();
   const auto [stop, error] = std::from_chars(field.data(), end, value);
-  if (stop != end || field.empty()) return false;
+  if (stop != end || field.empty()) {
+    return false;
+  }
   if (error == std::errc::result_out_of_range) {
     // Too small to tell from 0, or too large: both are what the text meant.
     const bool negative = field.front() == '-';

@@ -18,7 +18,7 @@ class LineReader {
  public:
   static constexpr std::size_t kMaxLine = 1U << 20U;  // bytes
 
-  // Throws io_error "can't read PATH: REASON; REMEDY".
+  // Throws IoError "can't read PATH: REASON; REMEDY".
   explicit LineReader(std::string path);
   ~LineReader();
   LineReader(const LineReader&) = delete;

@@ -17,16 +17,18 @@
 
 namespace koralite::toolkit {
 
-/// 0 stands for as many threads as the machine has cores.
+// 0 stands for as many threads as the machine has cores.
 inline unsigned thread_count(unsigned wanted) {
-  if (wanted != 0) return wanted;
+  if (wanted != 0) {
+    return wanted;
+  }
   const unsigned cores = std::thread::hardware_concurrency();
   return cores == 0 ? 1 : cores;
 }
 
-/// Calls body(item, worker) for each item in [0, count), worker in [0, threads).
-/// The first exception of a body stops the rest and is thrown here. The calling
-/// thread is worker 0 and the one that reports progress.
+// Calls body(item, worker) for each item in [0, count), worker in [0, threads).
+// The first exception of a body stops the rest and is thrown here. The calling
+// thread is worker 0 and the one that reports progress.
 template <class Body>
 void parallel_for(std::size_t count, unsigned threads, Body&& body, const Progress& progress = {},
                   std::string_view stage = {}) {
@@ -39,7 +41,9 @@ void parallel_for(std::size_t count, unsigned threads, Body&& body, const Progre
     try {
       while (!failed.load(std::memory_order_relaxed)) {
         const std::size_t item = next.fetch_add(1, std::memory_order_relaxed);
-        if (item >= count) break;
+        if (item >= count) {
+          break;
+        }
         body(item, worker);
         if (worker == 0) {
           report(progress, stage, static_cast<double>(item + 1) / static_cast<double>(count));
@@ -48,7 +52,9 @@ void parallel_for(std::size_t count, unsigned threads, Body&& body, const Progre
     } catch (...) {
       failed.store(true, std::memory_order_relaxed);
       const std::lock_guard<std::mutex> guard(error_lock);
-      if (!error) error = std::current_exception();
+      if (!error) {
+        error = std::current_exception();
+      }
     }
   };
   std::vector<std::thread> helpers;
@@ -56,11 +62,15 @@ void parallel_for(std::size_t count, unsigned threads, Body&& body, const Progre
     helpers.emplace_back(work, worker);
   }
   work(0);
-  for (std::thread& helper : helpers) helper.join();
-  if (error) std::rethrow_exception(error);
+  for (std::thread& helper : helpers) {
+    helper.join();
+  }
+  if (error) {
+    std::rethrow_exception(error);
+  }
 }
 
-/// parallel_for over [0, count) in blocks of neighbours: body(begin, end, worker).
+// parallel_for over [0, count) in blocks of neighbours: body(begin, end, worker).
 template <class Body>
 void parallel_blocks(std::size_t count, std::size_t block, unsigned threads, Body&& body,
                      const Progress& progress = {}, std::string_view stage = {}) {
@@ -72,8 +82,8 @@ void parallel_blocks(std::size_t count, std::size_t block, unsigned threads, Bod
                progress, stage);
 }
 
-/// Fixed-point with 32 bits behind the point: sums of such numbers are exact, so
-/// any thread may add any part at any time and the total is always the same.
+// Fixed-point with 32 bits behind the point: sums of such numbers are exact, so
+// any thread may add any part at any time and the total is always the same.
 inline std::uint64_t to_fixed(double value) {
   return static_cast<std::uint64_t>(std::llround(value * 4294967296.0));
 }

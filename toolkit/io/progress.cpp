@@ -11,11 +11,15 @@ namespace koralite::toolkit {
 ProgressBar::ProgressBar() : shown_(isatty(STDERR_FILENO) == 1) {}
 
 ProgressBar::~ProgressBar() {
-  if (!stage_.empty()) std::fputc('\n', stderr);
+  if (!stage_.empty()) {
+    std::fputc('\n', stderr);
+  }
 }
 
 Progress ProgressBar::callback() {
-  if (!shown_) return {};
+  if (!shown_) {
+    return {};
+  }
   return [this](std::string_view stage, double done) { update(stage, done); };
 }
 
@@ -44,12 +48,16 @@ std::string ProgressBar::line(std::string_view stage, double done, double second
 void ProgressBar::update(std::string_view stage, double done) {
   const Clock::time_point now = Clock::now();
   if (stage != stage_) {
-    if (!stage_.empty()) std::fputc('\n', stderr);
+    if (!stage_.empty()) {
+      std::fputc('\n', stderr);
+    }
     stage_ = stage;
     begin_ = now;
     drawn_ = {};
   }
-  if (done < 1 && now - drawn_ < std::chrono::milliseconds(100)) return;
+  if (done < 1 && now - drawn_ < std::chrono::milliseconds(100)) {
+    return;
+  }
   drawn_ = now;
   const std::string text = line(stage, done, std::chrono::duration<double>(now - begin_).count());
   std::fprintf(stderr, "\r%s\033[K", text.c_str());

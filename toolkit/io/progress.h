@@ -12,21 +12,23 @@
 
 namespace koralite::toolkit {
 
-/// (stage, share done in 0..1). A new stage may begin before the last reached 1.
+// (stage, share done in 0..1). A new stage may begin before the last reached 1.
 using Progress = std::function<void(std::string_view stage, double done)>;
 
-/// Calls progress when there is one.
+// Calls progress when there is one.
 inline void report(const Progress& progress, std::string_view stage, double done) {
-  if (progress) progress(stage, done);
+  if (progress) {
+    progress(stage, done);
+  }
 }
 
-/// Draws one line per stage with a bar, the share done and the time remaining.
-/// Use: `ProgressBar bar; align(..., bar.callback());` The bar must outlive the
-/// callback.
+// Draws one line per stage with a bar, the share done and the time remaining.
+// Use: `ProgressBar bar; align(..., bar.callback());` The bar must outlive the
+// callback.
 class ProgressBar {
  public:
   ProgressBar();
-  /// force = true draws although standard error is no terminal.
+  // force = true draws although standard error is no terminal.
   explicit ProgressBar(bool force) : shown_(force) {}
   ~ProgressBar();
   ProgressBar(const ProgressBar&) = delete;
@@ -35,7 +37,7 @@ class ProgressBar {
   Progress callback();
   void update(std::string_view stage, double done);
 
-  /// The text of the line: "stage  [####------]  40 %  0:12 left".
+  // The text of the line: "stage  [####------]  40 %  0:12 left".
   static std::string line(std::string_view stage, double done, double seconds_so_far);
 
  private:

@@ -12,10 +12,14 @@ std::vector<std::string> read_lines(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   std::vector<std::string> lines;
   for (std::string line; std::getline(file, line);) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
+    if (!line.empty() && line.back() == '\r') {
+      line.pop_back();
+    }
     lines.push_back(std::move(line));
   }
-  if (file.bad()) throw io_error("can't read " + path);
+  if (file.bad()) {
+    throw IoError("can't read " + path);
+  }
   return lines;
 }
 

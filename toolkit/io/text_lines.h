@@ -7,7 +7,7 @@
 
 namespace koralite::toolkit {
 
-// The lines of a text file without their ends, "\n" or "\r\n". Throws io_error when the file can't
+// The lines of a text file without their ends, "\n" or "\r\n". Throws IoError when the file can't
 // be read.
 std::vector<std::string> read_lines(const std::string& path);
 

@@ -19,14 +19,20 @@ struct TextOutput::Deflater {
   Deflater(const Deflater&) = delete;
   Deflater& operator=(const Deflater&) = delete;
   ~Deflater() {
-    if (open) deflateEnd(&stream);
+    if (open) {
+      deflateEnd(&stream);
+    }
   }
 };
 
 TextOutput::TextOutput(const std::string& path) : file_(path) {
-  if (!path.ends_with(".gz")) return;
+  if (!path.ends_with(".gz")) {
+    return;
+  }
   deflater_ = std::make_unique<Deflater>();
-  if (!deflater_->open) throw std::runtime_error("cannot compress " + path);
+  if (!deflater_->open) {
+    throw std::runtime_error("cannot compress " + path);
+  }
 }
 
 TextOutput::~TextOutput() = default;
@@ -59,7 +65,9 @@ void TextOutput::deflate(std::string_view text, bool finish) {
 }
 
 void TextOutput::commit() {
-  if (deflater_) deflate({}, true);
+  if (deflater_) {
+    deflate({}, true);
+  }
   file_.commit();
 }
 

@@ -20,7 +20,9 @@ bool whole_number(std::string_view text, std::uint64_t& value) {
 
 std::string_view trim(std::string_view line) {
   const std::size_t begin = line.find_first_not_of(" \t");
-  if (begin == std::string_view::npos) return {};
+  if (begin == std::string_view::npos) {
+    return {};
+  }
   return line.substr(begin, line.find_last_not_of(" \t") - begin + 1);
 }
 
@@ -32,11 +34,15 @@ class ArpaReader {
 
   arpa_report_t read() {
     do {
-      if (!lines_.next(line_)) throw lines_.error("no \\data\\ line: not an ARPA file");
+      if (!lines_.next(line_)) {
+        throw lines_.error("no \\data\\ line: not an ARPA file");
+      }
       line_ = trim(line_);
     } while (line_ != "\\data\\");
     read_counts();
-    for (std::size_t order = 1; order <= announced_.size(); ++order) read_section(order);
+    for (std::size_t order = 1; order <= announced_.size(); ++order) {
+      read_section(order);
+    }
     if (line_ != "\\end\\") {
       throw lines_.error("\\end\\ expected after the section of order " +
                          std::to_string(announced_.size()));
@@ -74,12 +80,16 @@ class ArpaReader {
       }
       announced_.push_back(count);
     }
-    if (announced_.empty()) throw lines_.error("a line \"ngram ORDER=COUNT\" expected");
+    if (announced_.empty()) {
+      throw lines_.error("a line \"ngram ORDER=COUNT\" expected");
+    }
   }
 
   void read_section(std::size_t order) {
     const std::string header = "\\" + std::to_string(order) + "-grams:";
-    if (line_ != header) throw lines_.error(header + " expected");
+    if (line_ != header) {
+      throw lines_.error(header + " expected");
+    }
     std::uint64_t count = 0;
     for (advance("\\end\\"); !is_header(); advance("\\end\\")) {
       read_ngram(order);

@@ -32,7 +32,9 @@ class Codes {
  public:
   Codes(std::span<const item_t> items, lang_model_report_t& report) : report_(report) {
     double least = 0.0;
-    for (const item_t& item : items) least = std::min(least, double{item.back_off});
+    for (const item_t& item : items) {
+      least = std::min(least, double{item.back_off});
+    }
     // An offset of whole thousandths gives the weight 0 a code that is exactly 0. It must be one
     // that trees can hold.
     thousandths_ = static_cast<std::int64_t>(
@@ -42,7 +44,9 @@ class Codes {
   float offset() const { return static_cast<float>(thousandths_) / 1000.0F; }
 
   std::uint16_t probability(float value) {
-    if (value > 0.0F) ++report_.positive;
+    if (value > 0.0F) {
+      ++report_.positive;
+    }
     return clamp(std::max(-static_cast<double>(value) * 100.0, 0.0), kMaxHeadCode);
   }
   std::uint16_t back_off(float value, std::int64_t largest) {
@@ -80,9 +84,13 @@ struct range_t {
 class TreeLayout {
  public:
   TreeLayout(std::span<const item_t> tree, Codes& codes) : tree_(tree), codes_(codes) {
-    if (tree.empty()) return;
+    if (tree.empty()) {
+      return;
+    }
     pending_.push_back({{0, tree.size()}, 1, 0});
-    for (std::size_t i = 0; i < pending_.size(); ++i) lay(pending_[i]);
+    for (std::size_t i = 0; i < pending_.size(); ++i) {
+      lay(pending_[i]);
+    }
   }
 
   const std::vector<node_t>& nodes() const { return nodes_; }
@@ -96,14 +104,20 @@ class TreeLayout {
 
   void lay(const pending_t group) {
     const std::size_t start = nodes_.size();
-    if (group.depth > 1) nodes_[group.parent].link = static_cast<std::uint16_t>(start + 1);
+    if (group.depth > 1) {
+      nodes_[group.parent].link = static_cast<std::uint16_t>(start + 1);
+    }
     nodes_.emplace_back();  // the header, should there be more than one child
     std::uint32_t children = 0;
     for (std::size_t i = group.items.begin; i < group.items.end; ++children) {
       const int word = tree_[i].word(group.depth);
       std::size_t end = i;
-      while (end < group.items.end && tree_[end].word(group.depth) == word) ++end;
-      if (children > 0 || end < group.items.end) nodes_.emplace_back();
+      while (end < group.items.end && tree_[end].word(group.depth) == word) {
+        ++end;
+      }
+      if (children > 0 || end < group.items.end) {
+        nodes_.emplace_back();
+      }
       lay_child(i, end, group.depth);
       i = end;
     }
@@ -123,7 +137,9 @@ class TreeLayout {
           kEntryFlag | codes_.back_off(tree_[begin].back_off, kMaxTreeBackOff));
       ++begin;
     }
-    if (begin < end) pending_.push_back({{begin, end}, depth + 1, nodes_.size() - 1});
+    if (begin < end) {
+      pending_.push_back({{begin, end}, depth + 1, nodes_.size() - 1});
+    }
   }
 
   std::span<const item_t> tree_;
@@ -139,7 +155,9 @@ std::uint64_t count_nodes(std::span<const item_t> tree) {
   std::array<std::uint32_t, kMaxOrder> open{};  // children so far of the open group at each depth
   for (std::size_t i = 0; i < tree.size(); ++i) {
     std::size_t depth = 1;
-    while (i > 0 && depth < kMaxOrder && tree[i].word(depth) == tree[i - 1].word(depth)) ++depth;
+    while (i > 0 && depth < kMaxOrder && tree[i].word(depth) == tree[i - 1].word(depth)) {
+      ++depth;
+    }
     for (std::size_t d = depth; d < kMaxOrder && tree[i].word(d) >= 0; ++d) {
       // A sibling of the n-gram before, unless that one ends here and this goes on from it.
       const bool sibling = d == depth && i > 0 && tree[i - 1].word(d) >= 0;
@@ -166,7 +184,9 @@ std::string count_of(std::uint64_t count, const char* what) {
 std::vector<std::string> lang_model_report_t::warnings() const {
   std::vector<std::string> lines;
   const auto tell = [&](std::uint64_t count, const char* what) {
-    if (count != 0) lines.push_back(count_of(count, what));
+    if (count != 0) {
+      lines.push_back(count_of(count, what));
+    }
   };
   tell(repeated, "n-grams were given more than once: the last one counts");
   tell(bad_words, "n-grams dropped: a word id is negative or above 65534");
@@ -226,7 +246,9 @@ void LangModelBuilder::sort_and_merge() {
 lang_model_report_t LangModelBuilder::write(const std::string& path) {
   const std::uint32_t max_nodes = std::min(options_.max_tree_nodes, kMaxTreeNodes);
   sort_and_merge();
-  if (items_.empty()) throw std::runtime_error("no n-grams for the language model " + path);
+  if (items_.empty()) {
+    throw std::runtime_error("no n-grams for the language model " + path);
+  }
 
   // Per word: its one-word entry and the range of its longer n-grams.
   struct word_t {
@@ -236,8 +258,9 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
   };
   int last = 0;
   for (const item_t& item : items_) {
-    for (std::size_t k = 0; k < kMaxOrder && item.word(k) >= 0; ++k)
+    for (std::size_t k = 0; k < kMaxOrder && item.word(k) >= 0; ++k) {
       last = std::max(last, item.word(k));
+    }
   }
   std::vector<word_t> words(static_cast<std::size_t>(last) + 1);
   for (std::size_t i = 0; i < items_.size(); ++i) {
@@ -246,7 +269,9 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
       word.unigram = &items_[i];
       continue;
     }
-    if (word.tree.end == 0) word.tree.begin = i;
+    if (word.tree.end == 0) {
+      word.tree.begin = i;
+    }
     word.tree.end = i + 1;
   }
 
@@ -254,8 +279,12 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
   std::vector<bool> oversize(words.size(), false);
   for (std::uint32_t id = 0; id < words.size(); ++id) {
     const range_t tree = words[id].tree;
-    if (words[id].unigram == nullptr && id >= options_.first_word_id) ++report_.missing_words;
-    if (tree.end == 0) continue;
+    if (words[id].unigram == nullptr && id >= options_.first_word_id) {
+      ++report_.missing_words;
+    }
+    if (tree.end == 0) {
+      continue;
+    }
     order.push_back(id);
     const auto items = std::span<const item_t>(items_).subspan(tree.begin, tree.end - tree.begin);
     if (count_nodes(items) > max_nodes) {
@@ -266,7 +295,9 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
   std::stable_sort(order.begin(), order.end(), [&](std::uint32_t a, std::uint32_t b) {
     const bool a_ends = static_cast<int>(a) == options_.end_id;
     const bool b_ends = static_cast<int>(b) == options_.end_id;
-    if (a_ends != b_ends) return a_ends;
+    if (a_ends != b_ends) {
+      return a_ends;
+    }
     const auto frequency = [&](std::uint32_t id) {
       return words[id].unigram == nullptr ? -std::numeric_limits<float>::infinity()
                                           : words[id].unigram->probability;
@@ -280,19 +311,25 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
   head.put_u16(static_cast<std::uint16_t>(words.size()));
   report_.by_order.assign(kMaxOrder, 0);
   std::uint16_t next_tree = 0;
-  for (const std::uint32_t id : order) words[id].index = next_tree++;
+  for (const std::uint32_t id : order) {
+    words[id].index = next_tree++;
+  }
   for (const word_t& word : words) {
     head.put_u16(word.index);
     head.put_u16(word.unigram == nullptr ? kUnknownCode
                                          : codes.probability(word.unigram->probability));
     head.put_u16(
         codes.back_off(word.unigram == nullptr ? 0.0F : word.unigram->back_off, kMaxHeadCode));
-    if (word.unigram != nullptr) ++report_.by_order[0];
+    if (word.unigram != nullptr) {
+      ++report_.by_order[0];
+    }
   }
   head.put_f32(codes.offset());
   head.put_i32(static_cast<std::int32_t>(order.size() + 1));
   const std::size_t positions = head.size();
-  for (std::size_t i = 0; i <= order.size(); ++i) head.put_u32(0);
+  for (std::size_t i = 0; i <= order.size(); ++i) {
+    head.put_u32(0);
+  }
 
   AtomicFile file(path);
   file.write(head.bytes());
@@ -307,7 +344,9 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
     }
     const TreeLayout layout(tree, codes);
     ByteWriter out;
-    while ((file.position() + out.size()) % 8 != 4) out.put_u8(0);  // nodes lie on 8 bytes
+    while ((file.position() + out.size()) % 8 != 4) {
+      out.put_u8(0);  // nodes lie on 8 bytes
+    }
     head.store(positions + 4 * t, place(file.position() + out.size(), path));
     out.put_u32(static_cast<std::uint32_t>(layout.nodes().size()));
     for (const node_t& node : layout.nodes()) {
@@ -320,7 +359,9 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
     report_.nodes += layout.nodes().size();
     for (const item_t& item : tree) {
       std::size_t length = 1;
-      while (length < kMaxOrder && item.word(length) >= 0) ++length;
+      while (length < kMaxOrder && item.word(length) >= 0) {
+        ++length;
+      }
       ++report_.by_order[length - 1];
     }
   }
@@ -330,8 +371,12 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
 
   report_.trees = order.size();
   report_.bytes = file.position();
-  for (const std::uint64_t count : report_.by_order) report_.written += count;
-  while (!report_.by_order.empty() && report_.by_order.back() == 0) report_.by_order.pop_back();
+  for (const std::uint64_t count : report_.by_order) {
+    report_.written += count;
+  }
+  while (!report_.by_order.empty() && report_.by_order.back() == 0) {
+    report_.by_order.pop_back();
+  }
   items_ = {};
   return std::exchange(report_, {});
 }

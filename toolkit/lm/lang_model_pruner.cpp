@@ -17,7 +17,9 @@ constexpr std::size_t kMaxOrder = 8;
 
 std::size_t order_of(const item_t& item) {
   std::size_t order = 0;
-  while (order < kMaxOrder && item.word(order) >= 0) ++order;
+  while (order < kMaxOrder && item.word(order) >= 0) {
+    ++order;
+  }
   return order;
 }
 
@@ -107,10 +109,14 @@ double LangModelPruner::score(std::uint64_t high, std::uint64_t low) const {
   double back_off = 0.0;
   for (std::size_t matched = order; matched > 0; --matched) {
     const auto [suffix_high, suffix_low] = suffix(high, low, matched);
-    if (const item_t* item = find(suffix_high, suffix_low)) return item->probability + back_off;
+    if (const item_t* item = find(suffix_high, suffix_low)) {
+      return item->probability + back_off;
+    }
     const auto context = without_last(suffix_high, suffix_low);
     if (matched > 1) {
-      if (const item_t* item = find(context.first, context.second)) back_off += item->back_off;
+      if (const item_t* item = find(context.first, context.second)) {
+        back_off += item->back_off;
+      }
     }
   }
   return -100.0 + back_off;
@@ -126,7 +132,9 @@ double LangModelPruner::use(const item_t& item) const {
   const auto [high, low] = suffix(item.high, item.low, order - 1);
   double without = score(high, low);
   const auto context = without_last(item.high, item.low);
-  if (const item_t* found = find(context.first, context.second)) without += found->back_off;
+  if (const item_t* found = find(context.first, context.second)) {
+    without += found->back_off;
+  }
   return std::exp(sequence) * std::fabs(item.probability - without);
 }
 
@@ -139,7 +147,9 @@ std::vector<item_t> LangModelPruner::prune(std::span<const item_t> tree,
                                            std::uint32_t max_nodes) const {
   trie_t trie(tree);
   std::uint64_t size = 0;
-  for (const trie_t::node_t& node : trie.nodes) size += group_size(node.children);
+  for (const trie_t::node_t& node : trie.nodes) {
+    size += group_size(node.children);
+  }
 
   // Leaves, the least useful on top; ties go by position, so that the result is one.
   using leaf_t = std::tuple<bool, double, std::uint32_t>;
@@ -154,12 +164,16 @@ std::vector<item_t> LangModelPruner::prune(std::span<const item_t> tree,
     }
   };
   for (std::uint32_t i = 1; i < trie.nodes.size(); ++i) {
-    if (trie.nodes[i].children == 0) offer(i);
+    if (trie.nodes[i].children == 0) {
+      offer(i);
+    }
   }
   std::vector<bool> dropped(tree.size(), false);
   while (!leaves.empty()) {
     const auto [context, use, node] = leaves.top();
-    if (size <= max_nodes && use >= 0.0) break;
+    if (size <= max_nodes && use >= 0.0) {
+      break;
+    }
     leaves.pop();
     if (trie.nodes[node].item >= 0) {
       dropped[static_cast<std::size_t>(trie.nodes[node].item)] = true;
@@ -167,11 +181,15 @@ std::vector<item_t> LangModelPruner::prune(std::span<const item_t> tree,
     const std::uint32_t parent = trie.nodes[node].parent;
     std::uint32_t& siblings = trie.nodes[parent].children;
     size -= group_size(siblings) - group_size(siblings - 1);
-    if (--siblings == 0 && parent != 0) offer(parent);
+    if (--siblings == 0 && parent != 0) {
+      offer(parent);
+    }
   }
   std::vector<item_t> kept;
   for (std::size_t i = 0; i < tree.size(); ++i) {
-    if (!dropped[i]) kept.push_back(tree[i]);
+    if (!dropped[i]) {
+      kept.push_back(tree[i]);
+    }
   }
   return kept;
 }

@@ -40,16 +40,22 @@ class Estimator {
   NgramModel run(NgramStatistics* statistics) {
     count();
     report(progress_, kStage, 0.6);
-    for (std::size_t n = 1; n <= order_; ++n) estimate(n);
+    for (std::size_t n = 1; n <= order_; ++n) {
+      estimate(n);
+    }
     report(progress_, kStage, 0.8);
     if (statistics != nullptr) {
-      for (const Level& level : levels_) statistics->counted.push_back(level.size());
+      for (const Level& level : levels_) {
+        statistics->counted.push_back(level.size());
+      }
       statistics->discounts = discounts_;
     }
     prune();
     NgramModel model = collect();
     if (statistics != nullptr) {
-      for (std::size_t n = 1; n <= order_; ++n) statistics->kept.push_back(model.level(n).size());
+      for (std::size_t n = 1; n <= order_; ++n) {
+        statistics->kept.push_back(model.level(n).size());
+      }
     }
     report(progress_, kStage, 1);
     return model;
@@ -81,7 +87,9 @@ class Estimator {
     // By word first, then each word's positions by themselves.
     const std::size_t words = text_.words().size();
     std::vector<std::size_t> starts(words + 1);
-    for (const WordId word : tokens_) ++starts[word + 1];
+    for (const WordId word : tokens_) {
+      ++starts[word + 1];
+    }
     std::partial_sum(starts.begin(), starts.end(), starts.begin());
     std::vector<std::size_t> next(starts.begin(), starts.end() - 1);
     struct Keyed {
@@ -91,17 +99,25 @@ class Estimator {
     std::vector<Keyed> keyed(tokens_.size());
     for (std::size_t i = 0; i < tokens_.size(); ++i) {
       std::uint64_t key = 0;
-      if (reach[i] > 1) key = (tokens_[i - 1] + 1ULL) << 32U;
-      if (reach[i] > 2) key |= tokens_[i - 2] + 1ULL;
+      if (reach[i] > 1) {
+        key = (tokens_[i - 1] + 1ULL) << 32U;
+      }
+      if (reach[i] > 2) {
+        key |= tokens_[i - 2] + 1ULL;
+      }
       keyed[next[tokens_[i]]++] = {key, static_cast<Index>(i)};
     }
     const auto before = [&](const Keyed& a, const Keyed& b) {
-      if (a.key != b.key) return a.key < b.key;
+      if (a.key != b.key) {
+        return a.key < b.key;
+      }
       const std::size_t shared = std::min(reach[a.at], reach[b.at]);
       for (std::size_t k = 3; k < shared; ++k) {
         const WordId x = tokens_[a.at - k];
         const WordId y = tokens_[b.at - k];
-        if (x != y) return x < y;
+        if (x != y) {
+          return x < y;
+        }
       }
       return reach[a.at] != reach[b.at] ? reach[a.at] < reach[b.at] : a.at < b.at;
     };
@@ -115,7 +131,9 @@ class Estimator {
                       }
                     });
     std::vector<Index> positions(tokens_.size());
-    for (std::size_t i = 0; i < keyed.size(); ++i) positions[i] = keyed[i].at;
+    for (std::size_t i = 0; i < keyed.size(); ++i) {
+      positions[i] = keyed[i].at;
+    }
     return positions;
   }
 
@@ -123,14 +141,18 @@ class Estimator {
     std::vector<std::uint8_t> reach;
     const std::vector<Index> positions = sorted_positions(reach);
     report(progress_, kStage, 0.4);
-    for (auto& ids : ids_) ids.assign(tokens_.size(), 0);
+    for (auto& ids : ids_) {
+      ids.assign(tokens_.size(), 0);
+    }
     for (std::size_t i = 0; i < positions.size(); ++i) {
       const Index at = positions[i];
       std::size_t shared = 0;
       if (i > 0) {
         const Index last = positions[i - 1];
         const std::size_t most = std::min(reach[at], reach[last]);
-        while (shared < most && tokens_[at - shared] == tokens_[last - shared]) ++shared;
+        while (shared < most && tokens_[at - shared] == tokens_[last - shared]) {
+          ++shared;
+        }
       }
       for (std::size_t n = 1; n <= reach[at]; ++n) {
         Level& here = level(n);
@@ -138,7 +160,9 @@ class Estimator {
           here.place.push_back(at);
           here.seen.push_back(0);
           here.adjusted.push_back(0);
-          if (n > 1) ++level(n - 1).adjusted.back();
+          if (n > 1) {
+            ++level(n - 1).adjusted.back();
+          }
         }
         ++here.seen.back();
         ids(n)[at] = static_cast<Index>(here.size() - 1);
@@ -148,7 +172,9 @@ class Estimator {
       Level& here = level(n);
       for (std::size_t i = 0; i < here.size(); ++i) {
         const bool begins = tokens_[here.place[i] - (n - 1)] == NgramText::kBegin;
-        if (n == order_ || begins) here.adjusted[i] = here.seen[i];
+        if (n == order_ || begins) {
+          here.adjusted[i] = here.seen[i];
+        }
       }
     }
   }
@@ -161,8 +187,12 @@ class Estimator {
     Level& here = level(n);
     std::array<std::uint64_t, 4> seen{};
     for (std::size_t i = 0; i < here.size(); ++i) {
-      if (n == 1 && is_begin(i)) continue;
-      if (here.adjusted[i] <= seen.size()) ++seen[here.adjusted[i] - 1];
+      if (n == 1 && is_begin(i)) {
+        continue;
+      }
+      if (here.adjusted[i] <= seen.size()) {
+        ++seen[here.adjusted[i] - 1];
+      }
     }
     const std::array<double, 3> discounts = modified_discounts(seen);
     discounts_.push_back(discounts);
@@ -174,8 +204,12 @@ class Estimator {
       double freed = 0;
       std::size_t words = 1;  // "<unk>" takes part although the text may lack it
       for (std::size_t i = 0; i < here.size(); ++i) {
-        if (is_begin(i)) continue;
-        if (tokens_[here.place[i]] != NgramText::kUnknown) ++words;
+        if (is_begin(i)) {
+          continue;
+        }
+        if (tokens_[here.place[i]] != NgramText::kUnknown) {
+          ++words;
+        }
         total += here.adjusted[i];
         freed += discount(here.adjusted[i]);
       }
@@ -198,7 +232,9 @@ class Estimator {
       ++kinds[c][std::min<Index>(here.adjusted[i], 3) - 1];
     }
     for (std::size_t c = 0; c < below.size(); ++c) {
-      if (total[c] == 0) continue;
+      if (total[c] == 0) {
+        continue;
+      }
       const double freed =
           discounts[0] * kinds[c][0] + discounts[1] * kinds[c][1] + discounts[2] * kinds[c][2];
       below.backoff[c] = static_cast<float>(freed / static_cast<double>(total[c]));
@@ -218,20 +254,26 @@ class Estimator {
 
   // An n-gram can go unless one that stays contains it at its begin or end.
   void prune() {
-    for (Level& here : levels_) here.kept.assign(here.size(), true);
+    for (Level& here : levels_) {
+      here.kept.assign(here.size(), true);
+    }
     bool pruned = false;
     for (std::size_t n = order_; n >= 2; --n) {
       std::vector<bool> needed(level(n).size());
       if (n < order_) {
         for (std::size_t i = 0; i < level(n + 1).size(); ++i) {
-          if (level(n + 1).kept[i]) needed[context(n + 1, i)] = needed[shorter(n + 1, i)] = true;
+          if (level(n + 1).kept[i]) {
+            needed[context(n + 1, i)] = needed[shorter(n + 1, i)] = true;
+          }
         }
       }
       const std::uint32_t least = n <= options_.min_counts.size() ? options_.min_counts[n - 1] : 1;
       if (least > 1) {
         Level& here = level(n);
         for (std::size_t i = 0; i < here.size(); ++i) {
-          if (!needed[i] && here.seen[i] < least) here.kept[i] = false;
+          if (!needed[i] && here.seen[i] < least) {
+            here.kept[i] = false;
+          }
         }
         pruned = true;
       }
@@ -241,7 +283,9 @@ class Estimator {
       }
     }
     if (pruned) {
-      for (std::size_t n = 2; n <= order_; ++n) set_backoffs(n);
+      for (std::size_t n = 2; n <= order_; ++n) {
+        set_backoffs(n);
+      }
     }
   }
 
@@ -254,7 +298,9 @@ class Estimator {
     Rest left{std::vector<double>(level(n - 1).size(), 1.0),
               std::vector<double>(level(n - 1).size(), 1.0)};
     for (std::size_t i = 0; i < level(n).size(); ++i) {
-      if (!level(n).kept[i]) continue;
+      if (!level(n).kept[i]) {
+        continue;
+      }
       const Index c = context(n, i);
       left.own[c] -= static_cast<double>(level(n).probability[i]);
       left.shorter[c] -= static_cast<double>(level(n - 1).probability[shorter(n, i)]);
@@ -274,7 +320,9 @@ class Estimator {
     parallel_blocks(
         here.size(), 65536, options_.threads, [&](std::size_t begin, std::size_t end, unsigned) {
           for (std::size_t i = begin; i < end; ++i) {
-            if (!here.kept[i] || needed[i]) continue;
+            if (!here.kept[i] || needed[i]) {
+              continue;
+            }
             const Index c = context(n, i);
             const double p = static_cast<double>(here.probability[i]);
             const double q = static_cast<double>(level(n - 1).probability[shorter(n, i)]);
@@ -288,7 +336,9 @@ class Estimator {
           }
         });
     for (std::size_t i = 0; i < here.size(); ++i) {
-      if (drop[i] != 0) here.kept[i] = false;
+      if (drop[i] != 0) {
+        here.kept[i] = false;
+      }
     }
   }
 
@@ -296,7 +346,9 @@ class Estimator {
     const Rest left = rest(n);
     std::vector<bool> used(level(n - 1).size());
     for (std::size_t i = 0; i < level(n).size(); ++i) {
-      if (level(n).kept[i]) used[context(n, i)] = true;
+      if (level(n).kept[i]) {
+        used[context(n, i)] = true;
+      }
     }
     for (std::size_t c = 0; c < used.size(); ++c) {
       level(n - 1).backoff[c] =
@@ -306,7 +358,9 @@ class Estimator {
 
   NgramModel collect() {
     std::vector<std::string> words;
-    for (WordId id = 0; id < text_.words().size(); ++id) words.push_back(text_.words().word(id));
+    for (WordId id = 0; id < text_.words().size(); ++id) {
+      words.push_back(text_.words().word(id));
+    }
     std::vector<NgramLevel> out(order_);
     for (std::size_t n = 1; n <= order_; ++n) {
       const Level& here = level(n);
@@ -317,7 +371,9 @@ class Estimator {
         made.log_backoff.push_back(0);
       }
       for (std::size_t i = 0; i < here.size(); ++i) {
-        if (!here.kept[i]) continue;
+        if (!here.kept[i]) {
+          continue;
+        }
         const auto last = tokens_.begin() + static_cast<std::ptrdiff_t>(here.place[i]);
         made.words.insert(made.words.end(), last - static_cast<std::ptrdiff_t>(n - 1), last + 1);
         made.log_probability.push_back(n == 1 && is_begin(i) ? -99.0F
@@ -346,7 +402,9 @@ NgramModel estimate_ngrams(const NgramText& text, const NgramOptions& options,
   if (options.order < 1 || options.order > 8) {
     throw std::runtime_error("the order of a language model must be 1 to 8");
   }
-  if (text.tokens().empty()) throw std::runtime_error("no text for the language model");
+  if (text.tokens().empty()) {
+    throw std::runtime_error("no text for the language model");
+  }
   if (text.tokens().size() > 0xFFFFFFFFULL) {
     throw std::runtime_error("more than 4,294,967,295 words for the language model");
   }

@@ -15,11 +15,11 @@ namespace koralite::toolkit {
 
 struct NgramOptions {
   std::size_t order = 5;  ///< 1 to 8
-  /// N-grams of n words seen fewer than min_counts[n - 1] times are dropped when
-  /// nothing longer that stays needs them; missing values are 1. Words all stay.
+  // N-grams of n words seen fewer than min_counts[n - 1] times are dropped when
+  // nothing longer that stays needs them; missing values are 1. Words all stay.
   std::vector<std::uint32_t> min_counts;
-  /// N-grams are dropped while that changes the model's entropy (relative, in
-  /// nats, weighted by how often their context was seen) by less than this.
+  // N-grams are dropped while that changes the model's entropy (relative, in
+  // nats, weighted by how often their context was seen) by less than this.
   double entropy_threshold = 0;
   unsigned threads = 0;  ///< 0: all cores
 };
@@ -30,9 +30,9 @@ struct NgramStatistics {
   std::vector<std::array<double, 3>> discounts;  ///< by order
 };
 
-/// Memory: about 16 + 4 x order bytes a token while counting, 28 bytes per different
-/// n-gram after that. Throws std::runtime_error on an empty text or an order
-/// outside 1 to 8.
+// Memory: about 16 + 4 x order bytes a token while counting, 28 bytes per different
+// n-gram after that. Throws std::runtime_error on an empty text or an order
+// outside 1 to 8.
 NgramModel estimate_ngrams(const NgramText& text, const NgramOptions& options,
                            NgramStatistics* statistics = nullptr, const Progress& progress = {});
 

@@ -17,7 +17,9 @@ void NgramText::add_line(std::string_view line) {
   tokens_.push_back(kBegin);
   for (const std::string_view word : split_blanks(line)) {
     const WordId id = words_.intern(word);
-    if (id != kBegin && id != kEnd) tokens_.push_back(id);
+    if (id != kBegin && id != kEnd) {
+      tokens_.push_back(id);
+    }
   }
   tokens_.push_back(kEnd);
   ++sentences_;
@@ -25,13 +27,17 @@ void NgramText::add_line(std::string_view line) {
 
 std::size_t NgramModel::find(std::span<const WordId> ngram) const {
   const std::size_t n = ngram.size();
-  if (n == 0 || n > levels_.size()) return kNone;
+  if (n == 0 || n > levels_.size()) {
+    return kNone;
+  }
   const NgramLevel& level = levels_[n - 1];
   // Last words first, as the level is sorted.
   const auto compare = [&](std::size_t entry) {
     for (std::size_t k = n; k-- > 0;) {
       const WordId held = level.words[entry * n + k];
-      if (held != ngram[k]) return held < ngram[k] ? -1 : 1;
+      if (held != ngram[k]) {
+        return held < ngram[k] ? -1 : 1;
+      }
     }
     return 0;
   };
@@ -40,14 +46,18 @@ std::size_t NgramModel::find(std::span<const WordId> ngram) const {
   while (low < high) {
     const std::size_t middle = low + (high - low) / 2;
     const int order = compare(middle);
-    if (order == 0) return middle;
+    if (order == 0) {
+      return middle;
+    }
     (order < 0 ? low : high) = order < 0 ? middle + 1 : middle;
   }
   return kNone;
 }
 
 double NgramModel::log10_probability(std::span<const WordId> ngram) const {
-  if (ngram.size() > order()) ngram = ngram.last(order());
+  if (ngram.size() > order()) {
+    ngram = ngram.last(order());
+  }
   double backoff = 0;
   for (;;) {
     if (const std::size_t entry = find(ngram); entry != kNone) {

@@ -32,32 +32,34 @@ namespace fs = std::filesystem;
 class HalfMade {
  public:
   explicit HalfMade(const std::string& output)
-      : m_output(output), m_path(output + ".part" + std::to_string(::getpid())) {
+      : output_(output), path_(output + ".part" + std::to_string(::getpid())) {
     if (fs::exists(output)) {
-      throw io_error(output + ": exists already; remove it or choose another name");
+      throw IoError(output + ": exists already; remove it or choose another name");
     }
     std::error_code error;
-    if (!fs::create_directories(m_path, error)) {
-      throw io_error("can't make the folder " + m_path + ": " + error.message() +
-                     "; check the name and the rights");
+    if (!fs::create_directories(path_, error)) {
+      throw IoError("can't make the folder " + path_ + ": " + error.message() +
+                    "; check the name and the rights");
     }
   }
   HalfMade(const HalfMade&) = delete;
   HalfMade& operator=(const HalfMade&) = delete;
   ~HalfMade() {
     std::error_code ignored;
-    if (!m_done) fs::remove_all(m_path, ignored);
+    if (!done_) {
+      fs::remove_all(path_, ignored);
+    }
   }
   void finish() {
-    fs::rename(m_path, m_output);
-    m_done = true;
+    fs::rename(path_, output_);
+    done_ = true;
   }
-  const std::string& path() const { return m_path; }
+  const std::string& path() const { return path_; }
 
  private:
-  std::string m_output;
-  std::string m_path;
-  bool m_done = false;
+  std::string output_;
+  std::string path_;
+  bool done_ = false;
 };
 
 using tell_t = std::function<void(const std::string&)>;
@@ -69,13 +71,17 @@ void pack_segmenter(const pack_options_t& options, model_folder_t& folder) {
       throw std::runtime_error("a Chinese source needs a word list; name one with --dictionary");
     }
     // Only the general pipeline asks for it: words stand apart by blanks as they come.
-    if (engine.direction.source != "en") engine.single_word_split = "0";
+    if (engine.direction.source != "en") {
+      engine.single_word_split = "0";
+    }
     return;
   }
   engine.segment = "segment";
   const auto words = read_segment_words(options.dictionary);
   std::vector<std::string> surnames;
-  if (!options.surnames.empty()) surnames = read_segment_lines(options.surnames);
+  if (!options.surnames.empty()) {
+    surnames = read_segment_lines(options.surnames);
+  }
   build_segment_dictionary(folder.file(engine.segment), words, surnames);
   // Without pinyin a name would have no translation.
   if (!surnames.empty() && !options.readings.empty()) {
@@ -103,7 +109,9 @@ void pack_resources(const pack_options_t& options, model_folder_t& folder, const
     PinyinBuilder pinyin;
     const std::vector<std::string> lines = read_lines(options.readings);
     try {
-      for (const std::string& line : lines) pinyin.add_line(line);
+      for (const std::string& line : lines) {
+        pinyin.add_line(line);
+      }
       static_cast<void>(pinyin.bytes());
     } catch (const std::runtime_error& error) {
       throw std::runtime_error(options.readings + ": " + error.what());
@@ -136,7 +144,9 @@ void pack_resources(const pack_options_t& options, model_folder_t& folder, const
     engine.entities = "entities";
     const entity_report_t report =
         write_entity_file(read_entities(options.entities), how, folder.file(engine.entities));
-    for (const std::string& line : report.dropped) tell(options.entities + ":" + line);
+    for (const std::string& line : report.dropped) {
+      tell(options.entities + ":" + line);
+    }
   }
 }
 
@@ -161,7 +171,9 @@ void pack_folder(const pack_options_t& options, const tell_t& tell) {
   p.target_vocab = "target.vocab";
   p.lang_model = "lm";
   p.trans_model = "phrases";
-  if (options.compact) p.compress_vocab = "phrases.quant";
+  if (options.compact) {
+    p.compress_vocab = "phrases.quant";
+  }
 
   VocabBuilder source;
   VocabBuilder target;
@@ -185,7 +197,9 @@ void pack_folder(const pack_options_t& options, const tell_t& tell) {
   table.translation_weight = p.translation_weight;
   table.word_weight = p.word_weight;
   table.lang_weight = p.lang_weight;
-  if (options.compact) table.quantifier_path = folder.file(p.compress_vocab);
+  if (options.compact) {
+    table.quantifier_path = folder.file(p.compress_vocab);
+  }
   PhraseTableBuilder builder(table);
   phrase_text_options_t text;
   text.weights = options.weights;
@@ -195,7 +209,9 @@ void pack_folder(const pack_options_t& options, const tell_t& tell) {
     read_reordering_table(options.reordering, source_id, target_id, builder, text);
   }
   const phrase_table_report_t written = builder.write(folder.file(p.trans_model));
-  for (const std::string& line : written.warnings()) tell(options.phrases + ": " + line);
+  for (const std::string& line : written.warnings()) {
+    tell(options.phrases + ": " + line);
+  }
   source.save(folder.file(p.source_vocab));
   target.save(folder.file(p.target_vocab));
 
@@ -207,7 +223,7 @@ void pack_folder(const pack_options_t& options, const tell_t& tell) {
       {"phrase table", options.phrases},
       {"phrase pairs", std::to_string(read.lines)},
       {"language model", options.lang_model}};
-  write_file(folder.file(manifest_name),
+  write_file(folder.file(kManifestName),
              std::string_view(format_manifest(make_manifest(folder, built_from))));
   half.finish();
 }

@@ -33,7 +33,7 @@ struct pack_options_t {
   std::string output;  // must not exist
 };
 
-// `tell` gets a line for everything that was dropped or clamped. Throws io_error
+// `tell` gets a line for everything that was dropped or clamped. Throws IoError
 // for files that cannot be read or written, and std::runtime_error that names file
 // and place for contents.
 void pack_folder(const pack_options_t& options,

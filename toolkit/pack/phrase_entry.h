@@ -19,10 +19,14 @@ struct phrase_t {
 
   phrase_t() = default;
   explicit phrase_t(std::span<const std::int32_t> words) {
-    for (const std::int32_t word : words) push_back(word);
+    for (const std::int32_t word : words) {
+      push_back(word);
+    }
   }
   void push_back(std::int32_t word) {
-    if (count < kMaxWords) ids[count] = word;
+    if (count < kMaxWords) {
+      ids[count] = word;
+    }
     ++count;
   }
   bool fits() const { return count <= kMaxWords; }
@@ -33,7 +37,7 @@ struct phrase_t {
 
 // What the six reordering values of an entry are. Order: monotone, swap,
 // discontinuous towards the phrase before, then the same towards the one after.
-enum class reordering_t : std::uint8_t {
+enum class ReorderingKind : std::uint8_t {
   kNone,     // unknown: all outcomes alike
   kCounts,   // how often each outcome was seen (whole numbers)
   kLogProbs  // natural-log probabilities
@@ -43,7 +47,7 @@ struct phrase_entry_t {
   phrase_t source;
   phrase_t target;
   float translation = 0.0F;  // natural-log units; the weighted sum of all translation features
-  reordering_t kind = reordering_t::kNone;
+  ReorderingKind kind = ReorderingKind::kNone;
   std::array<float, 6> reordering{};
 };
 

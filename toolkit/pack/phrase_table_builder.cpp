@@ -24,12 +24,14 @@ constexpr std::uint32_t kNoOffset = 0xFFFFFFFF;
 constexpr std::size_t kTranslationScores = 3;  // both language model scores and the translation's
 
 // Reordering values as the counts that compact entries can hold.
-std::array<std::int64_t, 6> reordering_counts(reordering_t kind,
+std::array<std::int64_t, 6> reordering_counts(ReorderingKind kind,
                                               const std::array<float, 6>& values) {
   std::array<std::int64_t, 6> counts{};
-  if (kind == reordering_t::kCounts) {
-    for (std::size_t i = 0; i < 6; ++i) counts[i] = std::llround(values[i]);
-  } else if (kind == reordering_t::kLogProbs) {
+  if (kind == ReorderingKind::kCounts) {
+    for (std::size_t i = 0; i < 6; ++i) {
+      counts[i] = std::llround(values[i]);
+    }
+  } else if (kind == ReorderingKind::kLogProbs) {
     for (std::size_t i = 0; i < 6; i += 3) {
       const int index = nearest_reordering(std::span<const float, 3>(values.data() + i, 3));
       counts[i] = index / 36;
@@ -40,8 +42,10 @@ std::array<std::int64_t, 6> reordering_counts(reordering_t kind,
   return counts;
 }
 
-std::vector<float> plain_reordering(reordering_t kind, const std::array<float, 6>& values) {
-  if (kind == reordering_t::kLogProbs) return {values.begin(), values.end()};
+std::vector<float> plain_reordering(ReorderingKind kind, const std::array<float, 6>& values) {
+  if (kind == ReorderingKind::kLogProbs) {
+    return {values.begin(), values.end()};
+  }
   const std::array<std::int64_t, 6> counts = reordering_counts(kind, values);
   std::vector<float> scores(6);
   for (std::size_t i = 0; i < 6; i += 3) {
@@ -55,7 +59,9 @@ std::vector<float> plain_reordering(reordering_t kind, const std::array<float, 6
 
 int nearest_reordering(std::span<const float, 3> log_probs) {
   std::array<double, 3> wanted{};
-  for (std::size_t i = 0; i < 3; ++i) wanted[i] = std::exp(static_cast<double>(log_probs[i]));
+  for (std::size_t i = 0; i < 3; ++i) {
+    wanted[i] = std::exp(static_cast<double>(log_probs[i]));
+  }
   const double sum = wanted[0] + wanted[1] + wanted[2];
   int nearest = 0;
   double least = std::numeric_limits<double>::infinity();
@@ -66,7 +72,9 @@ int nearest_reordering(std::span<const float, 3> log_probs) {
     double distance = 0;
     for (std::size_t i = 0; i < 3 && sum > 0; ++i) {
       const double share = wanted[i] / sum;
-      if (share > 0) distance += share * (std::log(share) - static_cast<double>(scores[i]));
+      if (share > 0) {
+        distance += share * (std::log(share) - static_cast<double>(scores[i]));
+      }
     }
     if (distance < least - 1e-12) {
       least = distance;
@@ -79,7 +87,9 @@ int nearest_reordering(std::span<const float, 3> log_probs) {
 std::vector<std::string> phrase_table_report_t::warnings() const {
   std::vector<std::string> lines;
   const auto tell = [&](std::uint64_t count, const char* what) {
-    if (count != 0) lines.push_back(std::to_string(count) + " " + what);
+    if (count != 0) {
+      lines.push_back(std::to_string(count) + " " + what);
+    }
   };
   tell(repeated, "phrase pairs were given more than once: the best translation score stays");
   tell(bad_source_words,
@@ -157,7 +167,9 @@ PhraseTableBuilder::item_t PhraseTableBuilder::store(const phrase_t& source,
 
 void PhraseTableBuilder::add(const phrase_entry_t& entry) {
   ++report_.added;
-  if (!accept(entry.source, entry.target)) return;
+  if (!accept(entry.source, entry.target)) {
+    return;
+  }
   const bool finite = std::isfinite(entry.translation) &&
                       std::all_of(entry.reordering.begin(), entry.reordering.end(),
                                   [](float value) { return std::isfinite(value); });
@@ -173,7 +185,7 @@ void PhraseTableBuilder::add(const phrase_entry_t& entry) {
 }
 
 void PhraseTableBuilder::add_reordering(const phrase_t& source, const phrase_t& target,
-                                        reordering_t kind, const std::array<float, 6>& values) {
+                                        ReorderingKind kind, const std::array<float, 6>& values) {
   const bool finite =
       std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); });
   if (!finite || source.count == 0 || !source.fits() || !target.fits()) {
@@ -196,7 +208,9 @@ int PhraseTableBuilder::compare_sources(const item_t& a, const item_t& b) const 
 // By source, then by target.
 bool PhraseTableBuilder::before(const item_t& a, const item_t& b) const {
   const int order = compare_sources(a, b);
-  if (order != 0) return order < 0;
+  if (order != 0) {
+    return order < 0;
+  }
   const auto x = target(a);
   const auto y = target(b);
   return std::lexicographical_compare(x.begin(), x.end(), y.begin(), y.end());
@@ -210,7 +224,9 @@ void PhraseTableBuilder::sort_and_merge() {
   for (const item_t& item : items_) {
     if (kept > 0 && !before(items_[kept - 1], item)) {
       ++report_.repeated;
-      if (item.translation > items_[kept - 1].translation) items_[kept - 1] = item;
+      if (item.translation > items_[kept - 1].translation) {
+        items_[kept - 1] = item;
+      }
     } else {
       items_[kept++] = item;
     }
@@ -221,10 +237,12 @@ void PhraseTableBuilder::sort_and_merge() {
 void PhraseTableBuilder::join_reordering() {
   auto at = items_.begin();
   for (const item_t& values : reordering_) {
-    while (at != items_.end() && before(*at, values)) ++at;
+    while (at != items_.end() && before(*at, values)) {
+      ++at;
+    }
     if (at == items_.end() || before(values, *at)) {
       ++report_.lone_reordering;
-    } else if (at->kind == reordering_t::kNone) {
+    } else if (at->kind == ReorderingKind::kNone) {
       at->kind = values.kind;
       at->reordering = values.reordering;
     }
@@ -268,7 +286,9 @@ std::vector<PhraseTableBuilder::scored_t> PhraseTableBuilder::score() {
 
 std::vector<float> PhraseTableBuilder::translation_scores(const scored_t& entry) const {
   const float translation = items_[entry.item].translation;
-  if (options_.score_size == 7) return {translation};
+  if (options_.score_size == 7) {
+    return {translation};
+  }
   return {entry.total, entry.complete, translation};
 }
 
@@ -279,13 +299,17 @@ decoder::Compressor PhraseTableBuilder::train(const std::vector<scored_t>& score
   for (std::size_t i = 0; i < scores; ++i) {
     std::vector<float> values;
     values.reserve(scored.size());
-    for (const scored_t& entry : scored) values.push_back(translation_scores(entry)[i]);
+    for (const scored_t& entry : scored) {
+      values.push_back(translation_scores(entry)[i]);
+    }
     const decoder::Quantifier& quantifier = quantifiers.emplace_back(
-        options_.quantize == quantize_t::kKMeans ? kmeans_samples(values, options_.samples)
-                                                 : quantile_samples(values, options_.samples));
+        options_.quantize == Quantization::kKMeans ? kmeans_samples(values, options_.samples)
+                                                   : quantile_samples(values, options_.samples));
     report_.quantize_error.push_back(values.empty() ? 0.0 : quantize_error(values, quantifier));
     out.put_i32(static_cast<std::int32_t>(quantifier.samples().size()));
-    for (const float sample : quantifier.samples()) out.put_f32(sample);
+    for (const float sample : quantifier.samples()) {
+      out.put_f32(sample);
+    }
   }
   write_file(options_.quantifier_path, out.bytes());
   return decoder::Compressor(std::move(quantifiers));
@@ -303,9 +327,15 @@ void PhraseTableBuilder::append_entry(ByteWriter& out, const scored_t& entry,
     return;
   }
   out.put_u32(item.target_count);
-  for (const std::int32_t word : target(item)) out.put_i32(word);
-  for (const float score : scores) out.put_f32(score);
-  for (const float score : plain_reordering(item.kind, item.reordering)) out.put_f32(score);
+  for (const std::int32_t word : target(item)) {
+    out.put_i32(word);
+  }
+  for (const float score : scores) {
+    out.put_f32(score);
+  }
+  for (const float score : plain_reordering(item.kind, item.reordering)) {
+    out.put_f32(score);
+  }
 }
 
 phrase_table_report_t PhraseTableBuilder::write(const std::string& path) {
@@ -316,7 +346,9 @@ phrase_table_report_t PhraseTableBuilder::write(const std::string& path) {
   }
   const std::vector<scored_t> scored = score();
   std::unique_ptr<decoder::Compressor> compressor;
-  if (options_.compact) compressor = std::make_unique<decoder::Compressor>(train(scored));
+  if (options_.compact) {
+    compressor = std::make_unique<decoder::Compressor>(train(scored));
+  }
 
   AtomicFile data(path + ".data");
   std::vector<trie_phrase_t> sources;

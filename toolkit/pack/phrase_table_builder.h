@@ -21,7 +21,7 @@
 
 namespace koralite::toolkit {
 
-enum class quantize_t : std::uint8_t {
+enum class Quantization : std::uint8_t {
   kKMeans,    // samples that minimise the squared error of all scores
   kQuantiles  // samples that stand for equally many scores each
 };
@@ -31,7 +31,7 @@ struct phrase_table_options_t {
   int score_size = 9;    // 9, or 7 to leave the language model scores out
   int max_targets = 0;   // targets kept per source phrase, the best; 0: all
   int samples = 256;     // per score of a compact table, 1 to 256
-  quantize_t quantize = quantize_t::kKMeans;
+  Quantization quantize = Quantization::kKMeans;
   std::string quantifier_path = {};  // written when compact; may not be empty then
 
   // Scores the targets of a table of nine scores; needed then. Its visible trees change.
@@ -76,7 +76,7 @@ class PhraseTableBuilder {
   void add(const phrase_entry_t& entry);
 
   // Reordering values of a pair that is given, before or after, by `add` without any.
-  void add_reordering(const phrase_t& source, const phrase_t& target, reordering_t kind,
+  void add_reordering(const phrase_t& source, const phrase_t& target, ReorderingKind kind,
                       const std::array<float, 6>& values);
 
   // Sorts, scores and writes PATH, PATH.nodes and PATH.data. The builder is empty afterwards.
@@ -87,7 +87,7 @@ class PhraseTableBuilder {
     std::uint64_t words = 0;  // place of the ids, source before target
     std::uint8_t source_count = 0;
     std::uint8_t target_count = 0;
-    reordering_t kind = reordering_t::kNone;
+    ReorderingKind kind = ReorderingKind::kNone;
     float translation = 0.0F;
     std::array<float, 6> reordering{};
   };

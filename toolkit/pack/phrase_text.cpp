@@ -22,7 +22,9 @@ class TableReader {
   bool next(std::size_t scores) {
     std::string_view line;
     while (lines_.next(line)) {
-      if (line.find_first_not_of(" \t") == std::string_view::npos) continue;
+      if (line.find_first_not_of(" \t") == std::string_view::npos) {
+        continue;
+      }
       ++report_.lines;
       const std::string_view source_words = field(line);
       const std::string_view target_words = field(line);
@@ -50,7 +52,9 @@ class TableReader {
  private:
   // Takes the text up to the next bar off `rest`; a null view when nothing is left.
   static std::string_view field(std::string_view& rest) {
-    if (rest.data() == nullptr) return {};
+    if (rest.data() == nullptr) {
+      return {};
+    }
     const std::size_t bar = rest.find(kBar);
     const std::string_view taken = rest.substr(0, bar);
     rest = bar == std::string_view::npos ? std::string_view() : rest.substr(bar + kBar.size());
@@ -62,7 +66,9 @@ class TableReader {
     phrase = {};
     for (const std::string_view word : fields_) {
       const std::int32_t id = id_of(word);
-      if (id < 0) return false;
+      if (id < 0) {
+        return false;
+      }
       phrase.push_back(id);
     }
     return true;
@@ -122,8 +128,10 @@ phrase_text_report_t read_reordering_table(const std::string& path, const word_i
   TableReader reader(path, source_id, target_id, options);
   std::array<float, 6> values{};
   while (reader.next(values.size())) {
-    for (std::size_t i = 0; i < values.size(); ++i) values[i] = static_cast<float>(reader.logs[i]);
-    builder.add_reordering(reader.source, reader.target, reordering_t::kLogProbs, values);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      values[i] = static_cast<float>(reader.logs[i]);
+    }
+    builder.add_reordering(reader.source, reader.target, ReorderingKind::kLogProbs, values);
   }
   return reader.report();
 }

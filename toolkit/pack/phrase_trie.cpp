@@ -25,7 +25,9 @@ class Subtree {
  public:
   explicit Subtree(std::span<const trie_phrase_t> phrases) : phrases_(phrases) {
     groups_.push_back({0, phrases.size(), 1, 0});
-    for (std::size_t i = 0; i < groups_.size(); ++i) lay(groups_[i]);
+    for (std::size_t i = 0; i < groups_.size(); ++i) {
+      lay(groups_[i]);
+    }
   }
 
   const std::vector<record_t>& records() const { return records_; }
@@ -54,8 +56,12 @@ class Subtree {
     for (std::size_t i = group.begin; i < group.end; ++children) {
       const std::int32_t word = phrases_[i].words[group.depth];
       std::size_t end = i;
-      while (end < group.end && phrases_[end].words[group.depth] == word) ++end;
-      if (children > 0 || end < group.end) records_.emplace_back();
+      while (end < group.end && phrases_[end].words[group.depth] == word) {
+        ++end;
+      }
+      if (children > 0 || end < group.end) {
+        records_.emplace_back();
+      }
       record_t& child = records_.back();
       child.key = static_cast<std::uint16_t>(word);
       if (phrases_[i].words.size() == group.depth + 1) {
@@ -63,10 +69,14 @@ class Subtree {
         child.offset = phrases_[i].offset;
         ++i;
       }
-      if (i < end) groups_.push_back({i, end, group.depth + 1, records_.size() - 1});
+      if (i < end) {
+        groups_.push_back({i, end, group.depth + 1, records_.size() - 1});
+      }
       i = end;
     }
-    if (children > 1) records_[start] = {kGroupKey, children, 0};
+    if (children > 1) {
+      records_[start] = {kGroupKey, children, 0};
+    }
   }
 
   std::span<const trie_phrase_t> phrases_;
@@ -86,12 +96,18 @@ void write_phrase_trie(std::span<const trie_phrase_t> phrases, AtomicFile& head,
   std::size_t next = 0;
   for (std::uint64_t word = 0; word < count; ++word) {
     std::size_t end = next;
-    while (end < phrases.size() && static_cast<std::uint64_t>(phrases[end].words[0]) == word) ++end;
+    while (end < phrases.size() && static_cast<std::uint64_t>(phrases[end].words[0]) == word) {
+      ++end;
+    }
     std::uint32_t offset = kNone;
-    if (next < end && phrases[next].words.size() == 1) offset = phrases[next++].offset;
+    if (next < end && phrases[next].words.size() == 1) {
+      offset = phrases[next++].offset;
+    }
     std::uint32_t first_group = kNone;
     if (next < end) {
-      if (written >= kNone) throw std::runtime_error("too many source phrases");
+      if (written >= kNone) {
+        throw std::runtime_error("too many source phrases");
+      }
       first_group = static_cast<std::uint32_t>(written);
       const Subtree subtree(phrases.subspan(next, end - next));
       ByteWriter out;

@@ -21,7 +21,9 @@ struct sorted_t {
     double total = 0;
     for (std::size_t i = 0; i < values.size();) {
       std::size_t end = i;
-      while (end < values.size() && values[end] == values[i]) ++end;
+      while (end < values.size() && values[end] == values[i]) {
+        ++end;
+      }
       distinct.push_back(values[i]);
       weight.push_back(count);
       sum.push_back(total);
@@ -41,9 +43,13 @@ struct sorted_t {
 std::vector<float> means(const sorted_t& values, const std::vector<std::size_t>& borders) {
   std::vector<float> samples;
   for (std::size_t i = 0; i + 1 < borders.size(); ++i) {
-    if (borders[i] == borders[i + 1]) continue;
+    if (borders[i] == borders[i + 1]) {
+      continue;
+    }
     const auto sample = static_cast<float>(values.mean(borders[i], borders[i + 1]));
-    if (samples.empty() || sample > samples.back()) samples.push_back(sample);
+    if (samples.empty() || sample > samples.back()) {
+      samples.push_back(sample);
+    }
   }
   return samples;
 }
@@ -62,9 +68,13 @@ std::vector<float> quantiles(const sorted_t& values, int count) {
 }  // namespace
 
 std::vector<float> kmeans_samples(std::vector<float> values, int count) {
-  if (values.empty()) return {};
+  if (values.empty()) {
+    return {};
+  }
   const sorted_t sorted(std::move(values));
-  if (sorted.distinct.size() <= static_cast<std::size_t>(count)) return sorted.distinct;
+  if (sorted.distinct.size() <= static_cast<std::size_t>(count)) {
+    return sorted.distinct;
+  }
   std::vector<float> samples = quantiles(sorted, count);
   for (int round = 0; round < kMaxRounds; ++round) {
     // Equal values fall together in one quantile, so there may be samples to spare: they go where
@@ -72,11 +82,17 @@ std::vector<float> kmeans_samples(std::vector<float> values, int count) {
     while (samples.size() < static_cast<std::size_t>(count)) {
       std::size_t widest = 1;
       for (std::size_t i = 1; i < samples.size(); ++i) {
-        if (samples[i] - samples[i - 1] > samples[widest] - samples[widest - 1]) widest = i;
+        if (samples[i] - samples[i - 1] > samples[widest] - samples[widest - 1]) {
+          widest = i;
+        }
       }
-      if (samples.size() < 2) break;
+      if (samples.size() < 2) {
+        break;
+      }
       const float middle = samples[widest - 1] + (samples[widest] - samples[widest - 1]) / 2.0F;
-      if (middle <= samples[widest - 1] || middle >= samples[widest]) break;
+      if (middle <= samples[widest - 1] || middle >= samples[widest]) {
+        break;
+      }
       samples.insert(samples.begin() + static_cast<std::ptrdiff_t>(widest), middle);
     }
     std::vector<std::size_t> borders{0};
@@ -87,14 +103,18 @@ std::vector<float> kmeans_samples(std::vector<float> values, int count) {
     }
     borders.push_back(sorted.distinct.size());
     std::vector<float> better = means(sorted, borders);
-    if (better == samples) break;
+    if (better == samples) {
+      break;
+    }
     samples = std::move(better);
   }
   return samples;
 }
 
 std::vector<float> quantile_samples(std::vector<float> values, int count) {
-  if (values.empty()) return {};
+  if (values.empty()) {
+    return {};
+  }
   return quantiles(sorted_t(std::move(values)), count);
 }
 

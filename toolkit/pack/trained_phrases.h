@@ -27,7 +27,7 @@ class TrainedPhrases {
     std::uint32_t words = 0;  // place of the ids, source before target
     std::uint8_t source_count = 0;
     std::uint8_t target_count = 0;
-    std::array<float, translation_features> log_probabilities{};
+    std::array<float, kTranslationFeatures> log_probabilities{};
     std::array<std::uint16_t, 6> orientations{};
   };
 
@@ -44,24 +44,24 @@ class TrainedPhrases {
   TrainedPhrases(const std::string& phrases, std::span<const std::string> source_text,
                  std::span<const std::string> target_text);
 
-  const VocabBuilder& source_vocab() const { return m_source_vocab; }
-  const VocabBuilder& target_vocab() const { return m_target_vocab; }
-  std::span<const record_t> records() const { return m_records; }
+  const VocabBuilder& source_vocab() const { return source_vocab_; }
+  const VocabBuilder& target_vocab() const { return target_vocab_; }
+  std::span<const record_t> records() const { return records_; }
   std::span<const std::int32_t> source(const record_t& record) const {
-    return std::span<const std::int32_t>(m_words).subspan(record.words, record.source_count);
+    return std::span<const std::int32_t>(words_).subspan(record.words, record.source_count);
   }
   std::span<const std::int32_t> target(const record_t& record) const {
-    return std::span<const std::int32_t>(m_words).subspan(record.words + record.source_count,
-                                                          record.target_count);
+    return std::span<const std::int32_t>(words_).subspan(record.words + record.source_count,
+                                                         record.target_count);
   }
-  const report_t& report() const { return m_report; }
+  const report_t& report() const { return report_; }
 
  private:
-  VocabBuilder m_source_vocab;
-  VocabBuilder m_target_vocab;
-  std::vector<std::int32_t> m_words;
-  std::vector<record_t> m_records;
-  report_t m_report;
+  VocabBuilder source_vocab_;
+  VocabBuilder target_vocab_;
+  std::vector<std::int32_t> words_;
+  std::vector<record_t> records_;
+  report_t report_;
 };
 
 // Packs a language model for a target vocabulary; n-grams with other words are left out.

@@ -13,13 +13,13 @@
 
 namespace koralite::toolkit {
 
-/// `length` words from place `at` of the whole text.
+// `length` words from place `at` of the whole text.
 struct PhraseRef {
   std::uint32_t at = 0;
   std::uint32_t length = 0;
 };
 
-/// Fingerprint of a phrase that is one word longer than the one with print `before`.
+// Fingerprint of a phrase that is one word longer than the one with print `before`.
 inline std::uint64_t phrase_print(std::uint64_t before, WordId word) {
   std::uint64_t x = (before ^ (word + 0x9E3779B97F4A7C15ULL)) * 0xBF58476D1CE4E5B9ULL;
   x ^= x >> 29U;
@@ -39,9 +39,9 @@ class PhraseCounts {
   PhraseCounts(std::span<const WordId> text, std::uint64_t fingerprint_mask)
       : text_(text), mask_(fingerprint_mask), slots_(1024) {}
 
-  /// Adds one partner of the phrase.
+  // Adds one partner of the phrase.
   void add(const PhraseRef& phrase, std::uint32_t count, std::uint32_t sentences);
-  /// Totals of a phrase that was added.
+  // Totals of a phrase that was added.
   const Totals& find(const PhraseRef& phrase) const { return slots_[slot(phrase)].totals; }
   std::size_t size() const { return used_; }
 

@@ -37,15 +37,21 @@ std::span<const ExtractedPhrase> PhraseExtractor::extract(std::size_t sources, s
     for (std::size_t end = begin; end < sources && end - begin < max_source_; ++end) {
       low = std::min(low, first_target_[end]);
       high = std::max(high, last_target_[end]);
-      if (high < 0) continue;
-      if (high - low >= target_limit) break;
+      if (high < 0) {
+        continue;
+      }
+      if (high - low >= target_limit) {
+        break;
+      }
       bool consistent = true;
       for (int t = low; t <= high && consistent; ++t) {
         const auto i = static_cast<std::size_t>(t);
         consistent = last_source_[i] < 0 || (first_source_[i] >= static_cast<int>(begin) &&
                                              last_source_[i] <= static_cast<int>(end));
       }
-      if (!consistent) continue;
+      if (!consistent) {
+        continue;
+      }
       for (int from = low; from == low || (from >= 0 && high - from < target_limit &&
                                            last_source_[static_cast<std::size_t>(from)] < 0);
            --from) {

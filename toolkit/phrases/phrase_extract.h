@@ -12,7 +12,7 @@
 
 namespace koralite::toolkit {
 
-/// Positions are inclusive.
+// Positions are inclusive.
 struct ExtractedPhrase {
   std::uint16_t source_begin = 0;
   std::uint16_t source_end = 0;
@@ -27,9 +27,9 @@ class PhraseExtractor {
   PhraseExtractor(std::size_t max_source, std::size_t max_target, OrientationModel orientation)
       : max_source_(max_source), max_target_(max_target), orientation_(orientation) {}
 
-  /// All pairs of spans within the limits that hold a link and that no link
-  /// leaves on one side only; unaligned words may lie at any edge. The result
-  /// stays until the next call. Links must lie inside the two lengths.
+  // All pairs of spans within the limits that hold a link and that no link
+  // leaves on one side only; unaligned words may lie at any edge. The result
+  // stays until the next call. Links must lie inside the two lengths.
   std::span<const ExtractedPhrase> extract(std::size_t sources, std::size_t targets,
                                            std::span<const Link> links);
 

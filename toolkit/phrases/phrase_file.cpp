@@ -11,11 +11,13 @@ namespace koralite::toolkit {
 
 namespace {
 
-constexpr std::string_view bars = " ||| ";
+constexpr std::string_view kBars = " ||| ";
 
 void append_words(std::string& text, std::span<const WordId> words, const WordTable& table) {
   for (std::size_t i = 0; i < words.size(); ++i) {
-    if (i > 0) text += ' ';
+    if (i > 0) {
+      text += ' ';
+    }
     text += table.word(words[i]);
   }
 }
@@ -34,9 +36,9 @@ void append_number(std::string& text, Number number) {
 
 // Takes the text up to the next bars.
 std::string_view take_field(std::string_view& rest) {
-  const std::size_t end = rest.find(bars);
+  const std::size_t end = rest.find(kBars);
   const std::string_view field = rest.substr(0, end);
-  rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + bars.size());
+  rest = end == std::string_view::npos ? std::string_view() : rest.substr(end + kBars.size());
   return field;
 }
 
@@ -44,7 +46,9 @@ void split_into(std::string_view text, std::vector<std::string_view>& words) {
   words.clear();
   for (std::size_t begin = 0; begin < text.size();) {
     const std::size_t end = std::min(text.find(' ', begin), text.size());
-    if (end > begin) words.push_back(text.substr(begin, end - begin));
+    if (end > begin) {
+      words.push_back(text.substr(begin, end - begin));
+    }
     begin = end + 1;
   }
 }
@@ -54,9 +58,13 @@ bool parse_numbers(std::string_view text, Numbers& numbers) {
   const char* at = text.data();
   const char* const end = at + text.size();
   for (auto& number : numbers) {
-    while (at != end && *at == ' ') ++at;
+    while (at != end && *at == ' ') {
+      ++at;
+    }
     const auto result = std::from_chars(at, end, number);
-    if (result.ec != std::errc()) return false;
+    if (result.ec != std::errc()) {
+      return false;
+    }
     at = result.ptr;
   }
   return at == end;
@@ -68,27 +76,31 @@ std::string format_phrase(const PhrasePair& pair, const WordTable& source,
                           const WordTable& target) {
   std::string line;
   append_words(line, pair.source, source);
-  line += bars;
+  line += kBars;
   append_words(line, pair.target, target);
-  line += bars;
+  line += kBars;
   append_number(line, pair.forward);
   for (const double p : {pair.forward_lexical, pair.backward, pair.backward_lexical}) {
     line += ' ';
     append_number(line, p);
   }
-  line += bars;
+  line += kBars;
   bool is_first = true;
   for (std::size_t s = 0; s < pair.source.size(); ++s) {
     for (std::size_t t = 0; t < pair.target.size(); ++t) {
-      if (((pair.links >> (s * 8 + t)) & 1U) == 0) continue;
-      if (!is_first) line += ' ';
+      if (((pair.links >> (s * 8 + t)) & 1U) == 0) {
+        continue;
+      }
+      if (!is_first) {
+        line += ' ';
+      }
       is_first = false;
       append_number(line, s);
       line += '-';
       append_number(line, t);
     }
   }
-  line += bars;
+  line += kBars;
   append_number(line, pair.count);
   for (const std::uint32_t n : {pair.source_count, pair.target_count}) {
     line += ' ';
@@ -134,26 +146,40 @@ bool number_tags(const phrase_line_t& phrase, std::vector<std::string>& target) 
   target.assign(phrase.target.begin(), phrase.target.end());
   std::uint32_t taken = 0;  // source positions
   for (std::size_t t = 0; t < target.size(); ++t) {
-    if (!is_tag_word(target[t])) continue;
+    if (!is_tag_word(target[t])) {
+      continue;
+    }
     bool has_partner = false;
     for (const Link& link : phrase.links) {
-      if (link.target != t || link.source >= phrase.source.size()) continue;
-      if (phrase.source[link.source] != phrase.target[t]) continue;
-      if (((taken >> link.source) & 1U) != 0) return false;
+      if (link.target != t || link.source >= phrase.source.size()) {
+        continue;
+      }
+      if (phrase.source[link.source] != phrase.target[t]) {
+        continue;
+      }
+      if (((taken >> link.source) & 1U) != 0) {
+        return false;
+      }
       taken |= 1U << link.source;
       std::uint32_t number = 0;
       for (std::size_t s = 0; s < link.source; ++s) {
-        if (phrase.source[s] == phrase.target[t]) ++number;
+        if (phrase.source[s] == phrase.target[t]) {
+          ++number;
+        }
       }
       target[t].back() = static_cast<char>('0' + number);
       has_partner = true;
       break;
     }
-    if (!has_partner) return false;
+    if (!has_partner) {
+      return false;
+    }
   }
   // A span that the target leaves out would lose what the text says.
   for (std::size_t s = 0; s < phrase.source.size(); ++s) {
-    if (is_tag_word(phrase.source[s]) && ((taken >> s) & 1U) == 0) return false;
+    if (is_tag_word(phrase.source[s]) && ((taken >> s) & 1U) == 0) {
+      return false;
+    }
   }
   return true;
 }

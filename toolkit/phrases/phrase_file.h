@@ -19,12 +19,12 @@
 
 namespace koralite::toolkit {
 
-inline constexpr std::size_t translation_features = 4;
+inline constexpr std::size_t kTranslationFeatures = 4;
 
 struct phrase_line_t {
   std::vector<std::string_view> source;
   std::vector<std::string_view> target;
-  std::array<double, translation_features> probabilities{};
+  std::array<double, kTranslationFeatures> probabilities{};
   std::array<std::uint32_t, 6> orientations{};
   std::vector<Link> links;
 };

@@ -45,9 +45,13 @@ struct Counted {
 class CountedStore {
  public:
   explicit CountedStore(bool in_file) : parts_(kPartitions) {
-    if (!in_file) return;
+    if (!in_file) {
+      return;
+    }
     file_.reset(std::tmpfile());
-    if (!file_) throw std::runtime_error("cannot create a temporary file for phrase pairs");
+    if (!file_) {
+      throw std::runtime_error("cannot create a temporary file for phrase pairs");
+    }
     sizes_.resize(kPartitions);
     offsets_.resize(kPartitions);
   }
@@ -66,7 +70,9 @@ class CountedStore {
   }
 
   std::vector<Counted> take(std::size_t part) {
-    if (!file_) return std::move(parts_[part]);
+    if (!file_) {
+      return std::move(parts_[part]);
+    }
     std::vector<Counted> pairs(sizes_[part]);
     if (std::fseek(file_.get(), offsets_[part], SEEK_SET) != 0 ||
         std::fread(pairs.data(), sizeof(Counted), pairs.size(), file_.get()) != pairs.size()) {
@@ -187,7 +193,9 @@ class Builder {
       for (const ExtractedPhrase& p : phrases) {
         const std::uint64_t print = w.source(p.source_begin, p.source_end);
         const std::size_t part = print >> 56U;
-        if (part < first || part >= last) continue;
+        if (part < first || part >= last) {
+          continue;
+        }
         w.parts[part].push_back({print,
                                  w.target(p.target_begin, p.target_end),
                                  links_inside(p, links),
@@ -213,7 +221,9 @@ class Builder {
         share);
     std::vector<Parts> parts;
     parts.reserve(workers.size());
-    for (Worker& worker : workers) parts.push_back(std::move(worker.parts));
+    for (Worker& worker : workers) {
+      parts.push_back(std::move(worker.parts));
+    }
     return parts;
   }
 
@@ -281,7 +291,9 @@ class Builder {
              same(target_words(all[end].target), target_words(head.target));
            ++end) {
         ++pair.count;
-        if (end == begin || all[end].sentence != all[end - 1].sentence) ++pair.sentences;
+        if (end == begin || all[end].sentence != all[end - 1].sentence) {
+          ++pair.sentences;
+        }
         ++pair.previous[all[end].orientation / 3U];
         ++pair.next[all[end].orientation % 3U];
         links.push_back(all[end].links);
@@ -299,7 +311,9 @@ class Builder {
     std::size_t best_count = 0;
     for (std::size_t begin = 0; begin < values.size();) {
       std::size_t end = begin;
-      while (end < values.size() && values[end] == values[begin]) ++end;
+      while (end < values.size() && values[end] == values[begin]) {
+        ++end;
+      }
       if (end - begin > best_count) {
         best_count = end - begin;
         best = values[begin];
@@ -324,7 +338,9 @@ class Builder {
       for (const Counted& pair : counted[item]) {
         targets_.add(pair.target, pair.count, pair.sentences);
         statistics_.instances += pair.count;
-        if (pair.count <= seen_.size()) ++seen_[pair.count - 1];
+        if (pair.count <= seen_.size()) {
+          ++seen_[pair.count - 1];
+        }
         for (std::size_t k = 0; k < 3; ++k) {
           statistics_.previous[k] += pair.previous[k];
           statistics_.next[k] += pair.next[k];
@@ -348,7 +364,9 @@ class Builder {
   // What the discounts take from pairs seen once, twice, oftener.
   double freed(const std::array<std::uint32_t, 3>& seen) const {
     double sum = 0;
-    for (std::size_t k = 0; k < 3; ++k) sum += statistics_.discounts[k] * seen[k];
+    for (std::size_t k = 0; k < 3; ++k) {
+      sum += statistics_.discounts[k] * seen[k];
+    }
     return sum;
   }
 
@@ -368,7 +386,9 @@ class Builder {
     for (std::size_t begin = 0; begin < kPartitions; begin += batch) {
       const std::size_t end = std::min(kPartitions, begin + batch);
       std::vector<Scored> scored(end - begin);
-      for (std::size_t i = 0; i < scored.size(); ++i) scored[i].counted = store.take(begin + i);
+      for (std::size_t i = 0; i < scored.size(); ++i) {
+        scored[i].counted = store.take(begin + i);
+      }
       parallel_for(scored.size(), options_.threads,
                    [&](std::size_t item, unsigned) { score_part(scored[item]); });
       for (const Scored& part : scored) {
@@ -414,7 +434,9 @@ class Builder {
       pair.significance = fisher_significance(
           in.sentences, std::min<std::uint64_t>(sentences, bitext_.size()),
           std::min<std::uint64_t>(target.sentences, bitext_.size()), bitext_.size());
-      if (in.count < options_.min_count) continue;
+      if (in.count < options_.min_count) {
+        continue;
+      }
       if (in.source.length > options_.always_significant &&
           pair.significance < options_.min_significance) {
         continue;
@@ -436,7 +458,9 @@ class Builder {
       pair.backward_lexical = words_.backward_weight(pair.source, pair.target, pair.links);
       part.pairs.push_back(pair);
     }
-    if (part.pairs.size() == begin) return;
+    if (part.pairs.size() == begin) {
+      return;
+    }
     const auto worth = [](const PhrasePair& p) {
       return p.forward * p.backward * p.forward_lexical * p.backward_lexical;
     };
@@ -467,7 +491,9 @@ void check(const Bitext& bitext, const Alignment& alignment, const PhraseOptions
       options.max_target > 8) {
     throw std::runtime_error("phrases must be limited to 1 to 8 words");
   }
-  if (options.memory == 0) throw std::runtime_error("phrase extraction needs some memory");
+  if (options.memory == 0) {
+    throw std::runtime_error("phrase extraction needs some memory");
+  }
   if (alignment.size() != bitext.size()) {
     throw std::runtime_error(
         "the alignment is of another text: " + std::to_string(alignment.size()) +
@@ -497,10 +523,14 @@ PhraseStatistics build_phrase_table(const Bitext& bitext, const Alignment& align
 
 double fisher_significance(std::uint64_t both, std::uint64_t source, std::uint64_t target,
                            std::uint64_t sentences) {
-  if (both == 0) return 0;
+  if (both == 0) {
+    return 0;
+  }
   // Stirling's series: std::lgamma writes a global and is slow.
   const auto log_factorial = [](std::uint64_t n) {
-    if (n < 2) return 0.0;
+    if (n < 2) {
+      return 0.0;
+    }
     double x = static_cast<double>(n) + 1;
     double shift = 0;
     while (x < 10) {
@@ -517,7 +547,9 @@ double fisher_significance(std::uint64_t both, std::uint64_t source, std::uint64
   };
   const std::uint64_t most = std::min(source, target);
   const std::uint64_t least = source + target > sentences ? source + target - sentences : 0;
-  if (both <= least) return 0;
+  if (both <= least) {
+    return 0;
+  }
   const double first = log_choose(source, both) + log_choose(sentences - source, target - both) -
                        log_choose(sentences, target);
   // Later terms by their ratio to the one before.

@@ -22,18 +22,26 @@ WordTranslation::WordTranslation(const Bitext& bitext, const Alignment& alignmen
       source_used[link.source] = target_used[link.target] = true;
     }
     // A pair without any link was not aligned at all and says nothing.
-    if (alignment[pair].empty()) continue;
+    if (alignment[pair].empty()) {
+      continue;
+    }
     for (std::size_t s = 0; s < source.size(); ++s) {
-      if (!source_used[s]) all.push_back(static_cast<std::uint64_t>(source[s]) << 32U | kEmpty);
+      if (!source_used[s]) {
+        all.push_back(static_cast<std::uint64_t>(source[s]) << 32U | kEmpty);
+      }
     }
     for (std::size_t t = 0; t < target.size(); ++t) {
-      if (!target_used[t]) all.push_back(static_cast<std::uint64_t>(kEmpty) << 32U | target[t]);
+      if (!target_used[t]) {
+        all.push_back(static_cast<std::uint64_t>(kEmpty) << 32U | target[t]);
+      }
     }
   }
   std::sort(all.begin(), all.end());
   for (std::size_t begin = 0; begin < all.size();) {
     std::size_t end = begin;
-    while (end < all.size() && all[end] == all[begin]) ++end;
+    while (end < all.size() && all[end] == all[begin]) {
+      ++end;
+    }
     keys_.push_back(all[begin]);
     counts_.push_back(static_cast<std::uint32_t>(end - begin));
     const std::size_t source = std::min<std::size_t>(all[begin] >> 32U, source_totals_.size() - 1);
@@ -55,7 +63,9 @@ double WordTranslation::count(WordId source, WordId target) const {
   const auto end = keys_.begin() + static_cast<std::ptrdiff_t>(rows_[row + 1]);
   const std::uint64_t key = static_cast<std::uint64_t>(source) << 32U | target;
   const auto found = std::lower_bound(begin, end, key);
-  if (found == end || *found != key) return 0;
+  if (found == end || *found != key) {
+    return 0;
+  }
   return counts_[static_cast<std::size_t>(found - keys_.begin())];
 }
 
@@ -76,7 +86,9 @@ double WordTranslation::forward_weight(std::span<const WordId> source,
     double sum = 0;
     int linked = 0;
     for (std::size_t s = 0; s < source.size(); ++s) {
-      if ((links >> (s * 8 + t) & 1U) == 0) continue;
+      if ((links >> (s * 8 + t) & 1U) == 0) {
+        continue;
+      }
       sum += forward(source[s], target[t]);
       ++linked;
     }
@@ -92,7 +104,9 @@ double WordTranslation::backward_weight(std::span<const WordId> source,
     double sum = 0;
     int linked = 0;
     for (std::size_t t = 0; t < target.size(); ++t) {
-      if ((links >> (s * 8 + t) & 1U) == 0) continue;
+      if ((links >> (s * 8 + t) & 1U) == 0) {
+        continue;
+      }
       sum += backward(source[s], target[t]);
       ++linked;
     }

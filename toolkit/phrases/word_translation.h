@@ -14,21 +14,21 @@ namespace koralite::toolkit {
 
 class WordTranslation {
  public:
-  /// Stands for the empty word on either side.
+  // Stands for the empty word on either side.
   static constexpr WordId kEmpty = 0xFFFFFFFF;
 
   WordTranslation(const Bitext& bitext, const Alignment& alignment);
 
-  /// p(target | source), 0 when the two were never linked.
+  // p(target | source), 0 when the two were never linked.
   double forward(WordId source, WordId target) const;
-  /// p(source | target).
+  // p(source | target).
   double backward(WordId source, WordId target) const;
 
-  /// Product over the target words of the mean p(target | source) of their links
-  /// (p(target | empty) without one); bit s * 8 + t of links joins word s and t.
+  // Product over the target words of the mean p(target | source) of their links
+  // (p(target | empty) without one); bit s * 8 + t of links joins word s and t.
   double forward_weight(std::span<const WordId> source, std::span<const WordId> target,
                         std::uint64_t links) const;
-  /// The same the other way: product over the source words.
+  // The same the other way: product over the source words.
   double backward_weight(std::span<const WordId> source, std::span<const WordId> target,
                          std::uint64_t links) const;
 

@@ -15,14 +15,16 @@ namespace koralite::toolkit {
 namespace {
 
 // Longest tag that the word steps can mark a word with.
-constexpr std::size_t LONGEST_TYPE = 10235;
-constexpr std::size_t LONGEST_SOURCE = 102399;  // what a string table's block holds
+constexpr std::size_t kLongestType = 10235;
+constexpr std::size_t kLongestSource = 102399;  // what a string table's block holds
 
 std::vector<std::string> cut_at_blanks(const std::string& phrase) {
   std::vector<std::string> words;
   std::istringstream in(phrase);
   for (std::string word; std::getline(in, word, ' ');) {
-    if (!word.empty()) words.push_back(word);
+    if (!word.empty()) {
+      words.push_back(word);
+    }
   }
   return words;
 }
@@ -31,7 +33,9 @@ std::vector<std::string> cut_at_blanks(const std::string& phrase) {
 std::string escape(std::string_view text) {
   std::string escaped;
   for (const char c : text) {
-    if (c == '\\' || c == '#') escaped += '\\';
+    if (c == '\\' || c == '#') {
+      escaped += '\\';
+    }
     escaped += c;
   }
   return escaped;
@@ -40,7 +44,9 @@ std::string escape(std::string_view text) {
 std::string join(const std::vector<std::string>& words, const std::string& separator) {
   std::string text;
   for (std::size_t i = 0; i < words.size(); ++i) {
-    if (i > 0) text += separator;
+    if (i > 0) {
+      text += separator;
+    }
     text += words[i];
   }
   return text;
@@ -55,22 +61,32 @@ std::vector<entity_t> parse_entities(std::string_view text, const std::string& n
     std::string_view line = text.substr(0, text.find('\n'));
     text.remove_prefix(std::min(line.size() + 1, text.size()));
     ++number;
-    if (line.ends_with('\r')) line.remove_suffix(1);
+    if (line.ends_with('\r')) {
+      line.remove_suffix(1);
+    }
     const std::size_t first = line.find('\t');
-    if (line.empty() || (line[0] == '#' && first == std::string_view::npos)) continue;
+    if (line.empty() || (line[0] == '#' && first == std::string_view::npos)) {
+      continue;
+    }
     const std::size_t second = first == std::string_view::npos ? first : line.find('\t', first + 1);
     const auto fail = [&](const char* what) {
       throw std::runtime_error(name + ":" + std::to_string(number) + ": " + what);
     };
-    if (second == std::string_view::npos) fail("an entry is SOURCE, TAB, TYPE, TAB, TARGET");
+    if (second == std::string_view::npos) {
+      fail("an entry is SOURCE, TAB, TYPE, TAB, TARGET");
+    }
     const entity_t entity{std::string(line.substr(0, first)),
                           std::string(line.substr(first + 1, second - first - 1)),
                           std::string(line.substr(second + 1)), number};
     if (entity.source.empty() || entity.type.empty() || entity.target.empty()) {
       fail("an entry has an empty field");
     }
-    if (entity.target.find('\t') != std::string::npos) fail("an entry has more than three fields");
-    if (entity.type.size() > LONGEST_TYPE) fail("the type is too long");
+    if (entity.target.find('\t') != std::string::npos) {
+      fail("an entry has more than three fields");
+    }
+    if (entity.type.size() > kLongestType) {
+      fail("the type is too long");
+    }
     entities.push_back(entity);
   }
   return entities;
@@ -79,7 +95,9 @@ std::vector<entity_t> parse_entities(std::string_view text, const std::string& n
 entity_options_t chain_entity_options(const direction_t& direction, const std::string& config,
                                       const std::string& folder) {
   entity_options_t options;
-  if (has_no_blanks(direction.source)) options.join.clear();
+  if (has_no_blanks(direction.source)) {
+    options.join.clear();
+  }
   options.words = [chain = std::make_shared<textProcess::Processor>(
                        language_type(direction.source), language_type(direction.target), config,
                        folder)](const std::string& phrase) {
@@ -87,7 +105,9 @@ entity_options_t chain_entity_options(const direction_t& direction, const std::s
     chain->Preprocess(str);
     std::istringstream text(str.text());
     std::vector<std::string> words;
-    for (std::string word; text >> word;) words.push_back(std::move(word));
+    for (std::string word; text >> word;) {
+      words.push_back(std::move(word));
+    }
     return words;
   };
   return options;
@@ -126,7 +146,7 @@ std::vector<std::string> entity_lines(std::span<const entity_t> entities,
     }
     const std::string line = source + '\t' + entity.type + '\t' + escape(entity.target);
     std::string why;
-    if (source.size() > LONGEST_SOURCE) {
+    if (source.size() > kLongestSource) {
       drop("is too long");
     } else if (!resource_line_survives(line, static_cast<std::uint32_t>(line.size() + 1), &why)) {
       drop(why);

@@ -31,7 +31,9 @@ std::string_view take_field(std::string_view& line) {
 }
 
 bool parse_code_point(std::string_view text, std::uint32_t& code) {
-  if (!text.starts_with("U+")) return false;
+  if (!text.starts_with("U+")) {
+    return false;
+  }
   text.remove_prefix(2);
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), code, 16);
   return error == std::errc() && end == text.data() + text.size();
@@ -42,12 +44,16 @@ bool parse_code_point(std::string_view text, std::uint32_t& code) {
 std::string toneless_pinyin(std::string_view reading) {
   UErrorCode status = U_ZERO_ERROR;
   const icu::Normalizer2* nfd = icu::Normalizer2::getNFDInstance(status);
-  if (U_FAILURE(status)) throw std::runtime_error("ICU has no normalization data");
+  if (U_FAILURE(status)) {
+    throw std::runtime_error("ICU has no normalization data");
+  }
   const icu::UnicodeString letters =
       nfd->normalize(icu::UnicodeString::fromUTF8(
                          icu::StringPiece(reading.data(), static_cast<int>(reading.size()))),
                      status);
-  if (U_FAILURE(status)) return {};
+  if (U_FAILURE(status)) {
+    return {};
+  }
 
   std::string out;
   for (int i = 0; i < letters.length(); ++i) {
@@ -65,20 +71,29 @@ std::string toneless_pinyin(std::string_view reading) {
 
 void PinyinBuilder::add_line(std::string_view line) {
   ++line_;
-  if (line.starts_with('#')) return;  // the file's head lists the fields, one a comment
-  if (line.ends_with('\r')) line.remove_suffix(1);
+  if (line.starts_with('#')) {
+    return;  // the file's head lists the fields, one a comment
+  }
+  if (line.ends_with('\r')) {
+    line.remove_suffix(1);
+  }
   const std::string_view character = take_field(line);
-  if (take_field(line) != "kMandarin") return;
+  if (take_field(line) != "kMandarin") {
+    return;
+  }
 
   const auto fail = [this](const std::string& why) {
     throw std::runtime_error("Unihan readings, line " + std::to_string(line_) + ": " + why);
   };
   std::uint32_t code = 0;
-  if (!parse_code_point(character, code))
+  if (!parse_code_point(character, code)) {
     fail("\"" + std::string(character) + "\" is no code point; expected U+ and hexadecimal digits");
+  }
   const std::string_view first = line.substr(0, line.find(' '));
   std::string reading = toneless_pinyin(first);
-  if (reading.empty()) fail("\"" + std::string(first) + "\" is no pinyin reading");
+  if (reading.empty()) {
+    fail("\"" + std::string(first) + "\" is no pinyin reading");
+  }
   if (code < kFirst || code > kLast) {
     ++outside_;
   } else {
@@ -87,12 +102,15 @@ void PinyinBuilder::add_line(std::string_view line) {
 }
 
 void PinyinBuilder::add_lines(std::istream& lines) {
-  for (std::string line; std::getline(lines, line);) add_line(line);
+  for (std::string line; std::getline(lines, line);) {
+    add_line(line);
+  }
 }
 
 std::vector<unsigned char> PinyinBuilder::bytes() const {
-  if (readings_.empty())
+  if (readings_.empty()) {
     throw std::runtime_error("no kMandarin readings; is this Unihan_Readings.txt, unpacked?");
+  }
   // At most one slot a character, so that an index always fits 16 bits.
   std::map<std::string_view, std::uint16_t> slots;
   std::size_t longest = 0;
@@ -101,7 +119,9 @@ std::vector<unsigned char> PinyinBuilder::bytes() const {
     longest = std::max(longest, reading.size());
   }
   std::uint16_t next = 0;
-  for (auto& [reading, index] : slots) index = next++;
+  for (auto& [reading, index] : slots) {
+    index = next++;
+  }
 
   ByteWriter out;
   out.put_u32(static_cast<std::uint32_t>(readings_.size()));
@@ -115,7 +135,9 @@ std::vector<unsigned char> PinyinBuilder::bytes() const {
   out.put_u32(static_cast<std::uint32_t>(longest));
   for (const auto& [reading, index] : slots) {
     out.put_text(reading);
-    for (std::size_t i = reading.size(); i <= longest; ++i) out.put_u8(0);
+    for (std::size_t i = reading.size(); i <= longest; ++i) {
+      out.put_u8(0);
+    }
   }
   return {out.bytes().begin(), out.bytes().end()};
 }

@@ -19,7 +19,9 @@ std::vector<std::string_view> split_blanks(std::string_view line) {
   for (std::size_t i = 0; i < line.size();) {
     const std::size_t first = std::min(line.find_first_not_of(' ', i), line.size());
     i = std::min(line.find(' ', first), line.size());
-    if (first < i) tokens.push_back(line.substr(first, i - first));
+    if (first < i) {
+      tokens.push_back(line.substr(first, i - first));
+    }
   }
   return tokens;
 }
@@ -96,14 +98,18 @@ class Recaser {
       std::size_t taken = 1;
       std::string key;
       for (std::size_t n = 1; n <= longest_ && i + n <= tokens.size(); ++n) {
-        if (n > 1) key += ' ';
+        if (n > 1) {
+          key += ' ';
+        }
         key += tokens[i + n - 1];
         if (const auto entry = entries_.find(key); entry != entries_.end()) {
           unit = entry->second;
           taken = n;
         }
       }
-      if (!out.empty()) out += ' ';
+      if (!out.empty()) {
+        out += ' ';
+      }
       out += unit;
       i += taken;
     }
@@ -123,7 +129,9 @@ RecaseBuilder::RecaseBuilder(recase_options_t options) : options_(options) {
 
 void RecaseBuilder::add_line(std::string_view line) {
   const std::vector<std::string_view> tokens = split_blanks(line);
-  if (is_heading(tokens)) return;
+  if (is_heading(tokens)) {
+    return;
+  }
   bool start = true;
   for (std::size_t i = 0; i < tokens.size(); ++i) {
     const std::string_view token = tokens[i];
@@ -134,18 +142,30 @@ void RecaseBuilder::add_line(std::string_view line) {
     }
     const bool silent = start && is_plain_capitalised(token);
     start = false;
-    if (silent) continue;
+    if (silent) {
+      continue;
+    }
     std::string form;
     for (std::size_t n = 1; n <= options_.max_words && i + n <= tokens.size(); ++n) {
       const std::string_view last = tokens[i + n - 1];
-      if (ends_sentence(last)) break;
-      if (form.size() + last.size() >= options_.max_bytes) break;
-      if (n > 1) form += ' ';
+      if (ends_sentence(last)) {
+        break;
+      }
+      if (form.size() + last.size() >= options_.max_bytes) {
+        break;
+      }
+      if (n > 1) {
+        form += ' ';
+      }
       form += last;
-      if (has_letter(last)) ++forms_[form];
+      if (has_letter(last)) {
+        ++forms_[form];
+      }
     }
   }
-  if (forms_.size() > options_.max_forms) forget_rare();
+  if (forms_.size() > options_.max_forms) {
+    forget_rare();
+  }
 }
 
 void RecaseBuilder::forget_rare() {
@@ -163,8 +183,12 @@ std::vector<std::string> RecaseBuilder::entries() const {
   }
   // The most frequent form first; of equals the one with fewer capitals in front.
   std::sort(forms.begin(), forms.end(), [](const Form& a, const Form& b) {
-    if (a.words != b.words) return a.words < b.words;
-    if (a.lowered != b.lowered) return a.lowered < b.lowered;
+    if (a.words != b.words) {
+      return a.words < b.words;
+    }
+    if (a.lowered != b.lowered) {
+      return a.lowered < b.lowered;
+    }
     return a.count != b.count ? a.count > b.count : a.text > b.text;
   });
 
@@ -173,10 +197,16 @@ std::vector<std::string> RecaseBuilder::entries() const {
   for (std::size_t i = 0; i < forms.size();) {
     const Form& best = forms[i];
     std::uint64_t total = 0;
-    for (; i < forms.size() && forms[i].lowered == best.lowered; ++i) total += forms[i].count;
+    for (; i < forms.size() && forms[i].lowered == best.lowered; ++i) {
+      total += forms[i].count;
+    }
     const double share = static_cast<double>(best.count) / static_cast<double>(total);
-    if (best.count < options_.min_count || share < options_.min_share) continue;
-    if (model.recase(best.lowered) == best.text) continue;
+    if (best.count < options_.min_count || share < options_.min_share) {
+      continue;
+    }
+    if (model.recase(best.lowered) == best.text) {
+      continue;
+    }
     model.add(best.lowered, best.text);
     found.push_back(best.text);
   }
@@ -189,12 +219,16 @@ recase_report_t write_recase_file(const std::string& path, std::span<const std::
   recase_report_t report;
   std::vector<std::pair<std::string, const std::string*>> sorted;
   sorted.reserve(entries.size());
-  for (const std::string& entry : entries) sorted.emplace_back(lower(entry), &entry);
+  for (const std::string& entry : entries) {
+    sorted.emplace_back(lower(entry), &entry);
+  }
   std::stable_sort(sorted.begin(), sorted.end(),
                    [](const auto& a, const auto& b) { return a.first < b.first; });
 
   std::size_t record = std::string_view("4294967295 4294967295 4294967295").size() + 1;
-  for (const auto& entry : sorted) record = std::max(record, entry.first.size() + 1);
+  for (const auto& entry : sorted) {
+    record = std::max(record, entry.first.size() + 1);
+  }
   constexpr std::uint64_t kLimit = std::numeric_limits<std::uint32_t>::max();
   if (record > std::numeric_limits<std::int32_t>::max()) {
     throw std::runtime_error(path + ": an entry is too long for a record");

@@ -22,7 +22,9 @@ void scramble_into(std::string_view line, unsigned char* record) {
     record[i] = static_cast<unsigned char>(record[i] ^ exchange);
     record[i + 1] = static_cast<unsigned char>(record[i + 1] ^ exchange);
   }
-  for (std::size_t i = 0; i < line.size(); ++i) record[i] = std::rotr(record[i], 3);
+  for (std::size_t i = 0; i < line.size(); ++i) {
+    record[i] = std::rotr(record[i], 3);
+  }
 }
 
 }  // namespace
@@ -39,7 +41,9 @@ std::vector<unsigned char> scramble_record(std::string_view line, std::uint32_t 
 
 bool resource_line_survives(std::string_view line, std::uint32_t record_size, std::string* reason) {
   const auto refuse = [reason](std::string why) {
-    if (reason) *reason = std::move(why);
+    if (reason) {
+      *reason = std::move(why);
+    }
     return false;
   };
   if (line.size() >= record_size) {
@@ -47,13 +51,19 @@ bool resource_line_survives(std::string_view line, std::uint32_t record_size, st
                   std::to_string(record_size) + " holds at most " +
                   std::to_string(record_size > 0 ? record_size - 1 : 0));
   }
-  if (line.find('\0') != std::string_view::npos) return refuse("it holds a zero byte");
-  if (line.find('\n') != std::string_view::npos) return refuse("it holds a line feed");
+  if (line.find('\0') != std::string_view::npos) {
+    return refuse("it holds a zero byte");
+  }
+  if (line.find('\n') != std::string_view::npos) {
+    return refuse("it holds a line feed");
+  }
   std::vector<unsigned char> record(line.size());
   scramble_into(line, record.data());
   std::string back;
   common::unscramble_record(record, back);
-  if (back == line) return true;
+  if (back == line) {
+    return true;
+  }
   return refuse("its last two characters \"" + std::string(line.substr(line.size() - 2)) +
                 "\" scramble to a zero byte; drop or change the last one");
 }
@@ -62,7 +72,9 @@ void write_resource_file(const std::string& path, std::span<const std::string> l
                          std::uint32_t record_size) {
   std::uint64_t size = record_size;
   if (size == 0) {
-    for (const std::string& line : lines) size = std::max<std::uint64_t>(size, line.size());
+    for (const std::string& line : lines) {
+      size = std::max<std::uint64_t>(size, line.size());
+    }
     ++size;
   }
   if (size > kRecordLimit) {
@@ -96,7 +108,9 @@ std::vector<std::string> read_resource_file(const std::string& path) {
   common::DesFileReader reader(path);
   std::vector<std::string> lines;
   lines.reserve(static_cast<std::size_t>(reader.record_count()));
-  for (std::string line; reader.getline(line);) lines.push_back(line);
+  for (std::string line; reader.getline(line);) {
+    lines.push_back(line);
+  }
   return lines;
 }
 

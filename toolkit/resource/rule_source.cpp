@@ -17,12 +17,14 @@ namespace {
 
 using numtrans::Category;
 
-constexpr std::string_view SEPARATOR = " ||| ";
-constexpr std::size_t MOST_LINES_A_RULE = 10000;
+constexpr std::string_view kSeparator = " ||| ";
+constexpr std::size_t kMostLinesARule = 10000;
 
 std::string_view trim(std::string_view text) {
   const std::size_t begin = text.find_first_not_of(" \t\r");
-  if (begin == std::string_view::npos) return {};
+  if (begin == std::string_view::npos) {
+    return {};
+  }
   return text.substr(begin, text.find_last_not_of(" \t\r") + 1 - begin);
 }
 
@@ -31,26 +33,28 @@ std::vector<std::string> split(std::string_view text, std::string_view separator
   while (true) {
     const std::size_t end = text.find(separator);
     fields.emplace_back(text.substr(0, end));
-    if (end == std::string_view::npos) return fields;
+    if (end == std::string_view::npos) {
+      return fields;
+    }
     text.remove_prefix(end + separator.size());
   }
 }
 
 bool reads(std::string_view direction, Category category) {
   switch (category) {
-    case Category::arabic_digit:
-    case Category::arabic_digits:
-    case Category::arabic_integer:
-    case Category::arabic_ordinal:
-    case Category::arabic_float:
+    case Category::kArabicDigit:
+    case Category::kArabicDigits:
+    case Category::kArabicInteger:
+    case Category::kArabicOrdinal:
+    case Category::kArabicFloat:
       return true;
-    case Category::chinese_digit:
-    case Category::chinese_base:
-    case Category::chinese_digits:
-    case Category::chinese_integer:
-    case Category::chinese_float:
+    case Category::kChineseDigit:
+    case Category::kChineseBase:
+    case Category::kChineseDigits:
+    case Category::kChineseInteger:
+    case Category::kChineseFloat:
       return direction == "zh-en";
-    case Category::none:
+    case Category::kNone:
       return false;
     default:
       return direction == "en-zh";
@@ -59,19 +63,19 @@ bool reads(std::string_view direction, Category category) {
 
 bool writes(std::string_view direction, Category category) {
   switch (category) {
-    case Category::arabic_digits:
-    case Category::arabic_integer:
-    case Category::arabic_ordinal:
-    case Category::arabic_float:
+    case Category::kArabicDigits:
+    case Category::kArabicInteger:
+    case Category::kArabicOrdinal:
+    case Category::kArabicFloat:
       return true;
-    case Category::chinese_digits:
-    case Category::chinese_integer:
-    case Category::chinese_float:
+    case Category::kChineseDigits:
+    case Category::kChineseInteger:
+    case Category::kChineseFloat:
       return direction == "en-zh";
-    case Category::english_digits:
-    case Category::english_integer:
-    case Category::english_ordinal:
-    case Category::english_float:
+    case Category::kEnglishDigits:
+    case Category::kEnglishInteger:
+    case Category::kEnglishOrdinal:
+    case Category::kEnglishFloat:
       return direction == "zh-en";
     default:
       return false;
@@ -87,9 +91,13 @@ class Parser {
       ++line_;
       take_line(trim(line));
     }
-    if (table_ != nullptr) fail("the table has no %end");
+    if (table_ != nullptr) {
+      fail("the table has no %end");
+    }
     check_last_rule();
-    if (source_.direction.empty()) fail("no %direction");
+    if (source_.direction.empty()) {
+      fail("no %direction");
+    }
     return std::move(source_);
   }
 
@@ -103,7 +111,9 @@ class Parser {
   }
 
   void take_line(std::string_view line) {
-    if (line.empty()) return;
+    if (line.empty()) {
+      return;
+    }
     if (table_ != nullptr) {
       take_row(line);
     } else if (line.starts_with("#:")) {
@@ -119,7 +129,9 @@ class Parser {
       }
     } else if (line.starts_with("%table ")) {
       const std::string name(trim(line.substr(7)));
-      if (tables_.count(name) != 0) fail("there is a table " + name + " already");
+      if (tables_.count(name) != 0) {
+        fail("there is a table " + name + " already");
+      }
       table_ = &tables_[name];
     } else if (line.starts_with('%')) {
       fail("unknown directive " + std::string(line));
@@ -129,14 +141,20 @@ class Parser {
   }
 
   void take_row(std::string_view line) {
-    if (line.starts_with('#')) return;
+    if (line.starts_with('#')) {
+      return;
+    }
     if (line == "%end") {
-      if (table_->empty()) fail("the table is empty");
+      if (table_->empty()) {
+        fail("the table is empty");
+      }
       table_ = nullptr;
       return;
     }
     const std::size_t equals = line.find(" = ");
-    if (equals == std::string_view::npos) fail("an entry is KEY = VALUE | VALUE ...");
+    if (equals == std::string_view::npos) {
+      fail("an entry is KEY = VALUE | VALUE ...");
+    }
     Row row{std::string(trim(line.substr(0, equals)))};
     for (const std::string& value : split(line.substr(equals + 3), " | ")) {
       row.emplace_back(trim(value));
@@ -149,18 +167,26 @@ class Parser {
 
   void take_example(std::string_view text) {
     const std::size_t arrow = text.find(" => ");
-    if (arrow == std::string_view::npos) fail("an example is SOURCE => TARGET");
-    if (source_.rules.empty()) fail("the example stands under no rule");
+    if (arrow == std::string_view::npos) {
+      fail("an example is SOURCE => TARGET");
+    }
+    if (source_.rules.empty()) {
+      fail("the example stands under no rule");
+    }
     source_.rules.back().examples.push_back({line_, std::string(trim(text.substr(0, arrow))),
                                              std::string(trim(text.substr(arrow + 4)))});
   }
 
   void take_rule(std::string_view line) {
     check_last_rule();
-    if (source_.direction.empty()) fail("%direction must come before the first rule");
+    if (source_.direction.empty()) {
+      fail("%direction must come before the first rule");
+    }
     source_rule_t rule{line_, section_, {}, {}};
     expand(std::string(line), rule.lines);
-    for (const std::string& expanded : rule.lines) check_rule(expanded);
+    for (const std::string& expanded : rule.lines) {
+      check_rule(expanded);
+    }
     source_.rules.push_back(std::move(rule));
   }
 
@@ -176,27 +202,39 @@ class Parser {
   void expand(const std::string& line, std::vector<std::string>& out) const {
     const std::size_t open = line.find('{');
     if (open == std::string::npos) {
-      if (out.size() == MOST_LINES_A_RULE) fail("the rule expands to too many lines");
+      if (out.size() == kMostLinesARule) {
+        fail("the rule expands to too many lines");
+      }
       out.push_back(line);
       return;
     }
     const std::size_t close = line.find('}', open);
-    if (close == std::string::npos) fail("a { without its }");
+    if (close == std::string::npos) {
+      fail("a { without its }");
+    }
     const std::string reference = line.substr(open + 1, close - open - 1);
     const std::string name = reference.substr(0, reference.find('.'));
     const auto table = tables_.find(name);
-    if (table == tables_.end()) fail("there is no table " + name);
-    if (open > line.find(SEPARATOR)) fail("{" + name + "} must occur in the source pattern");
-    for (const Row& row : table->second) expand(substitute(line, name, row), out);
+    if (table == tables_.end()) {
+      fail("there is no table " + name);
+    }
+    if (open > line.find(kSeparator)) {
+      fail("{" + name + "} must occur in the source pattern");
+    }
+    for (const Row& row : table->second) {
+      expand(substitute(line, name, row), out);
+    }
   }
 
   std::string substitute(const std::string& line, const std::string& name, const Row& row) const {
     std::string result;
-    const std::size_t pattern_end = line.find(SEPARATOR);
+    const std::size_t pattern_end = line.find(kSeparator);
     std::size_t from = 0;
     while (true) {
       const std::size_t open = line.find("{" + name, from);
-      if (open == std::string::npos) break;
+      if (open == std::string::npos) {
+        break;
+      }
       const std::size_t after = open + 1 + name.size();
       std::size_t column = open < pattern_end ? 0 : 1;
       std::size_t close = after;
@@ -209,7 +247,9 @@ class Parser {
         from = after;
         continue;
       }
-      if (column >= row.size()) fail("table " + name + " has no value " + std::to_string(column));
+      if (column >= row.size()) {
+        fail("table " + name + " has no value " + std::to_string(column));
+      }
       result += line.substr(from, open - from) + row[column];
       from = close + 1;
     }
@@ -217,18 +257,24 @@ class Parser {
   }
 
   void check_rule(const std::string& line) const {
-    if (line.size() > numtrans::RuleTranslator::MAX_LINE) fail("the rule is too long");
-    const std::vector<std::string> fields = split(line, SEPARATOR);
+    if (line.size() > numtrans::RuleTranslator::kMaxLine) {
+      fail("the rule is too long");
+    }
+    const std::vector<std::string> fields = split(line, kSeparator);
     if (fields.size() != 3 && fields.size() != 5) {
       fail("a rule has 3 fields, or 5 (an empty one is written as one blank): " + line);
     }
     for (const std::string& field : fields) {
-      if (field.empty()) fail("a field is empty (write one blank): " + line);
+      if (field.empty()) {
+        fail("a field is empty (write one blank): " + line);
+      }
     }
     const std::size_t read = check_pattern(fields[0], true);
     const std::size_t written = check_pattern(fields[fields.size() - 2], false);
     const bool assigns = fields.size() == 5 && !trim(fields[2]).empty();
-    if (!assigns && written > read) fail("the target writes more numbers than the source reads");
+    if (!assigns && written > read) {
+      fail("the target writes more numbers than the source reads");
+    }
   }
 
   // Counts the variables of a pattern.
@@ -237,7 +283,9 @@ class Parser {
     std::size_t open = 0;
     while ((open = pattern.find('(', open)) != std::string_view::npos) {
       const std::size_t close = pattern.find(')', open);
-      if (close == std::string_view::npos) fail("a ( without its )");
+      if (close == std::string_view::npos) {
+        fail("a ( without its )");
+      }
       const std::string_view variable = pattern.substr(open, close + 1 - open);
       const Category category = numtrans::parse_category(variable);
       if (is_source ? !reads(source_.direction, category) : !writes(source_.direction, category)) {
@@ -269,7 +317,9 @@ std::vector<std::string> rule_source_t::compiled() const {
 
 const source_rule_t& rule_source_t::rule_of_line(std::size_t index) const {
   for (const source_rule_t& rule : rules) {
-    if (index < rule.lines.size()) return rule;
+    if (index < rule.lines.size()) {
+      return rule;
+    }
     index -= rule.lines.size();
   }
   throw std::out_of_range("no such rule line");
@@ -293,17 +343,25 @@ void write_rule_file(const rule_source_t& source, const std::string& path) {
 
 std::unique_ptr<numtrans::RuleTranslator> open_rules(std::string_view direction,
                                                      const std::string& path) {
-  if (direction == "en-zh") return std::make_unique<numtrans::EcNumTranslator>(path.c_str());
-  if (direction == "zh-en") return std::make_unique<numtrans::CeNumTranslator>(path.c_str());
+  if (direction == "en-zh") {
+    return std::make_unique<numtrans::EcNumTranslator>(path.c_str());
+  }
+  if (direction == "zh-en") {
+    return std::make_unique<numtrans::CeNumTranslator>(path.c_str());
+  }
   throw std::runtime_error("no rules for the direction " + std::string(direction));
 }
 
 std::optional<rule_hit_t> translate_by_rule(numtrans::RuleTranslator& translator,
                                             const std::string& phrase) {
   rule_hit_t hit;
-  if (!translator.is_acceptable(phrase.c_str())) return std::nullopt;
+  if (!translator.is_acceptable(phrase.c_str())) {
+    return std::nullopt;
+  }
   for (const numtrans::Rule& rule : translator.rules()) {
-    if (translator.translate_with_rule(rule, phrase, hit.target, hit.type)) return hit;
+    if (translator.translate_with_rule(rule, phrase, hit.target, hit.type)) {
+      return hit;
+    }
     ++hit.index;
   }
   return std::nullopt;

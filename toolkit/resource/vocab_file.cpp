@@ -52,14 +52,18 @@ std::string_view VocabBuilder::add(std::string_view word, std::int32_t id) {
 }
 
 std::int32_t VocabBuilder::encode(std::string_view word) {
-  if (const auto known = ids_.find(word); known != ids_.end()) return known->second;
+  if (const auto known = ids_.find(word); known != ids_.end()) {
+    return known->second;
+  }
   require_text(word);
   if (decoder::Vocab::is_ne(word)) {
     const std::size_t first = entities_.size();
     if (first > decoder::Vocab::kFirstWordId - kGroupSize) {
       throw std::runtime_error("named entity overflow in Vocab::encode()");
     }
-    if (word.size() >= kTagLimit) throw std::runtime_error("string overflow in Vocab::encode()");
+    if (word.size() >= kTagLimit) {
+      throw std::runtime_error("string overflow in Vocab::encode()");
+    }
     std::string variant(word);
     for (std::size_t i = 0; i < kGroupSize; ++i) {
       variant.back() = static_cast<char>('0' + i);
@@ -95,7 +99,9 @@ std::string_view VocabBuilder::decode(std::int32_t id) const {
 void VocabBuilder::save(const std::string& path) const {
   std::vector<common::StringIndex::node_t> nodes;
   nodes.reserve(texts_.size());
-  for (const std::string& text : texts_) nodes.push_back({text.c_str(), ids_.at(text), 0});
+  for (const std::string& text : texts_) {
+    nodes.push_back({text.c_str(), ids_.at(text), 0});
+  }
   save_nodes(path, std::move(nodes));
 }
 

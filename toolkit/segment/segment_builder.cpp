@@ -25,13 +25,13 @@ using points_t = std::vector<std::uint32_t>;
 
 // -ln(probability) in thousandths, at least 1 so that it is never taken for "no word".
 std::uint32_t cost_of(double probability) {
-  const double cost = std::round(-std::log(probability) * format::cost_scale);
-  return static_cast<std::uint32_t>(std::clamp(cost, 1.0, static_cast<double>(format::max_cost)));
+  const double cost = std::round(-std::log(probability) * format::kCostScale);
+  return static_cast<std::uint32_t>(std::clamp(cost, 1.0, static_cast<double>(format::kMaxCost)));
 }
 
 std::uint16_t value_of(double probability, bool is_name) {
   return static_cast<std::uint16_t>((cost_of(probability) << 1) |
-                                    (is_name ? format::name_flag : 0));
+                                    (is_name ? format::kNameFlag : 0));
 }
 
 // A name of a person cut into surname and given name; empty parts when it is none.
@@ -43,14 +43,18 @@ struct person_t {
 class SurnameSet {
  public:
   explicit SurnameSet(const std::vector<std::string>& surnames) {
-    for (const std::string& surname : surnames) m_surnames.insert(strict_code_points(surname));
+    for (const std::string& surname : surnames) {
+      surnames_.insert(strict_code_points(surname));
+    }
   }
 
   person_t split(const points_t& name) const {
     for (const std::size_t n : {2U, 1U}) {
-      if (name.size() <= n || name.size() > n + 2) continue;
+      if (name.size() <= n || name.size() > n + 2) {
+        continue;
+      }
       points_t surname(name.begin(), name.begin() + static_cast<std::ptrdiff_t>(n));
-      if (m_surnames.contains(surname)) {
+      if (surnames_.contains(surname)) {
         return {std::move(surname), {name.begin() + static_cast<std::ptrdiff_t>(n), name.end()}};
       }
     }
@@ -58,7 +62,7 @@ class SurnameSet {
   }
 
  private:
-  std::set<points_t> m_surnames;
+  std::set<points_t> surnames_;
 };
 
 std::string utf8_of(const points_t& points) {
@@ -85,16 +89,20 @@ std::string utf8_of(const points_t& points) {
 }
 
 // The share of all names from which on a surname counts as common.
-constexpr double common_surname_share = 0.004;
+constexpr double kCommonSurnameShare = 0.004;
 
 // How many words tagged as names of persons begin with each surname.
 std::map<points_t, double> count_surnames(const std::vector<segment_word_t>& words,
                                           const SurnameSet& surnames) {
   std::map<points_t, double> counts;
   for (const segment_word_t& word : words) {
-    if (word.tag != "nr") continue;
+    if (word.tag != "nr") {
+      continue;
+    }
     const person_t person = surnames.split(strict_code_points(word.word));
-    if (!person.given.empty()) counts[person.surname] += 1;
+    if (!person.given.empty()) {
+      counts[person.surname] += 1;
+    }
   }
   return counts;
 }
@@ -109,8 +117,12 @@ void for_each_line(const std::string& path, Use&& use) {
   std::ifstream file(path);
   std::string line;
   for (std::size_t number = 1; std::getline(file, line); ++number) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-    if (line.empty() || line.front() == '#') continue;
+    if (!line.empty() && line.back() == '\r') {
+      line.pop_back();
+    }
+    if (line.empty() || line.front() == '#') {
+      continue;
+    }
     use(line, number);
   }
 }
@@ -132,7 +144,9 @@ std::vector<segment_word_t> read_segment_words(const std::string& path) {
     if (error != std::errc() || (after != end && *after != '\t' && *after != ' ')) {
       fail_at(path, number, "the count of '" + word.word + "' is no whole number");
     }
-    if (after != end) word.tag.assign(after + 1, end);
+    if (after != end) {
+      word.tag.assign(after + 1, end);
+    }
     words.push_back(std::move(word));
   });
   return words;
@@ -155,18 +169,20 @@ segment_report_t build_segment_dictionary(const std::string& path,
   }
   const std::map<points_t, double> surname_counts = count_surnames(words, surname_set);
   double names = 0;
-  for (const auto& [surname, count] : surname_counts) names += count;
+  for (const auto& [surname, count] : surname_counts) {
+    names += count;
+  }
 
   TrieBuilder trie;
   for (const segment_word_t& word : words) {
     const points_t points = strict_code_points(word.word);
-    if (points.empty() || points.size() > format::max_key_characters) {
+    if (points.empty() || points.size() > format::kMaxKeyCharacters) {
       ++report.dropped;
       continue;
     }
     const person_t person = word.tag == "nr" ? surname_set.split(points) : person_t{};
     const bool is_name = person.given.size() == 2 &&
-                         surname_counts.at(person.surname) >= common_surname_share * names;
+                         surname_counts.at(person.surname) >= kCommonSurnameShare * names;
     const auto count = static_cast<double>(std::max<std::uint64_t>(word.count, 1));
     trie.add(word.word, value_of(count / total, is_name));
     report.person_words += is_name ? 1 : 0;
@@ -174,7 +190,7 @@ segment_report_t build_segment_dictionary(const std::string& path,
   report.words = trie.size();
   // A character that is in no word is a little less probable than the rarest word.
   const std::uint32_t unknown = total > 0 ? cost_of(0.5 / total) : 1;
-  trie.write(path, format::dictionary_magic, unknown, {});
+  trie.write(path, format::kDictionaryMagic, unknown, {});
   return report;
 }
 
@@ -187,13 +203,19 @@ segment_report_t build_segment_names(const std::string& path,
 
   // Every surname counts once before any name was seen.
   std::map<points_t, double> surname_counts = count_surnames(words, surname_set);
-  for (const std::string& surname : surnames) surname_counts[strict_code_points(surname)] += 1;
-  std::array<std::map<std::uint32_t, double>, format::given_positions> given;
+  for (const std::string& surname : surnames) {
+    surname_counts[strict_code_points(surname)] += 1;
+  }
+  std::array<std::map<std::uint32_t, double>, format::kGivenPositions> given;
   std::array<double, 2> by_length = {1, 1};  // names with one and with two given characters
   for (const segment_word_t& word : words) {
-    if (word.tag != "nr") continue;
+    if (word.tag != "nr") {
+      continue;
+    }
     const person_t person = surname_set.split(strict_code_points(word.word));
-    if (person.given.empty()) continue;
+    if (person.given.empty()) {
+      continue;
+    }
     by_length[person.given.size() - 1] += 1;
     if (person.given.size() == 1) {
       given[0][person.given[0]] += 1;
@@ -205,36 +227,46 @@ segment_report_t build_segment_names(const std::string& path,
 
   TrieBuilder trie;
   double surname_total = 0;
-  for (const auto& [surname, count] : surname_counts) surname_total += count;
+  for (const auto& [surname, count] : surname_counts) {
+    surname_total += count;
+  }
   for (const auto& [surname, count] : surname_counts) {
     trie.add(utf8_of(surname), value_of(name_share * count / surname_total, true));
   }
   std::set<std::uint32_t> characters;
   for (const auto& counts : given) {
-    for (const auto& [character, count] : counts) characters.insert(character);
+    for (const auto& [character, count] : counts) {
+      characters.insert(character);
+    }
   }
-  for (const std::uint32_t character : characters) trie.add_character(character);
+  for (const std::uint32_t character : characters) {
+    trie.add_character(character);
+  }
 
   const auto codes = trie.codes();
-  std::vector<std::uint16_t> costs((codes.size() + 1) * format::given_positions,
-                                   format::given_unseen);
+  std::vector<std::uint16_t> costs((codes.size() + 1) * format::kGivenPositions,
+                                   format::kGivenUnseen);
   for (std::size_t position = 0; position < given.size(); ++position) {
     double total = 0;
-    for (const auto& [character, count] : given[position]) total += count;
+    for (const auto& [character, count] : given[position]) {
+      total += count;
+    }
     // The share of names of this length goes into the first character's cost.
     const double share = position == 2 ? 1.0 : by_length[position] / (by_length[0] + by_length[1]);
     for (const auto& [character, count] : given[position]) {
-      costs[codes.at(character) * format::given_positions + position] =
+      costs[codes.at(character) * format::kGivenPositions + position] =
           static_cast<std::uint16_t>(cost_of(share * count / total));
     }
   }
   ByteWriter extra;
-  for (const std::uint16_t cost : costs) extra.put_u16(cost);
+  for (const std::uint16_t cost : costs) {
+    extra.put_u16(cost);
+  }
 
   report.surnames = trie.size();
   report.given_characters = characters.size();
-  const auto limit = static_cast<std::uint32_t>(std::lround(threshold * format::cost_scale));
-  trie.write(path, format::names_magic, limit, {extra.bytes().begin(), extra.bytes().end()});
+  const auto limit = static_cast<std::uint32_t>(std::lround(threshold * format::kCostScale));
+  trie.write(path, format::kNamesMagic, limit, {extra.bytes().begin(), extra.bytes().end()});
   return report;
 }
 
@@ -277,9 +309,11 @@ segment_report_t build_segment_ambiguous(const std::string& path,
     extra.put_u32(offset);
     offset += static_cast<std::uint32_t>(record.size());
   }
-  for (const auto& record : records) extra.put_bytes(record);
+  for (const auto& record : records) {
+    extra.put_bytes(record);
+  }
   report.ambiguous = records.size();
-  trie.write(path, format::ambiguous_magic, 0, {extra.bytes().begin(), extra.bytes().end()});
+  trie.write(path, format::kAmbiguousMagic, 0, {extra.bytes().begin(), extra.bytes().end()});
   return report;
 }
 

@@ -23,7 +23,7 @@ class TrieBuilder {
   // Gives a character a code though it may be in no key.
   void add_character(std::uint32_t character);
 
-  std::size_t size() const { return m_keys.size(); }
+  std::size_t size() const { return keys_.size(); }
 
   // Codes by character, the same in every call after the last add: frequent characters first.
   std::map<std::uint32_t, std::uint16_t> codes() const;
@@ -33,8 +33,8 @@ class TrieBuilder {
              const std::vector<unsigned char>& extra) const;
 
  private:
-  std::map<std::vector<std::uint32_t>, std::uint16_t> m_keys;
-  std::map<std::uint32_t, std::uint64_t> m_characters;  // how many keys hold each
+  std::map<std::vector<std::uint32_t>, std::uint16_t> keys_;
+  std::map<std::uint32_t, std::uint64_t> characters_;  // how many keys hold each
 };
 
 }  // namespace koralite::toolkit

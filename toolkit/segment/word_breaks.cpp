@@ -47,11 +47,15 @@ std::vector<segment_word_t> learn_words(std::span<const std::string> lines,
   std::map<std::string, std::uint64_t> counts;
   for (const std::string& line : lines) {
     for_each_piece(*breaks, line, [&](std::string piece, std::int32_t status) {
-      if (status >= UBRK_WORD_LETTER) ++counts[std::move(piece)];
+      if (status >= UBRK_WORD_LETTER) {
+        ++counts[std::move(piece)];
+      }
     });
   }
   std::vector<segment_word_t> words;
-  for (const auto& [word, count] : counts) words.push_back({word, count, ""});
+  for (const auto& [word, count] : counts) {
+    words.push_back({word, count, ""});
+  }
   return words;
 }
 

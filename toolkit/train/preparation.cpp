@@ -22,12 +22,12 @@ using textProcess::ProcessStr;
 using textProcess::ProcessWordSeq;
 
 // More copies of one pair teach nothing new, but can drown the rest.
-constexpr std::uint32_t max_copies = 10;
+constexpr std::uint32_t kMaxCopies = 10;
 
 // The decoder tells eight spans of one tag apart.
-constexpr std::uint32_t max_spans = 8;
+constexpr std::uint32_t kMaxSpans = 8;
 
-constexpr std::size_t lines_per_block = 256;
+constexpr std::size_t kLinesPerBlock = 256;
 
 bool is_valid_utf8(const std::string& text) {
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
@@ -35,21 +35,27 @@ bool is_valid_utf8(const std::string& text) {
   for (std::int32_t i = 0; i < length;) {
     UChar32 character = 0;
     U8_NEXT(bytes, i, length, character);
-    if (character < 0) return false;
+    if (character < 0) {
+      return false;
+    }
   }
   return true;
 }
 
 std::vector<std::string> words_of(std::string_view text) {
   std::vector<std::string> words;
-  for (const std::string_view word : split_blanks(text)) words.emplace_back(word);
+  for (const std::string_view word : split_blanks(text)) {
+    words.emplace_back(word);
+  }
   return words;
 }
 
 std::string join(const std::vector<std::string>& words, std::string_view between) {
   std::string text;
   for (const std::string& word : words) {
-    if (!text.empty()) text += between;
+    if (!text.empty()) {
+      text += between;
+    }
     text += word;
   }
   return text;
@@ -65,7 +71,9 @@ std::pair<std::size_t, std::size_t> find_run(const std::vector<std::string>& wor
         break;
       }
       length += words[end].size();
-      if (length == letters.size()) return {begin, end + 1};
+      if (length == letters.size()) {
+        return {begin, end + 1};
+      }
     }
   }
   return {words.size(), words.size()};
@@ -74,25 +82,27 @@ std::pair<std::size_t, std::size_t> find_run(const std::vector<std::string>& wor
 }  // namespace
 
 Preparer::Preparer(const preparation_files_t& files)
-    : m_source(language_type(files.direction.source), language_type(files.direction.target),
-               files.source_conf, files.folder),
-      m_target(language_type(files.direction.target), language_type(files.direction.source),
-               files.target_conf, files.folder) {}
+    : source_(language_type(files.direction.source), language_type(files.direction.target),
+              files.source_conf, files.folder),
+      target_(language_type(files.direction.target), language_type(files.direction.source),
+              files.target_conf, files.folder) {}
 
 std::vector<std::string> Preparer::target(const std::string& line) {
   ProcessStr str(false, line);
-  m_target.Preprocess(str);
+  target_.Preprocess(str);
   return words_of(str.text());
 }
 
 std::vector<std::string> Preparer::cased_target(const std::string& line) {
   ProcessStr str(true, line);
   str.set_identity();
-  m_target.Preprocess(str);
+  target_.Preprocess(str);
   std::string text = str.text();
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char original = line[static_cast<std::size_t>(str.positions()[i])];
-    if (original >= 'A' && original <= 'Z' && text[i] == original - 'A' + 'a') text[i] = original;
+    if (original >= 'A' && original <= 'Z' && text[i] == original - 'A' + 'a') {
+      text[i] = original;
+    }
   }
   return words_of(text);
 }
@@ -100,7 +110,7 @@ std::vector<std::string> Preparer::cased_target(const std::string& line) {
 std::vector<std::pair<std::string, std::string>> Preparer::names(const std::string& source) {
   ProcessStr str(false, source);
   ProcessWordSeq words(false);
-  m_source.Preprocess(str, words);
+  source_.Preprocess(str, words);
   std::vector<std::pair<std::string, std::string>> names;
   for (const common::word_node_t& node : words.words()) {
     if (node.tag != nullptr && std::string_view(node.tag) == "<PE>#0" &&
@@ -117,11 +127,13 @@ prepared_pair_t Preparer::pair(const std::string& source, const std::string& tar
   ProcessStr str(false, source);
   ProcessWordSeq words(false);
   ProcessWordSeq removed(false);
-  m_source.Preprocess(str, words);
-  m_source.TruncatePunct(words, removed);
+  source_.Preprocess(str, words);
+  source_.TruncatePunct(words, removed);
   result.target = this->target(target);
   for (std::size_t i = removed.words().size(); i-- > 0 && !result.target.empty();) {
-    if (result.target.back() != removed.words()[i].translation) break;
+    if (result.target.back() != removed.words()[i].translation) {
+      break;
+    }
     result.target.pop_back();
   }
 
@@ -137,7 +149,7 @@ prepared_pair_t Preparer::pair(const std::string& source, const std::string& tar
     const std::string letters = join(this->target(node.translation), "");
     const auto [begin, end] = find_run(result.target, letters);
     std::uint32_t& number = spans[stem];
-    if (begin == end || number == max_spans) {
+    if (begin == end || number == kMaxSpans) {
       result.source.emplace_back(kLostSpan);
       continue;
     }
@@ -161,7 +173,9 @@ prepared_text_t prepare(const preparation_files_t& files, std::span<const std::s
   }
   const unsigned threads = thread_count(options.threads);
   std::vector<std::unique_ptr<Preparer>> preparers;
-  for (unsigned i = 0; i < threads; ++i) preparers.push_back(std::make_unique<Preparer>(files));
+  for (unsigned i = 0; i < threads; ++i) {
+    preparers.push_back(std::make_unique<Preparer>(files));
+  }
 
   enum class Fate : std::uint8_t { kKept, kEmpty, kTooLong, kIdentical, kIllFormed };
   struct line_t {
@@ -194,9 +208,11 @@ prepared_text_t prepare(const preparation_files_t& files, std::span<const std::s
     }
   };
   parallel_blocks(
-      lines.size(), lines_per_block, threads,
+      lines.size(), kLinesPerBlock, threads,
       [&](std::size_t begin, std::size_t end, unsigned worker) {
-        for (std::size_t i = begin; i < end; ++i) prepare_line(i, worker);
+        for (std::size_t i = begin; i < end; ++i) {
+          prepare_line(i, worker);
+        }
       },
       progress, "prepare");
 
@@ -221,7 +237,7 @@ prepared_text_t prepare(const preparation_files_t& files, std::span<const std::s
       case Fate::kKept:
         break;
     }
-    if (++copies[line.source + '\n' + line.target] > max_copies) {
+    if (++copies[line.source + '\n' + line.target] > kMaxCopies) {
       ++report.repeated;
       continue;
     }
@@ -253,13 +269,17 @@ std::vector<std::string> prepare_target(const preparation_files_t& files,
                                         const Progress& progress) {
   const unsigned threads = thread_count(options.threads);
   std::vector<std::unique_ptr<Preparer>> preparers;
-  for (unsigned i = 0; i < threads; ++i) preparers.push_back(std::make_unique<Preparer>(files));
+  for (unsigned i = 0; i < threads; ++i) {
+    preparers.push_back(std::make_unique<Preparer>(files));
+  }
   std::vector<std::string> prepared(lines.size());
   parallel_blocks(
-      lines.size(), lines_per_block, threads,
+      lines.size(), kLinesPerBlock, threads,
       [&](std::size_t begin, std::size_t end, unsigned worker) {
         for (std::size_t i = begin; i < end; ++i) {
-          if (!is_valid_utf8(lines[i])) continue;
+          if (!is_valid_utf8(lines[i])) {
+            continue;
+          }
           prepared[i] = join(preparers[worker]->target(lines[i]), " ");
         }
       },

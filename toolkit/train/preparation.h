@@ -54,8 +54,8 @@ class Preparer {
   std::vector<std::pair<std::string, std::string>> names(const std::string& source);
 
  private:
-  textProcess::Processor m_source;
-  textProcess::Processor m_target;  // its preprocessor reads the target language
+  textProcess::Processor source_;
+  textProcess::Processor target_;  // its preprocessor reads the target language
 };
 
 struct preparation_options_t {

@@ -47,10 +47,10 @@ std::string table(const std::vector<row_t>& rows, bool figures = true) {
 
 // BLEU on the tuning set by round, as a line.
 std::string plot(const std::vector<TuneRound>& rounds) {
-  constexpr double width = 560;
-  constexpr double height = 200;
-  constexpr double left = 50;
-  constexpr double bottom = 30;
+  constexpr double kWidth = 560;
+  constexpr double kHeight = 200;
+  constexpr double kLeft = 50;
+  constexpr double kBottom = 30;
   double low = rounds.front().bleu.score;
   double high = low;
   for (const TuneRound& round : rounds) {
@@ -60,12 +60,12 @@ std::string plot(const std::vector<TuneRound>& rounds) {
   const double span = std::max(high - low, 0.1);
   const auto x = [&](std::size_t i) {
     const double steps = std::max<double>(1, static_cast<double>(rounds.size() - 1));
-    return left + (width - left - 20) * static_cast<double>(i) / steps;
+    return kLeft + (kWidth - kLeft - 20) * static_cast<double>(i) / steps;
   };
   const auto y = [&](double score) {
-    return 20 + (height - bottom - 20) * (1 - (score - low) / span);
+    return 20 + (kHeight - kBottom - 20) * (1 - (score - low) / span);
   };
-  std::string svg = "<svg width=\"" + fixed(width, 0) + "\" height=\"" + fixed(height, 0) +
+  std::string svg = "<svg width=\"" + fixed(kWidth, 0) + "\" height=\"" + fixed(kHeight, 0) +
                     "\" role=\"img\" aria-label=\"BLEU by round\">\n<polyline fill=\"none\" "
                     "stroke=\"#1f6feb\" stroke-width=\"2\" points=\"";
   for (std::size_t i = 0; i < rounds.size(); ++i) {
@@ -77,13 +77,13 @@ std::string plot(const std::vector<TuneRound>& rounds) {
     svg += "<circle cx=\"" + fixed(x(i), 1) + "\" cy=\"" + fixed(y(rounds[i].bleu.score), 1) +
            "\" r=\"3\" fill=\"#1f6feb\"/><text " + at + "y=\"" +
            fixed(y(rounds[i].bleu.score) - 8, 1) + "\">" + fixed(rounds[i].bleu.score, 2) +
-           "</text><text " + at + "y=\"" + fixed(height - 8, 0) + "\">" + std::to_string(i + 1) +
+           "</text><text " + at + "y=\"" + fixed(kHeight - 8, 0) + "\">" + std::to_string(i + 1) +
            "</text>\n";
   }
   return svg + "</svg>\n";
 }
 
-constexpr std::string_view head =
+constexpr std::string_view kHead =
     "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n"
     "<meta name=\"viewport\" content=\"width=device-width\">\n<title>Training report</title>\n"
     "<style>body{font:16px/1.5 system-ui,sans-serif;max-width:60em;margin:2em auto;padding:0 1em}"
@@ -118,10 +118,12 @@ std::string escape_html(std::string_view text) {
 }
 
 std::string format_report(const train_result_t& result, const manifest_t& manifest) {
-  std::string page(head);
+  std::string page(kHead);
   page += "<h1>Training report</h1>\n<h2>Made from</h2>\n";
   std::vector<row_t> rows = {{"what", "value"}};
-  for (const auto& [name, value] : manifest.built_from) rows.push_back({name, value});
+  for (const auto& [name, value] : manifest.built_from) {
+    rows.push_back({name, value});
+  }
   page += table(rows, false);
 
   const preparation_report_t& p = result.preparation;
@@ -148,8 +150,8 @@ std::string format_report(const train_result_t& result, const manifest_t& manife
     page += "<h2>Tuning</h2>\n<p>BLEU on the tuning set by round.</p>\n" + plot(result.rounds);
   }
   rows = {{"weight", "value"}};
-  for (std::size_t i = 0; i < result.weights.size() && i < feature_names.size(); ++i) {
-    rows.push_back({std::string(feature_names[i]), fixed(result.weights[i], 4)});
+  for (std::size_t i = 0; i < result.weights.size() && i < kFeatureNames.size(); ++i) {
+    rows.push_back({std::string(kFeatureNames[i]), fixed(result.weights[i], 4)});
   }
   page += table(rows);
 

@@ -36,12 +36,12 @@ std::uint64_t peak_memory() {
 }
 
 Stages::Stages(std::string folder, std::function<void(const std::string&)> say)
-    : m_folder(std::move(folder)), m_say(std::move(say)) {
-  std::filesystem::create_directories(m_folder);
+    : folder_(std::move(folder)), say_(std::move(say)) {
+  std::filesystem::create_directories(folder_);
 }
 
 void Stages::depend(std::string_view text) {
-  m_state = digest(m_state + std::string(text));
+  state_ = digest(state_ + std::string(text));
 }
 
 void Stages::depend_on_file(const std::string& path) {
@@ -53,19 +53,19 @@ void Stages::depend_on_file(const std::string& path) {
 void Stages::run(const std::string& name, const std::function<void()>& stage) {
   depend(name);
   const std::string mark = file(name + ".done");
-  stage_time_t time{name, 0, contents(mark) == m_state, 0};
+  stage_time_t time{name, 0, contents(mark) == state_, 0};
   if (time.was_done) {
-    m_say(name + ": nothing changed");
+    say_(name + ": nothing changed");
   } else {
-    m_say(name);
+    say_(name);
     std::filesystem::remove(mark);
     const auto begin = std::chrono::steady_clock::now();
     stage();
     time.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-    write_file(mark, m_state);
+    write_file(mark, state_);
   }
   time.peak_memory = peak_memory();
-  m_times.push_back(std::move(time));
+  times_.push_back(std::move(time));
 }
 
 }  // namespace koralite::toolkit

@@ -33,14 +33,14 @@ class Stages {
   // stages came before, and its name.
   void run(const std::string& name, const std::function<void()>& stage);
 
-  std::string file(const std::string& name) const { return m_folder + '/' + name; }
-  const std::vector<stage_time_t>& times() const { return m_times; }
+  std::string file(const std::string& name) const { return folder_ + '/' + name; }
+  const std::vector<stage_time_t>& times() const { return times_; }
 
  private:
-  std::string m_folder;
-  std::function<void(const std::string&)> m_say;
-  std::string m_state;  // digest of everything so far
-  std::vector<stage_time_t> m_times;
+  std::string folder_;
+  std::function<void(const std::string&)> say_;
+  std::string state_;  // digest of everything so far
+  std::vector<stage_time_t> times_;
 };
 
 // Bytes of memory that this process had at most.

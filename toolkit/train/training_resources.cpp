@@ -26,75 +26,85 @@ void TrainingResources::make_segmenter(std::string_view language, const std::str
                                        const std::string& path) {
   std::vector<segment_word_t> words;
   std::vector<std::string> surnames;
-  if (language == "zh" && !m_options.dictionary.empty()) {
-    words = read_segment_words(m_options.dictionary);
-    if (!m_options.surnames.empty()) surnames = read_segment_lines(m_options.surnames);
+  if (language == "zh" && !options_.dictionary.empty()) {
+    words = read_segment_words(options_.dictionary);
+    if (!options_.surnames.empty()) {
+      surnames = read_segment_lines(options_.surnames);
+    }
   } else {
     words = learn_words(read_lines(text), language);
   }
   build_segment_dictionary(path, words, surnames);
-  if (!surnames.empty()) build_segment_names(path + "-names", words, surnames);
-  if (language == "zh" && !m_options.ambiguous.empty()) {
-    build_segment_ambiguous(path + "-ambiguous", read_segment_lines(m_options.ambiguous));
+  if (!surnames.empty()) {
+    build_segment_names(path + "-names", words, surnames);
+  }
+  if (language == "zh" && !options_.ambiguous.empty()) {
+    build_segment_ambiguous(path + "-ambiguous", read_segment_lines(options_.ambiguous));
   }
 }
 
 void TrainingResources::make() {
-  const direction_t& direction = m_options.direction;
+  const direction_t& direction = options_.direction;
   // What an earlier run with other options made must not be taken for this one's.
   for (const char* name : {"segment", "segment-names", "segment-ambiguous", "anti-names", "pinyin",
                            "rules", "entities", "recase"}) {
-    fs::remove(m_model.file(name));
+    fs::remove(model_.file(name));
   }
   if (has_no_blanks(direction.source)) {
-    make_segmenter(direction.source, m_options.source, m_model.file("segment"));
+    make_segmenter(direction.source, options_.source, model_.file("segment"));
   }
   if (has_no_blanks(direction.target)) {
-    make_segmenter(direction.target, m_options.target, m_stages.file("target-segment"));
+    make_segmenter(direction.target, options_.target, stages_.file("target-segment"));
   }
-  if (!m_options.rules.empty()) {
-    const rule_source_t rules = read_rule_source(m_options.rules);
+  if (!options_.rules.empty()) {
+    const rule_source_t rules = read_rule_source(options_.rules);
     if (rules.direction != direction.name()) {
-      throw std::runtime_error(m_options.rules + ": rules for " + rules.direction + ", not " +
+      throw std::runtime_error(options_.rules + ": rules for " + rules.direction + ", not " +
                                direction.name());
     }
-    write_rule_file(rules, m_model.file("rules"));
+    write_rule_file(rules, model_.file("rules"));
   }
-  if (!m_options.readings.empty() && direction.source == "zh") {
+  if (!options_.readings.empty() && direction.source == "zh") {
     PinyinBuilder pinyin;
-    for (const std::string& line : read_lines(m_options.readings)) pinyin.add_line(line);
-    pinyin.write(m_model.file("pinyin"));
+    for (const std::string& line : read_lines(options_.readings)) {
+      pinyin.add_line(line);
+    }
+    pinyin.write(model_.file("pinyin"));
   }
-  if (!m_options.entities.empty()) make_entities();
+  if (!options_.entities.empty()) {
+    make_entities();
+  }
 }
 
 void TrainingResources::make_entities() {
   enter();
   const entity_options_t options =
-      chain_entity_options(m_options.direction, m_stages.file("source.conf"), m_model.path);
+      chain_entity_options(options_.direction, stages_.file("source.conf"), model_.path);
   const entity_report_t report =
-      write_entity_file(read_entities(m_options.entities), options, m_model.file("entities"));
+      write_entity_file(read_entities(options_.entities), options, model_.file("entities"));
   if (!report.dropped.empty()) {
-    m_warn(std::to_string(report.dropped.size()) + " of " + std::to_string(report.read) +
-           " entities left out, the first: " + report.dropped.front());
+    warn_(std::to_string(report.dropped.size()) + " of " + std::to_string(report.read) +
+          " entities left out, the first: " + report.dropped.front());
   }
 }
 
 void TrainingResources::enter() {
-  engine_config_t& engine = m_model.engine;
+  engine_config_t& engine = model_.engine;
   const auto name_if_there = [&](const char* name, std::string& value) {
-    value = fs::exists(m_model.file(name)) ? name : "";
+    value = fs::exists(model_.file(name)) ? name : "";
   };
-  if (has_no_blanks(m_options.direction.source)) {
+  if (has_no_blanks(options_.direction.source)) {
     name_if_there("segment", engine.segment);
     name_if_there("segment-names", engine.segment_name);
     name_if_there("segment-ambiguous", engine.ambiguous_path);
-  } else if (m_options.direction.source != "en") {
+  } else if (options_.direction.source != "en") {
     engine.single_word_split = "0";
   }
   name_if_there("pinyin", engine.pinyin);
   // Without pinyin a name would have no translation.
-  if (engine.pinyin.empty()) engine.segment_name.clear();
+  if (engine.pinyin.empty()) {
+    engine.segment_name.clear();
+  }
   name_if_there("anti-names", engine.anti_name);
   name_if_there("rules", engine.rules);
   name_if_there("entities", engine.entities);
@@ -103,36 +113,38 @@ void TrainingResources::enter() {
 }
 
 bool TrainingResources::finds_names() const {
-  return !m_model.engine.segment_name.empty() && !m_model.engine.pinyin.empty();
+  return !model_.engine.segment_name.empty() && !model_.engine.pinyin.empty();
 }
 
 void TrainingResources::write_configurations() const {
-  write_file(m_stages.file("source.conf"), format_engine_config(m_model.engine));
+  write_file(stages_.file("source.conf"), format_engine_config(model_.engine));
   engine_config_t target;
-  target.direction = m_options.direction;
-  if (has_no_blanks(m_options.direction.target)) {
+  target.direction = options_.direction;
+  if (has_no_blanks(options_.direction.target)) {
     target.segment = "../target-segment";
-  } else if (m_options.direction.target != "en") {
+  } else if (options_.direction.target != "en") {
     target.single_word_split = "0";
   }
-  write_file(m_stages.file("target.conf"), format_engine_config(target));
+  write_file(stages_.file("target.conf"), format_engine_config(target));
 }
 
 preparation_files_t TrainingResources::files() const {
-  return {m_options.direction, m_stages.file("source.conf"), m_stages.file("target.conf"),
-          m_model.path};
+  return {options_.direction, stages_.file("source.conf"), stages_.file("target.conf"),
+          model_.path};
 }
 
 // The segmenter takes words for names of persons that are none in this text: those whose reading
 // the other side does not have.
 void TrainingResources::find_false_names() {
-  fs::remove(m_model.file("anti-names"));
+  fs::remove(model_.file("anti-names"));
   enter();
-  const std::vector<std::string> source = read_lines(m_options.source);
-  const std::vector<std::string> target = read_lines(m_options.target);
-  const unsigned threads = thread_count(m_options.threads);
+  const std::vector<std::string> source = read_lines(options_.source);
+  const std::vector<std::string> target = read_lines(options_.target);
+  const unsigned threads = thread_count(options_.threads);
   std::vector<std::unique_ptr<Preparer>> preparers;
-  for (unsigned i = 0; i < threads; ++i) preparers.push_back(std::make_unique<Preparer>(files()));
+  for (unsigned i = 0; i < threads; ++i) {
+    preparers.push_back(std::make_unique<Preparer>(files()));
+  }
   struct count_t {
     std::uint64_t found = 0;
     std::uint64_t matched = 0;
@@ -148,7 +160,7 @@ void TrainingResources::find_false_names() {
           count.matched += has_reading ? 1 : 0;
         }
       },
-      m_progress, "names");
+      progress_, "names");
   std::map<std::string, count_t> total;
   for (const auto& part : counts) {
     for (const auto& [name, count] : part) {
@@ -158,35 +170,41 @@ void TrainingResources::find_false_names() {
   }
   std::vector<std::string> false_names;  // in byte order, as the segmenter wants them
   for (const auto& [name, count] : total) {
-    if (2 * count.matched < count.found) false_names.push_back(name);
+    if (2 * count.matched < count.found) {
+      false_names.push_back(name);
+    }
   }
-  m_say("  " + std::to_string(false_names.size()) + " of " + std::to_string(total.size()) +
-        " names of persons are none in this text");
-  if (!false_names.empty()) write_resource_file(m_model.file("anti-names"), false_names);
+  say_("  " + std::to_string(false_names.size()) + " of " + std::to_string(total.size()) +
+       " names of persons are none in this text");
+  if (!false_names.empty()) {
+    write_resource_file(model_.file("anti-names"), false_names);
+  }
 }
 
 void TrainingResources::learn_capitals() {
   RecaseBuilder builder;
   Preparer preparer(files());
-  std::vector<std::string> lines = read_lines(m_options.target);
-  if (!m_options.recase_text.empty()) {
-    const auto more = read_lines(m_options.recase_text);
+  std::vector<std::string> lines = read_lines(options_.target);
+  if (!options_.recase_text.empty()) {
+    const auto more = read_lines(options_.recase_text);
     lines.insert(lines.end(), more.begin(), more.end());
   }
   for (const std::string& line : lines) {
     std::string text;
     for (const std::string& word : preparer.cased_target(line)) {
-      if (!text.empty()) text += ' ';
+      if (!text.empty()) {
+        text += ' ';
+      }
       text += word;
     }
     builder.add_line(text);
   }
   const auto entries = builder.entries();
-  fs::remove(m_model.file("recase"));
+  fs::remove(model_.file("recase"));
   if (entries.empty()) {
-    m_warn("no word with a capital was seen often enough: only sentence starts get one");
+    warn_("no word with a capital was seen often enough: only sentence starts get one");
   } else {
-    write_recase_file(m_model.file("recase"), entries);
+    write_recase_file(model_.file("recase"), entries);
   }
 }
 

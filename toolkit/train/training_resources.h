@@ -27,12 +27,12 @@ class TrainingResources {
   // goes beside the stages' marks.
   TrainingResources(const train_options_t& options, const Stages& stages, model_folder_t& model,
                     const Progress& progress, Say say, Say warn)
-      : m_options(options),
-        m_stages(stages),
-        m_model(model),
-        m_progress(progress),
-        m_say(std::move(say)),
-        m_warn(std::move(warn)) {}
+      : options_(options),
+        stages_(stages),
+        model_(model),
+        progress_(progress),
+        say_(std::move(say)),
+        warn_(std::move(warn)) {}
 
   // Removes what an earlier run left and makes what the options ask for.
   void make();
@@ -55,12 +55,12 @@ class TrainingResources {
   void make_entities();
   void write_configurations() const;
 
-  const train_options_t& m_options;
-  const Stages& m_stages;
-  model_folder_t& m_model;
-  const Progress& m_progress;
-  Say m_say;
-  Say m_warn;
+  const train_options_t& options_;
+  const Stages& stages_;
+  model_folder_t& model_;
+  const Progress& progress_;
+  Say say_;
+  Say warn_;
 };
 
 }  // namespace koralite::toolkit

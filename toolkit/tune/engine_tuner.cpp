@@ -18,7 +18,7 @@ using textProcess::LangType;
 using textProcess::ProcessStr;
 using textProcess::ProcessWordSeq;
 
-constexpr std::size_t chunk_words = 32;  // what the decoder translates at once
+constexpr std::size_t kChunkWords = 32;  // what the decoder translates at once
 
 std::string key_of(std::span<const std::int32_t> ids) {
   return {reinterpret_cast<const char*>(ids.data()), ids.size_bytes()};
@@ -70,11 +70,11 @@ std::vector<double> default_weights() {
 EngineTuner::EngineTuner(model_folder_t folder, std::span<const std::string> source,
                          std::span<const std::vector<std::string>> references,
                          const engine_tuner_options_t& options)
-    : m_folder(std::move(folder)),
-      m_source(source.begin(), source.end()),
-      m_scorer(references, {options.tokenizer, options.tokenizer == Tokenizer::k13a}),
-      m_options(options) {
-  m_options.threads = thread_count(options.threads);
+    : folder_(std::move(folder)),
+      source_(source.begin(), source.end()),
+      scorer_(references, {options.tokenizer, options.tokenizer == Tokenizer::k13a}),
+      options_(options) {
+  options_.threads = thread_count(options.threads);
 }
 
 EngineTuner::~EngineTuner() = default;
@@ -82,14 +82,14 @@ EngineTuner::~EngineTuner() = default;
 NbestLists EngineTuner::decode(std::span<const double> weights) {
   prepare(weights);
   std::vector<std::unique_ptr<translator::TransImpl>> engines;
-  for (unsigned i = 0; i < m_options.threads; ++i) {
+  for (unsigned i = 0; i < options_.threads; ++i) {
     engines.push_back(std::make_unique<translator::TransImpl>(
-        language_type(m_folder.engine.direction.source),
-        language_type(m_folder.engine.direction.target), m_folder.engine_path(), m_folder.path,
-        m_folder.engine.decoder));
+        language_type(folder_.engine.direction.source),
+        language_type(folder_.engine.direction.target), folder_.engine_path(), folder_.path,
+        folder_.engine.decoder));
   }
-  NbestLists lists(m_source.size());
-  parallel_for(m_source.size(), m_options.threads, [&](std::size_t line, unsigned worker) {
+  NbestLists lists(source_.size());
+  parallel_for(source_.size(), options_.threads, [&](std::size_t line, unsigned worker) {
     lists[line] = candidates(*engines[worker], line, weights);
   });
   return lists;
@@ -97,7 +97,7 @@ NbestLists EngineTuner::decode(std::span<const double> weights) {
 
 std::vector<TuneCandidate> EngineTuner::candidates(translator::TransImpl& engine, std::size_t line,
                                                    std::span<const double> weights) const {
-  ProcessStr str(false, m_source[line]);
+  ProcessStr str(false, source_[line]);
   ProcessWordSeq words(false);
   ProcessWordSeq removed(false);
   engine.Preprocess(str, words);
@@ -107,17 +107,19 @@ std::vector<TuneCandidate> EngineTuner::candidates(translator::TransImpl& engine
   // Entry k of the whole joins the k-th best of each chunk, as the decoder's own n-best list does.
   std::vector<scored_text_t> whole;
   decoder::explanation_t explanation;
-  for (std::size_t begin = 0; begin < word_count; begin += chunk_words) {
+  for (std::size_t begin = 0; begin < word_count; begin += kChunkWords) {
     const std::span<const common::word_node_t> chunk_nodes(
-        words.words().data() + begin, std::min(chunk_words, word_count - begin));
-    engine.translator().search().explain(m_options.nbest, chunk_nodes, explanation);
+        words.words().data() + begin, std::min(kChunkWords, word_count - begin));
+    engine.translator().search().explain(options_.nbest, chunk_nodes, explanation);
     std::vector<scored_text_t> chunk;
     for (const decoder::derivation_t& derivation : explanation.derivations) {
       const std::vector<double> all =
           features(derivation, explanation, chunk_nodes, engine, weights);
       chunk.push_back({derivation.text, {all.begin(), all.end()}});
     }
-    if (chunk.empty()) continue;
+    if (chunk.empty()) {
+      continue;
+    }
     if (whole.empty()) {
       whole = std::move(chunk);
       continue;
@@ -142,7 +144,7 @@ std::vector<TuneCandidate> EngineTuner::candidates(translator::TransImpl& engine
     words.words().resize(word_count);
     ProcessStr output(false, std::move(entry.text));
     engine.Postprocess(output);
-    TuneCandidate candidate{std::move(entry.features), m_scorer.sentence(line, output.text())};
+    TuneCandidate candidate{std::move(entry.features), scorer_.sentence(line, output.text())};
     if (std::find(result.begin(), result.end(), candidate) == result.end()) {
       result.push_back(std::move(candidate));
     }
@@ -154,67 +156,73 @@ TrainingTuner::TrainingTuner(model_folder_t folder, const TrainedPhrases& phrase
                              std::span<const std::string> source,
                              std::span<const std::vector<std::string>> references,
                              const engine_tuner_options_t& options)
-    : EngineTuner(std::move(folder), source, references, options), m_phrases(phrases) {
+    : EngineTuner(std::move(folder), source, references, options), phrases_(phrases) {
   find_usable_phrases();
 }
 
 std::int32_t TrainingTuner::source_id(const common::word_node_t& node) const {
   std::int32_t id = -1;
-  m_phrases.source_vocab().find(node.tag != nullptr ? node.tag : node.word, id);
+  phrases_.source_vocab().find(node.tag != nullptr ? node.tag : node.word, id);
   return id;
 }
 
 // Marks the records whose source phrase occurs in the tuning set. The set's words are taken from
 // the engine's own text steps, without any phrase table.
 void TrainingTuner::find_usable_phrases() {
-  textProcess::Processor processor(language_type(m_folder.engine.direction.source),
-                                   language_type(m_folder.engine.direction.target),
-                                   m_folder.engine_path(), m_folder.path);
+  textProcess::Processor processor(language_type(folder_.engine.direction.source),
+                                   language_type(folder_.engine.direction.target),
+                                   folder_.engine_path(), folder_.path);
   decoder::Vocab vocab;
-  vocab.load(m_folder.file(m_folder.decoder.source_vocab).c_str());
+  vocab.load(folder_.file(folder_.decoder.source_vocab).c_str());
   processor.SetSourceVocab(&vocab);
   std::unordered_set<std::string> phrases;
   std::vector<std::int32_t> ids;
-  for (const std::string& line : m_source) {
+  for (const std::string& line : source_) {
     ProcessStr str(false, line);
     ProcessWordSeq words(false);
     processor.Preprocess(str, words);
     ids.clear();
-    for (const common::word_node_t& node : words.words()) ids.push_back(source_id(node));
+    for (const common::word_node_t& node : words.words()) {
+      ids.push_back(source_id(node));
+    }
     for (std::size_t begin = 0; begin < ids.size(); ++begin) {
       const std::size_t most = std::min<std::size_t>(phrase_t::kMaxWords, ids.size() - begin);
-      for (std::size_t n = 1; n <= most; ++n) phrases.insert(key_of({&ids[begin], n}));
+      for (std::size_t n = 1; n <= most; ++n) {
+        phrases.insert(key_of({&ids[begin], n}));
+      }
     }
   }
   processor.SetSourceVocab(nullptr);
-  const auto records = m_phrases.records();
-  m_usable.assign(records.size(), false);
+  const auto records = phrases_.records();
+  usable_.assign(records.size(), false);
   for (std::size_t i = 0; i < records.size(); ++i) {
-    const auto words = m_phrases.source(records[i]);
-    if (!phrases.contains(key_of(words))) continue;
-    m_usable[i] = true;
-    m_record_of.try_emplace(pair_key(words, m_phrases.target(records[i])), i);
+    const auto words = phrases_.source(records[i]);
+    if (!phrases.contains(key_of(words))) {
+      continue;
+    }
+    usable_[i] = true;
+    record_of_.try_emplace(pair_key(words, phrases_.target(records[i])), i);
   }
 }
 
 void TrainingTuner::prepare(std::span<const double> weights) {
-  set_weights(weights, m_folder.decoder);
-  m_folder.decoder.compress = false;
-  write_file(m_folder.file(m_folder.engine.decoder), format_decoder_config(m_folder.decoder));
+  set_weights(weights, folder_.decoder);
+  folder_.decoder.compress = false;
+  write_file(folder_.file(folder_.engine.decoder), format_decoder_config(folder_.decoder));
 
-  decoder::CompactLmModel lang_model(m_folder.file(m_folder.decoder.lang_model),
-                                     m_folder.decoder.ngram_order);
+  decoder::CompactLmModel lang_model(folder_.file(folder_.decoder.lang_model),
+                                     folder_.decoder.ngram_order);
   phrase_table_options_t options;
   options.lang_model = &lang_model;
-  options.max_targets = m_folder.decoder.translation_limit;
-  options.translation_weight = m_folder.decoder.translation_weight;
-  options.word_weight = m_folder.decoder.word_weight;
-  options.lang_weight = m_folder.decoder.lang_weight;
-  const auto* first = m_phrases.records().data();
-  pack_phrases(m_phrases, weights.subspan(kTranslation), options,
-               m_folder.file(m_folder.decoder.trans_model),
+  options.max_targets = folder_.decoder.translation_limit;
+  options.translation_weight = folder_.decoder.translation_weight;
+  options.word_weight = folder_.decoder.word_weight;
+  options.lang_weight = folder_.decoder.lang_weight;
+  const auto* first = phrases_.records().data();
+  pack_phrases(phrases_, weights.subspan(kTranslation), options,
+               folder_.file(folder_.decoder.trans_model),
                [&](const TrainedPhrases::record_t& record) {
-                 return m_usable[static_cast<std::size_t>(&record - first)];
+                 return usable_[static_cast<std::size_t>(&record - first)];
                });
 }
 
@@ -225,7 +233,9 @@ std::vector<double> TrainingTuner::features(const decoder::derivation_t& derivat
                                             std::span<const double> weights) const {
   std::vector<double> features(kFeatures, 0.0);
   std::vector<std::int32_t> ids;
-  for (const common::word_node_t& node : words) ids.push_back(source_id(node));
+  for (const common::word_node_t& node : words) {
+    ids.push_back(source_id(node));
+  }
   double language = derivation.end_score;  // weighted
   for (const decoder::explained_step_t& step : derivation.steps) {
     const decoder::explained_option_t& option = explanation.options[step.option];
@@ -235,14 +245,14 @@ std::vector<double> TrainingTuner::features(const decoder::derivation_t& derivat
     double other = weights[kWords] * static_cast<double>(option.ids.size());
     const auto start = static_cast<std::size_t>(option.start);
     const auto length = static_cast<std::size_t>(option.end - option.start + 1);
-    const auto at = m_record_of.find(pair_key({&ids[start], length}, option.ids));
-    if (at == m_record_of.end()) {  // an unknown word
-      other -= static_cast<double>(m_folder.decoder.unknown_weight);
+    const auto at = record_of_.find(pair_key({&ids[start], length}, option.ids));
+    if (at == record_of_.end()) {  // an unknown word
+      other -= static_cast<double>(folder_.decoder.unknown_weight);
     } else {
       features[kPhrases] += 1;
       other += weights[kPhrases];
-      const TrainedPhrases::record_t& record = m_phrases.records()[at->second];
-      for (std::size_t i = 0; i < translation_features; ++i) {
+      const TrainedPhrases::record_t& record = phrases_.records()[at->second];
+      for (std::size_t i = 0; i < kTranslationFeatures; ++i) {
         const auto score = static_cast<double>(record.log_probabilities[i]);
         features[kTranslation + i] += score;
         other += weights[kTranslation + i] * score;
@@ -265,8 +275,8 @@ void FolderTuner::set(std::span<const double> weights, decoder::Parameter& param
 }
 
 void FolderTuner::prepare(std::span<const double> weights) {
-  set(weights, m_folder.decoder);
-  write_file(m_folder.file(m_folder.engine.decoder), format_decoder_config(m_folder.decoder));
+  set(weights, folder_.decoder);
+  write_file(folder_.file(folder_.engine.decoder), format_decoder_config(folder_.decoder));
 }
 
 std::vector<double> FolderTuner::features(const decoder::derivation_t& derivation,
@@ -289,7 +299,9 @@ std::vector<double> FolderTuner::features(const decoder::derivation_t& derivatio
     // An unknown word has neither phrase weight nor translation score.
     std::int32_t unknown = 0;
     models.target_vocab->find("<unk>", unknown);
-    if (option.ids.size() == 1 && option.ids.front() == unknown) continue;
+    if (option.ids.size() == 1 && option.ids.front() == unknown) {
+      continue;
+    }
     features[kPhrases] += 1;
     translation += static_cast<double>(option.score) - weights[kPhrases] -
                    weights[kWords] * static_cast<double>(option.ids.size()) -

@@ -29,9 +29,9 @@ enum Feature : std::size_t {
   kWords,
   kPhrases,
   kTranslation,  // and the other translation features behind it
-  kFeatures = kTranslation + translation_features
+  kFeatures = kTranslation + kTranslationFeatures
 };
-inline constexpr std::array<std::string_view, kFeatures> feature_names = {
+inline constexpr std::array<std::string_view, kFeatures> kFeatureNames = {
     "distortion", "reordering",    "language", "words",        "phrases",
     "p(t|s)",     "lexical (t|s)", "p(s|t)",   "lexical (s|t)"};
 
@@ -69,15 +69,15 @@ class EngineTuner : public NbestProvider {
                                        translator::TransImpl& engine,
                                        std::span<const double> weights) const = 0;
 
-  model_folder_t m_folder;
-  std::vector<std::string> m_source;
+  model_folder_t folder_;
+  std::vector<std::string> source_;
 
  private:
   std::vector<TuneCandidate> candidates(translator::TransImpl& engine, std::size_t line,
                                         std::span<const double> weights) const;
 
-  BleuScorer m_scorer;
-  engine_tuner_options_t m_options;
+  BleuScorer scorer_;
+  engine_tuner_options_t options_;
 };
 
 // Tunes while training: packs the phrases that the set can use anew for each set of weights, with
@@ -102,9 +102,9 @@ class TrainingTuner final : public EngineTuner {
   void find_usable_phrases();
   std::int32_t source_id(const common::word_node_t& node) const;
 
-  const TrainedPhrases& m_phrases;
-  std::vector<bool> m_usable;                                // by record
-  std::unordered_map<std::string, std::size_t> m_record_of;  // usable records by their words
+  const TrainedPhrases& phrases_;
+  std::vector<bool> usable_;                                // by record
+  std::unordered_map<std::string, std::size_t> record_of_;  // usable records by their words
 };
 
 // Tunes a finished folder: its phrase table stays, so there is one translation feature, and

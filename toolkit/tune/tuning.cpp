@@ -47,17 +47,23 @@ class Search {
       for (std::size_t k = 0; k < features_; ++k) {
         std::vector<double> direction(features_);
         direction[k] = 1;
-        if (!is_fixed(k)) score = std::max(score, along(weights, direction, score));
+        if (!is_fixed(k)) {
+          score = std::max(score, along(weights, direction, score));
+        }
       }
       for (int i = 0; i < options_.random_directions; ++i) {
         std::vector<double> direction(features_);
         for (std::size_t k = 0; k < features_; ++k) {
           const double share = 2 * random.unit() - 1;
-          if (!is_fixed(k)) direction[k] = share * (std::abs(weights[k]) + 0.01);
+          if (!is_fixed(k)) {
+            direction[k] = share * (std::abs(weights[k]) + 0.01);
+          }
         }
         score = std::max(score, along(weights, direction, score));
       }
-      if (score <= before + 1e-9) break;
+      if (score <= before + 1e-9) {
+        break;
+      }
     }
     rescore(weights);  // sums of many steps drift
     MertResult result{weights, 0, {}};
@@ -90,7 +96,9 @@ class Search {
   BleuStats best_stats() const {
     BleuStats sum;
     for (std::size_t s = 0; s < lists_.size(); ++s) {
-      if (lists_[s].empty()) continue;
+      if (lists_[s].empty()) {
+        continue;
+      }
       const auto begin = scores_.begin() + static_cast<std::ptrdiff_t>(starts_[s]);
       const auto best =
           std::max_element(begin, begin + static_cast<std::ptrdiff_t>(lists_[s].size())) - begin;
@@ -104,10 +112,14 @@ class Search {
                     const std::vector<double>& direction) const {
     WeightRange range;
     for (std::size_t k = 0; k < features_ && k < options_.ranges.size(); ++k) {
-      if (direction[k] == 0) continue;
+      if (direction[k] == 0) {
+        continue;
+      }
       double a = (options_.ranges[k].low - weights[k]) / direction[k];
       double b = (options_.ranges[k].high - weights[k]) / direction[k];
-      if (a > b) std::swap(a, b);
+      if (a > b) {
+        std::swap(a, b);
+      }
       range.low = std::max(range.low, a);
       range.high = std::min(range.high, b);
     }
@@ -123,18 +135,24 @@ class Search {
                         static_cast<std::uint32_t>(c)});
     }
     std::sort(lines_.begin(), lines_.end(), [](const Line& a, const Line& b) {
-      if (a.slope != b.slope) return a.slope < b.slope;
+      if (a.slope != b.slope) {
+        return a.slope < b.slope;
+      }
       return a.offset != b.offset ? a.offset > b.offset : a.candidate < b.candidate;
     });
     x_.clear();
     std::size_t kept = 0;
     for (std::size_t i = 0; i < lines_.size(); ++i) {
       const Line line = lines_[i];
-      if (kept > 0 && lines_[kept - 1].slope == line.slope) continue;
+      if (kept > 0 && lines_[kept - 1].slope == line.slope) {
+        continue;
+      }
       double x = -kInfinity;
       while (kept > 0) {
         x = (lines_[kept - 1].offset - line.offset) / (line.slope - lines_[kept - 1].slope);
-        if (x > x_[kept - 1]) break;
+        if (x > x_[kept - 1]) {
+          break;
+        }
         --kept;
         x_.pop_back();
         x = -kInfinity;
@@ -149,11 +167,15 @@ class Search {
   // returns the best score found.
   double along(std::vector<double>& weights, const std::vector<double>& direction, double score) {
     const WeightRange range = steps(weights, direction);
-    if (range.low >= range.high) return score;
+    if (range.low >= range.high) {
+      return score;
+    }
     events_.clear();
     BleuStats stats;
     for (std::size_t s = 0; s < lists_.size(); ++s) {
-      if (lists_[s].empty()) continue;
+      if (lists_[s].empty()) {
+        continue;
+      }
       envelope(s, direction);
       std::uint32_t current = lines_[0].candidate;
       for (std::size_t i = 1; i < lines_.size(); ++i) {
@@ -161,7 +183,9 @@ class Search {
           current = lines_[i].candidate;
           continue;
         }
-        if (x_[i] >= range.high) break;
+        if (x_[i] >= range.high) {
+          break;
+        }
         events_.push_back(
             {x_[i], static_cast<std::uint32_t>(s), lines_[i - 1].candidate, lines_[i].candidate});
       }
@@ -183,14 +207,20 @@ class Search {
           step = inside(begin, end);
         }
       }
-      if (i == events_.size()) break;
+      if (i == events_.size()) {
+        break;
+      }
       const auto& list = lists_[events_[i].sentence];
       stats -= list[events_[i].from].stats;
       stats += list[events_[i].to].stats;
       begin = end;
     }
-    if (best <= score) return score;
-    for (std::size_t k = 0; k < features_; ++k) weights[k] += step * direction[k];
+    if (best <= score) {
+      return score;
+    }
+    for (std::size_t k = 0; k < features_; ++k) {
+      weights[k] += step * direction[k];
+    }
     for (std::size_t s = 0; s < lists_.size(); ++s) {
       for (std::size_t c = 0; c < lists_[s].size(); ++c) {
         scores_[starts_[s] + c] += step * dot(direction, lists_[s][c].features);
@@ -200,9 +230,15 @@ class Search {
   }
 
   static double inside(double begin, double end) {
-    if (begin == -kInfinity && end == kInfinity) return 0;
-    if (begin == -kInfinity) return end - 0.1;
-    if (end == kInfinity) return begin + 0.1;
+    if (begin == -kInfinity && end == kInfinity) {
+      return 0;
+    }
+    if (begin == -kInfinity) {
+      return end - 0.1;
+    }
+    if (end == kInfinity) {
+      return begin + 0.1;
+    }
     return begin + (end - begin) / 2;
   }
 
@@ -223,12 +259,18 @@ void rescale(std::vector<double>& weights, std::span<const double> like,
   double want = 0;
   for (std::size_t k = 0; k < weights.size(); ++k) {
     // A fixed weight that matters pins the scale of all others.
-    if (k < fixed.size() && fixed[k] && weights[k] != 0) return;
+    if (k < fixed.size() && fixed[k] && weights[k] != 0) {
+      return;
+    }
     have += std::abs(weights[k]);
     want += std::abs(like[k]);
   }
-  if (have <= 0 || want <= 0) return;
-  for (double& w : weights) w *= want / have;
+  if (have <= 0 || want <= 0) {
+    return;
+  }
+  for (double& w : weights) {
+    w *= want / have;
+  }
 }
 
 void check(const NbestLists& lists, std::span<const double> start, const MertOptions& options) {
@@ -265,7 +307,9 @@ MertResult optimise_weights(const NbestLists& lists, std::span<const double> sta
     std::vector<double> weights(start.begin(), start.end());
     for (std::size_t k = 0; restart > 0 && k < weights.size(); ++k) {
       const double factor = 2 * random.unit();
-      if (search.is_fixed(k)) continue;
+      if (search.is_fixed(k)) {
+        continue;
+      }
       weights[k] *= factor;
       if (k < options.ranges.size()) {
         weights[k] = std::clamp(weights[k], options.ranges[k].low, options.ranges[k].high);
@@ -276,7 +320,9 @@ MertResult optimise_weights(const NbestLists& lists, std::span<const double> sta
   const MertResult* best = results.data();
   for (const MertResult& result : results) {
     // A better start must be worth it: near ties stay near the given weights.
-    if (result.score > best->score + 0.01) best = &result;
+    if (result.score > best->score + 0.01) {
+      best = &result;
+    }
   }
   return *best;
 }
@@ -291,7 +337,9 @@ TuneResult tune(NbestProvider& provider, std::span<const double> start, const Tu
   for (int round = 0; round < options.rounds; ++round) {
     NbestLists lists = provider.decode(weights);
     check(lists, weights, {});
-    if (round == 0) pool.resize(lists.size());
+    if (round == 0) {
+      pool.resize(lists.size());
+    }
     if (lists.size() != pool.size()) {
       throw std::runtime_error("the tuning set changed between two rounds");
     }
@@ -299,9 +347,13 @@ TuneResult tune(NbestProvider& provider, std::span<const double> start, const Tu
     std::size_t added = 0;
     std::size_t candidates = 0;
     for (std::size_t s = 0; s < lists.size(); ++s) {
-      if (!lists[s].empty()) stats += lists[s][0].stats;
+      if (!lists[s].empty()) {
+        stats += lists[s][0].stats;
+      }
       for (TuneCandidate& candidate : lists[s]) {
-        if (std::find(pool[s].begin(), pool[s].end(), candidate) != pool[s].end()) continue;
+        if (std::find(pool[s].begin(), pool[s].end(), candidate) != pool[s].end()) {
+          continue;
+        }
         pool[s].push_back(std::move(candidate));
         ++added;
       }
@@ -310,14 +362,20 @@ TuneResult tune(NbestProvider& provider, std::span<const double> start, const Tu
     TuneRound done{weights, bleu(stats), tuning_score(stats, options.mert.max_ratio), expected,
                    candidates};
     result.rounds.push_back(done);
-    if (done.score > result.rounds[result.best].score) result.best = result.rounds.size() - 1;
-    if (after_round) after_round(done);
+    if (done.score > result.rounds[result.best].score) {
+      result.best = result.rounds.size() - 1;
+    }
+    if (after_round) {
+      after_round(done);
+    }
     report(progress, "tune", static_cast<double>(round + 1) / options.rounds);
     if (added == 0 || result.rounds.size() - 1 - result.best >=
                           static_cast<std::size_t>(std::max(options.patience, 1))) {
       break;
     }
-    if (round + 1 == options.rounds) break;
+    if (round + 1 == options.rounds) {
+      break;
+    }
     MertOptions mert = options.mert;
     mert.seed += static_cast<std::uint64_t>(round);
     MertResult found = optimise_weights(pool, weights, mert);
@@ -329,10 +387,14 @@ TuneResult tune(NbestProvider& provider, std::span<const double> start, const Tu
       moved = std::max(moved, std::abs(found.weights[k] - weights[k]));
       total += std::abs(weights[k]);
     }
-    if (moved <= options.enough * total) break;
+    if (moved <= options.enough * total) {
+      break;
+    }
     weights = found.weights;
   }
-  if (!result.rounds.empty()) result.weights = result.rounds[result.best].weights;
+  if (!result.rounds.empty()) {
+    result.weights = result.rounds[result.best].weights;
+  }
   report(progress, "tune", 1);
   return result;
 }

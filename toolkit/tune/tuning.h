@@ -27,15 +27,15 @@ struct TuneCandidate {
   friend bool operator==(const TuneCandidate&, const TuneCandidate&) = default;
 };
 
-/// Candidates by sentence, each sentence's best first.
+// Candidates by sentence, each sentence's best first.
 using NbestLists = std::vector<std::vector<TuneCandidate>>;
 
-/// Translates the tuning set. Implemented by whoever drives the decoder.
+// Translates the tuning set. Implemented by whoever drives the decoder.
 class NbestProvider {
  public:
   virtual ~NbestProvider() = default;
-  /// n-best lists under these weights. Always the same sentences, in order, and
-  /// as many features as weights.
+  // n-best lists under these weights. Always the same sentences, in order, and
+  // as many features as weights.
   virtual NbestLists decode(std::span<const double> weights) = 0;
 };
 
@@ -50,8 +50,8 @@ struct MertOptions {
   std::uint64_t seed = 1;
   std::vector<WeightRange> ranges;  ///< by weight; missing ones are unbounded
   std::vector<bool> fixed;          ///< weights that must not change; missing: free
-  /// Translations longer than this share of the references are punished: the
-  /// score is multiplied with exp(1 - ratio / max_ratio), as brevity is.
+  // Translations longer than this share of the references are punished: the
+  // score is multiplied with exp(1 - ratio / max_ratio), as brevity is.
   double max_ratio = 1.05;
   unsigned threads = 0;
 };
@@ -62,12 +62,12 @@ struct MertResult {
   BleuScore bleu;    ///< on the lists
 };
 
-/// What is maximised: BLEU, with over-long translations punished.
+// What is maximised: BLEU, with over-long translations punished.
 double tuning_score(const BleuStats& stats, double max_ratio);
 
-/// The best weights for these lists, reached from `start`. Sentences without a
-/// candidate count nothing. Throws std::runtime_error on features or options
-/// that do not fit the weights.
+// The best weights for these lists, reached from `start`. Sentences without a
+// candidate count nothing. Throws std::runtime_error on features or options
+// that do not fit the weights.
 MertResult optimise_weights(const NbestLists& lists, std::span<const double> start,
                             const MertOptions& options);
 
@@ -92,9 +92,9 @@ struct TuneResult {
   std::vector<TuneRound> rounds;
 };
 
-/// Translates, adds the candidates to those of earlier rounds, optimises, and
-/// begins again. The weights are scaled so that their absolute values sum to what
-/// those of `start` do.
+// Translates, adds the candidates to those of earlier rounds, optimises, and
+// begins again. The weights are scaled so that their absolute values sum to what
+// those of `start` do.
 TuneResult tune(NbestProvider& provider, std::span<const double> start, const TuneOptions& options,
                 const std::function<void(const TuneRound&)>& after_round = {},
                 const Progress& progress = {});
