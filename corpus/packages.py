@@ -116,6 +116,21 @@ class Cache:
             json.dump(self._known, f, indent=1, sort_keys=True)
         os.replace(temporary, os.path.join(self.folder, _MANIFEST))
 
+    def fetch_npm(self, name, version):
+        """The path of a package of the npm registry, downloaded by npm and never installed."""
+        folder = os.path.join(self.folder, "npm")
+        path = os.path.join(folder, f"{name}-{version}.tgz")
+        if not os.path.exists(path):
+            os.makedirs(folder, exist_ok=True)
+            command = ["npm", "pack", "--silent", "--pack-destination", folder, f"{name}@{version}"]
+            try:
+                result = subprocess.run(command, capture_output=True, text=True, check=False)
+            except FileNotFoundError:
+                raise PackageError("npm is not installed: run script/bootstrap") from None
+            if result.returncode:
+                raise PackageError(f"npm pack {name}@{version} failed:\n{result.stderr}")
+        return path
+
     def _entry(self, name):
         """The newest file of the package in the folder, that is the one that apt has just
         checked."""

@@ -164,4 +164,4 @@ def write(cache, folder, left, right):
         _ordinary_words(cache, left),
         _foreign_characters(cache, (left, right)),
     )
-    return save(folder, f"names.{left}-{right}.tsv", sorted("\t".join(p) for p in pairs))
+    return save(folder, f"names.{left}-{right}.tsv", sorted("\t".join(p) for p in pairs)), pairs

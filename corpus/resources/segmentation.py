@@ -1,16 +1,18 @@
 """Chinese words with counts and tags, and what names of persons are made of, for the segmentation
 dictionary."""
 import functools
+import re
 from collections import Counter
 
 from corpus.resources import save
-from corpus.text import HAN
+from corpus.text import HAN, HAN_RANGES
 
 PACKAGES = ("python3-jieba", "friso-dict")
 LICENCE = "MIT (jieba), Apache-2.0 (friso)"
 _WORDS = "usr/lib/python3/dist-packages/jieba/dict.txt"
 _LISTS = "usr/share/friso/dict/UTF-8/"
 _PERSON = "nr"
+_RUN = re.compile(f"[{HAN_RANGES}]{{2,}}")
 
 
 @functools.cache
@@ -60,12 +62,30 @@ def _ranked(counter):
     return sorted(counter.items(), key=lambda item: (-item[1], item[0]))
 
 
-def write(cache, folder):
+def seen_words(words, texts):
+    """The entries of `words` (word, count, tag) that stand somewhere in the texts, whole and inside
+    one run of Chinese, and those of a single character."""
+    known = {word for word, _, _ in words}
+    longest = max(map(len, known), default=0)
+    seen = set()
+    for text in texts:
+        for run in _RUN.findall(text):
+            for start in range(len(run)):
+                for end in range(start + 2, min(len(run), start + longest) + 1):
+                    if (part := run[start:end]) in known:
+                        seen.add(part)
+    return [entry for entry in words if len(entry[0]) == 1 or entry[0] in seen]
+
+
+def write(cache, folder, texts=None):
+    """With `texts`, lines of Chinese, the words are cut to those that are seen there."""
     words = read_words(cache)
     surnames, given = name_statistics(
         words,
         *(read_list(cache, n) for n in ("lex-lname", "lex-sname", "lex-dname-1", "lex-dname-2")),
     )
+    if texts is not None:
+        words = seen_words(words, texts)
     return {
         **save(folder, "words.tsv", (f"{w}\t{c}\t{t}" for w, c, t in words)),
         **save(folder, "surnames.txt", (s for s, _ in _ranked(surnames))),

@@ -1,8 +1,10 @@
 """Names and name statistics."""
+import string
 import unittest
 
+from corpus.resources.dictionary import clean_sense, clean_word, read_edict, read_freedict
 from corpus.resources.names import cldr_names, pair_names, usable
-from corpus.resources.segmentation import name_statistics
+from corpus.resources.segmentation import name_statistics, seen_words
 
 
 class Names(unittest.TestCase):
@@ -55,6 +57,49 @@ class Segmentation(unittest.TestCase):
         self.assertEqual(surnames, {"王": 2, "李": 2, "欧阳": 2})
         self.assertEqual(
             given, {"single": {"伟": 1, "白": 1, "修": 1}, "first": {"小": 2}, "second": {"明": 2}}
+        )
+
+    def test_words_that_are_seen(self):
+        words = [("打开", 5, "v"), ("开门", 2, "v"), ("的", 9, "u"), ("大门", 1, "n"), ("门开", 1, "v")]
+        self.assertEqual([w for w, _, _ in seen_words(words, ["请打开门。", "大 门"])], ["打开", "开门", "的"])
+
+
+class Dictionaries(unittest.TestCase):
+    def test_senses(self):
+        for text, expected in (
+            ("to run away (of animals)", ("run away", "verb")),
+            ("a dog", ("dog", "")),
+            ("the United States", ("United States", "")),
+            ("(coll.) great!", ("great", "")),
+            ("surname Wang", None),
+            ("variant of 打開|打开[da3 kai1]", None),
+            ("one of the four great inventions", None),
+            ("used in 蝴蝶[hu2 die2]", None),
+            ("(idiom)", None),
+        ):
+            self.assertEqual(clean_sense(text), expected, text)
+
+    def test_words(self):
+        for text, language, expected in (
+            ("猫（动物）", "zh", "猫"),
+            ("猫, 狗", "zh", None),
+            ("cat", "zh", None),
+            ("كِتَاب", "ar", "كتاب"),
+            ("длинное русское объяснение слова", "ru", None),
+        ):
+            self.assertEqual(clean_word(text, language), expected, text)
+
+    def test_common_words_of_edict(self):
+        text = "走る [はしる] /(v5r,vi) (1) to run/to dash/(P)/\n稀 [まれ] /(n) rare thing/\n"
+        self.assertEqual(list(read_edict(text)), [("run", "走る", "verb"), ("dash", "走る", "verb")])
+
+    def test_entries_of_a_dict_server(self):
+        entry = "Book /bʊk/ <n>\n1. كتاب، دفتر\nsee\n".encode()
+        digit = string.ascii_letters.swapcase()[len(entry)]
+        index = f"00databaseinfo\tA\tB\nbook\tB\t{digit}\n"
+        self.assertEqual(
+            list(read_freedict(index, b"x" + entry, "ar")),
+            [("book", "كتاب", "noun"), ("book", " دفتر", "noun")],
         )
 
 
