@@ -28,11 +28,13 @@ import shutil
 import sys
 from collections import Counter
 from concurrent.futures import ProcessPoolExecutor
+from functools import partial
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 sys.path.insert(0, ROOT)
 
 from corpus import pipeline  # noqa: E402
+from corpus.licences import licences_of  # noqa: E402
 from corpus.packages import Cache, PackageError  # noqa: E402
 from corpus.sets import SETS  # noqa: E402
 from corpus.sources import descriptions, libreoffice_help, locales, phrasebook  # noqa: E402
@@ -199,8 +201,15 @@ def divide(chosen, results):
     return files, mono
 
 
-def describe(chosen, cache, results, files, stamp):
-    """What sources.json holds."""
+def licences_of_packages(chosen, cache, jobs):
+    """{package: names of licences in it} of all packages that a set trains on."""
+    packages = list(dict.fromkeys(p for s in chosen.train for p in packages_of(s, chosen)))
+    with ProcessPoolExecutor(max_workers=jobs) as pool:
+        return dict(zip(packages, pool.map(partial(licences_of, cache.folder), packages)))
+
+
+def describe(chosen, cache, results, files, stamp, licences):
+    """What sources.json holds. `licences` are those of packages as they say themselves."""
     sources = []
     for source in chosen.sources():
         names = packages_of(source, chosen)
@@ -213,6 +222,7 @@ def describe(chosen, cache, results, files, stamp):
                 "packages": {n: cache.version(n) for n in names},
                 "bytes": sum(map(cache.size, names)),
                 "documents": len(results[source.name].documents),
+                "licences": {n: licences[n] for n in names if n in licences},
                 "counts": dict(sorted(counts.items())),
             }
         )
@@ -312,7 +322,8 @@ def build(name, cache_folder, out, jobs):
     if report.get("stamp") != stamp:
         results = run_sources(chosen, cache, jobs)
         files, mono = divide(chosen, results)
-        report = describe(chosen, cache, results, files, stamp)
+        licences = licences_of_packages(chosen, cache, jobs) if chosen.strict else {}
+        report = describe(chosen, cache, results, files, stamp, licences)
         write(out, report, files, mono)
     print_report(report, out)
 

@@ -21,7 +21,7 @@ LICENCES = {
     "lexicon": "the project's own",
     "cedict": "CC-BY-SA-4.0",
     "edict": "CC-BY-SA-4.0",
-    "freedict": "GPL-2+",
+    "freedict": "GPL-2+, CC-BY-SA-3.0",
     "unihan": "Unicode-DFS-2016",
     "cldr": "Unicode-DFS-2016",
 }

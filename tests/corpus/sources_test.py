@@ -5,6 +5,7 @@ import os
 import tempfile
 import unittest
 
+from corpus.licences import licences_in
 from corpus.phrasebook import Check
 from corpus.sources import json_messages, manpages, phrasebook
 
@@ -43,6 +44,15 @@ class JsonMessages(unittest.TestCase):
         self.assertEqual(
             [d.segments for d in found], [[("Open", "打开"), ("Close", "关闭"), ("Cut", "剪切")]]
         )
+
+
+class Licences(unittest.TestCase):
+    def test_copyright_files(self):
+        fields = "Files: *\nLicense: GPL-2+ and MIT\n text\n\nFiles: b\nLicense: GPL-2+\n"
+        self.assertEqual(licences_in(fields), ["GPL-2+", "MIT"])
+        prose = "The text is in /usr/share/common-licenses/GPL-2."
+        self.assertEqual(licences_in(prose), ["GPL-2"])
+        self.assertEqual(licences_in("Nobody knows."), [])
 
 
 class ManualPages(unittest.TestCase):
