@@ -6,7 +6,7 @@ from corpus.clean import refuse_pair
 
 SPAN = re.compile(
     r"</?[A-Za-z][^<>]{0,200}>|&(?:[a-z]{2,8}|#\d{2,6});"  # markup
-    r"|%(?:\([A-Za-z_]+\))?[-#0+]*(?:\d+\$)?\d*(?:\.(?:\d+|\*))?"  # printf
+    r"|%(?:\([A-Za-z_]+\))?[-#0+']*(?:\d+\$)?\d*(?:\.(?:\d+|\*))?"  # printf
     r"(?:hh|h|ll|l|j|z|t|L|q|I64)?[sdiouxXeEfgGcpnm](?![A-Za-z])"
     r"|%%|%[lL]?\d{1,2}|%[A-Z]{2,}|%@"  # Qt, shouted names, Objective C
     r"|\{\{[^{}]{0,40}\}\}|[$#]?\{[^{}]{0,40}\}|\$[A-Za-z_]\w*|\$\d"  # templates and shells
