@@ -25,6 +25,7 @@ _NEVER_TEXT = frozenset(
     "style noscript svg math textarea select template iframe".split()
 )
 _CODE = frozenset("pre screen programlisting literallayout synopsis".split())
+_CHARSET = re.compile(rb"""(?:charset|encoding)\s*=\s*["']?([\w-]+)""", re.I)
 _XML_ENTITIES = frozenset(("amp", "lt", "gt", "quot", "apos"))
 
 
@@ -45,8 +46,13 @@ def css_class(element):
 
 
 def parse_html(page):
-    """The root element of an HTML page given as bytes of UTF-8. What is nested deeper than libxml2
-    allows (256) is left out."""
+    """The root element of an HTML page given as bytes, in the encoding that it names or UTF-8. What
+    is nested deeper than libxml2 allows (256) is left out."""
+    named = _CHARSET.search(page[:2000])
+    try:
+        page = page.decode(named[1].decode() if named else "utf-8", "replace").encode()
+    except LookupError:
+        page = page.decode("utf-8", "replace").encode()
     parser = etree.HTMLParser(encoding="utf-8", remove_comments=True, remove_pis=True)
     root = etree.fromstring(page, parser) if page.strip() else None
     return etree.Element("html") if root is None else root

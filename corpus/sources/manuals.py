@@ -10,8 +10,8 @@ from corpus.sources import Document, Source, apt_suffix, locales
 _FURNITURE_CLASSES = frozenset(
     (
         "sphinxsidebar related footer navheader navfooter toc docnav highlight sidebar "
-        "nav-chapters menu-bar nav-wrapper "
-        "revinfo breadcrumb toc_section programlisting screen sourcelinks headerlink author"
+        "nav-chapters menu-bar nav-wrapper revinfo breadcrumb toc_section programlisting screen "
+        "sourcelinks headerlink author"
     ).split()
 )
 _FURNITURE_IDS = frozenset(
@@ -162,6 +162,18 @@ def _rust_by_example(language):
     return _one_package("rust-web-doc", root, f"{root}{language}/")
 
 
+def _gimp_help(language):
+    places = []
+    for name in ("en", language):
+        places += [f"gimp-help-{name}", f"usr/share/gimp/2.0/help/{name}/*.html", ".html"]
+    return tuple(places)
+
+
+def _mplayer(language):
+    root = "usr/share/doc/mplayer/HTML/"
+    return _one_package("mplayer-doc", root + "en/", f"{root}{locales(language)[0]}/")
+
+
 def _one_package(package, english, foreign):
     return package, english + "*.html", ".html", package, foreign + "*.html", ".html"
 
@@ -179,6 +191,8 @@ MANUALS = {
     "kicad-doc": _kicad,
     "debmake-doc": _debmake,
     "rust-by-example": _rust_by_example,
+    "gimp-help": _gimp_help,
+    "mplayer": _mplayer,
 }
 # Which manuals a language has.
 _TRANSLATED = {
@@ -194,6 +208,8 @@ _MORE_TRANSLATED = {
     "kicad-doc": ("zh", "ja", "ru"),
     "debmake-doc": ("zh", "ja", "ru"),
     "rust-by-example": ("zh", "ja"),
+    "gimp-help": ("ja", "ko", "ru"),
+    "mplayer": ("zh", "ru"),
 }
 
 
@@ -250,8 +266,8 @@ def _source(name, title, licence, translated):
 SOURCE = _source("manuals", "Debian manuals", "GPL-2+", _TRANSLATED)
 MORE = _source(
     "more-manuals",
-    "manuals of Debian, KiCad and Rust",
-    "GPL-2+, GPL-3+, CC-BY-3.0, MIT",
+    "manuals of Debian, KiCad, Rust, GIMP and MPlayer",
+    "GPL-2+, GPL-3+, CC-BY-3.0, MIT, GFDL-1.2+",
     _MORE_TRANSLATED,
 )
 KERNEL = Source(

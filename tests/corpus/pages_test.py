@@ -28,6 +28,15 @@ class Blocks(unittest.TestCase):
         ):
             self.assertEqual(html_texts(page), expected, page)
 
+    def test_encodings(self):
+        for page in (
+            '<meta charset="euc-kr"><p>한국어</p>'.encode("euc-kr"),
+            '<meta charset="nonsense"><p>한국어</p>'.encode(),
+            "<p>한국어</p>".encode(),
+        ):
+            self.assertEqual(texts(blocks(parse_html(page))), ["한국어"])
+        self.assertEqual(texts(blocks(parse_html(b"<p>a\xc1b</p>"))), ["a\ufffdb"])
+
     def test_code_is_marked(self):
         self.assertEqual(
             [b.is_code for b in blocks(parse_html(b"<p>a</p><pre>b</pre>"))], [False, True]
