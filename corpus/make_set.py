@@ -8,7 +8,8 @@ from.
 Files in the output folder (UTF-8, one sentence a line, the two languages line by line):
     train.LL         to train on
     spans.LL         more of it with placeholders and tags, the same ones on both sides
-    dev.LL           1,000 sentences of held-out help pages, to tune on
+    dev.LL           1,000 sentences of held-out help pages, to tune on; messages of programs
+                     where a language has no help
     dev-mixed.LL     help, a story and, in a large set, messages and daily life: tunes better for
                      general use
     dev-life.LL, test-life.LL            sentences of daily life from the phrase book
@@ -157,6 +158,9 @@ def measured(chosen, results, held):
         take("dev-messages", chosen.dev_messages, SENTENCES, MESSAGE_WORDS, "marked")
         take("dev-interface", chosen.dev_messages, SENTENCES, MESSAGE_WORDS)
         mixed = [("dev", 300), ("dev-story", 250), ("dev-interface", 150)]
+        if not files["dev"]:  # no help pages in this language
+            files["dev"] = files["dev-interface"]
+            mixed = [("dev", DEV_HELP), ("dev-story", DEV_STORY)]
     if chosen.test_life:
         take_whole("test-life", chosen.test_life)
         take_whole("dev-life", chosen.dev_life)

@@ -88,8 +88,13 @@ def _large(left, right):
         json_messages.TYPESCRIPT,
         manpages.SOURCE,
     )
+    dev_messages = catalogues.DEV_MESSAGES
     if right not in _HELP_LANGUAGES:
-        train = tuple(source for source in train if source != libreoffice_help.SOURCE)
+        train = tuple(
+            s for s in train if s not in (libreoffice_help.SOURCE, catalogues.ALL_MESSAGES)
+        )
+        train += (catalogues.FEWER_MESSAGES,)
+        dev_messages = catalogues.MORE_DEV_MESSAGES
     return NamedSet(
         f"large-{left}-{right}",
         left,
@@ -97,7 +102,7 @@ def _large(left, right):
         train,
         _tests(left, right),
         dev_story=catalogues.WESNOTH_DEV,
-        dev_messages=catalogues.DEV_MESSAGES,
+        dev_messages=dev_messages,
         test_messages=catalogues.TEST_MESSAGES,
         dev_life=phrasebook.DEV,
         test_life=phrasebook.TEST,
