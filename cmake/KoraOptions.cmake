@@ -5,6 +5,10 @@ option(KORA_TESTS "Build the tests (needs GoogleTest)" ON)
 option(KORA_BENCH "Build the benchmarks (needs Google Benchmark)" OFF)
 option(KORA_FUZZ "Build the fuzz targets (replay drivers unless the compiler is clang)" OFF)
 option(KORA_JAVA "Build kora.jar when there is a Java compiler" ON)
+option(KORA_SHARED "Shared libraries; without, everything is linked into the programs" ON)
+option(KORA_SO_NUMBER "A number behind .so, as everywhere but on Android" ON)
+option(KORA_PORT "Build the program that script/ports compares machines by, without other tests" OFF)
+option(KORA_PACKAGES "Install what Debian packages need besides (preset packages)" OFF)
 option(KORA_COVERAGE "Count which lines run, for script/coverage (g++)" OFF)
 set(KORA_SANITIZE "" CACHE STRING "Value for -fsanitize=, empty for none")
 
@@ -26,6 +30,13 @@ set(CMAKE_ARCHIVE_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
 # fused multiply-add or x87 excess precision would change their last bits.
 add_compile_options(-Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror -ffp-contract=off)
 
+# The same library wherever and whenever it is built: no path of this machine in messages of
+# assertions.
+if(CMAKE_BUILD_TYPE STREQUAL Release)
+  add_compile_options(-ffile-prefix-map=${CMAKE_BINARY_DIR}=./build
+                      -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.)
+endif()
+
 # Not CMake's way, which asks for thin files: Debian has no system libraries of emscripten in that form.
 if(EMSCRIPTEN)
   add_compile_options(-flto)
@@ -35,6 +46,15 @@ endif()
 if(KORA_SANITIZE)
   add_compile_options(-fsanitize=${KORA_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${KORA_SANITIZE})
+endif()
+
+# Phones with pages of 16 KiB load nothing else.
+if(ANDROID)
+  add_link_options(-Wl,-z,max-page-size=16384)
+endif()
+
+if(NOT KORA_SHARED)
+  set_property(GLOBAL PROPERTY TARGET_SUPPORTS_SHARED_LIBS FALSE)
 endif()
 
 find_package(Threads REQUIRED)

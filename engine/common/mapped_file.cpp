@@ -16,10 +16,12 @@
 #include <sys/mman.h>
 #include <unistd.h>
 #endif
+#include "common/windows_file.h"
 
 namespace koralite::common {
 namespace {
 
+#ifndef _WIN32
 std::string error_text(int code) {
   return std::generic_category().message(code);
 }
@@ -88,6 +90,7 @@ bool read_whole(const std::string& path, std::vector<unsigned char>& bytes, std:
   bytes.shrink_to_fit();
   return true;
 }
+#endif  // not _WIN32
 
 }  // namespace
 
@@ -122,6 +125,17 @@ std::optional<MappedFile> MappedFile::open(const FilePath& place, std::string* r
   if (path.find('\0') != std::string::npos) {
     return refuse("zero byte in the name");
   }
+  MappedFile file;
+#ifdef _WIN32
+  std::string why;
+  std::span<const unsigned char> view;
+  if (!windows::read_file(path, access == Access::kMap, view, file.copy_, why)) {
+    return refuse(why);
+  }
+  file.mapped_ = !view.empty();
+  file.bytes_ = file.mapped_ ? view : std::span<const unsigned char>(file.copy_);
+  return file;
+#else
   // Only regular files have a size that bounds the work; a pipe or a device could stall the caller.
   struct stat status = {};
   if (::stat(path.c_str(), &status) != 0) {
@@ -134,7 +148,6 @@ std::optional<MappedFile> MappedFile::open(const FilePath& place, std::string* r
     return refuse("is not a regular file");
   }
 
-  MappedFile file;
 #ifdef KORA_CAN_MAP
   if (access == Access::kMap) {
     const Descriptor descriptor(open_uninterrupted(path.c_str()));
@@ -172,6 +185,7 @@ std::optional<MappedFile> MappedFile::open(const FilePath& place, std::string* r
   }
   file.bytes_ = file.copy_;
   return file;
+#endif
 }
 
 MappedFile::MappedFile(MappedFile&& other) noexcept
@@ -194,9 +208,13 @@ MappedFile::~MappedFile() {
 }
 
 void MappedFile::release() noexcept {
-#ifdef KORA_CAN_MAP
+#if defined(KORA_CAN_MAP)
   if (mapped_) {
     ::munmap(const_cast<unsigned char*>(bytes_.data()), bytes_.size());
+  }
+#elif defined(_WIN32)
+  if (mapped_) {
+    windows::unmap(bytes_);
   }
 #endif
   mapped_ = false;

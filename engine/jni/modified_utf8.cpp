@@ -17,7 +17,9 @@ bool is_continuation(unsigned byte) {
   return (byte & 0xC0U) == 0x80U;
 }
 
-void put(std::string& out, std::uint32_t c) {
+}  // namespace
+
+void put_character(std::string& out, std::uint32_t c) {
   const auto tail = [&](unsigned shift) { out += static_cast<char>(0x80U | (c >> shift & 0x3FU)); };
   if (c < 0x80U) {
     out += static_cast<char>(c);
@@ -36,8 +38,6 @@ void put(std::string& out, std::uint32_t c) {
   }
 }
 
-// One character of standard UTF-8 from `i` on; moves `i` behind it, or behind the
-// longest beginning of one.
 std::uint32_t next_character(std::string_view text, std::size_t& i) {
   const unsigned lead = byte_at(text, i++);
   if (lead < 0x80U) {
@@ -79,6 +79,8 @@ std::uint32_t next_character(std::string_view text, std::size_t& i) {
   }
   return c;
 }
+
+namespace {
 
 // One unit of modified UTF-8: a character up to U+FFFF, surrogates included.
 std::uint32_t next_unit(std::string_view text, std::size_t& i) {
@@ -122,7 +124,7 @@ std::string from_modified_utf8(std::string_view text) {
     } else if (is_low(c)) {
       c = kReplacement;
     }
-    put(out, c);
+    put_character(out, c);
   }
   return out;
 }
@@ -135,10 +137,10 @@ std::string to_modified_utf8(std::string_view text) {
     if (c == 0) {
       out += "\xC0\x80";
     } else if (c >= 0x10000U) {
-      put(out, 0xD800U + ((c - 0x10000U) >> 10U));
-      put(out, 0xDC00U + ((c - 0x10000U) & 0x3FFU));
+      put_character(out, 0xD800U + ((c - 0x10000U) >> 10U));
+      put_character(out, 0xDC00U + ((c - 0x10000U) & 0x3FFU));
     } else {
-      put(out, c);
+      put_character(out, c);
     }
   }
   return out;

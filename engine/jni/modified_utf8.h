@@ -4,6 +4,8 @@
 // any thread; linear time on any bytes.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -16,5 +18,12 @@ std::string from_modified_utf8(std::string_view text);
 // What Java accepts for any bytes: valid UTF-8 is carried over, and each maximal
 // piece that is none becomes U+FFFD, as the Unicode standard recommends (table 3-7).
 std::string to_modified_utf8(std::string_view text);
+
+// One character of UTF-8 from `i` on, U+FFFD for what is none; moves `i` after it, or after the
+// longest beginning of one.
+std::uint32_t next_character(std::string_view text, std::size_t& i);
+
+// Appends the bytes of a character; a surrogate is written as three.
+void put_character(std::string& out, std::uint32_t c);
 
 }  // namespace koralite::jni

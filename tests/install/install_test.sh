@@ -1,6 +1,7 @@
 #!/bin/sh
 # install_test.sh BUILD SOURCE MODEL LIBDIR: installs into a fresh folder, moves it, and
-# builds an outside project against it with CMake and with pkg-config.
+# builds outside projects with it in every way that docs/linking.md names: an installed package of
+# CMake, a subdirectory, pkg-config, Meson, Java. All must write the same bytes.
 set -eu
 build=$1 source=$2 model=$3 libdir=$4
 work=$(mktemp -d)
@@ -32,22 +33,41 @@ if command -v bash > /dev/null; then
 fi
 ! grep -rIlF "$source" "$prefix" || { echo 'an installed text names the source folder'; exit 1; }
 
-mkdir "$work/outside"
-cp "$source/tests/install/outside/CMakeLists.txt" "$source/tests/face/translate.c" \
-  "$source/tests/face/translate.cpp" "$work/outside/"
-cmake -S "$work/outside" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix" > "$work/log"
-cmake --build "$work/cmake" > "$work/log" || { cat "$work/log"; exit 1; }
+mkdir "$work/outside" "$work/subdirectory" "$work/meson"
+for way in outside subdirectory meson; do
+  cp "$source/tests/install/$way/"* "$source/tests/face/translate.c" \
+    "$source/tests/face/translate.cpp" "$work/$way/"
+done
+quietly() { "$@" > "$work/log" 2>&1 || { cat "$work/log"; exit 1; }; }
+
+quietly cmake -S "$work/outside" -B "$work/cmake" -DCMAKE_PREFIX_PATH="$prefix"
+quietly cmake --build "$work/cmake"
+quietly cmake -S "$work/subdirectory" -B "$work/sub" -G Ninja -DKORA_SOURCE="$source"
+quietly cmake --build "$work/sub"
 
 export PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig"
 flags=$(pkg-config --cflags --libs kora)
 mkdir "$work/pc"
 # shellcheck disable=SC2086
 cc -std=c11 -Wall -Werror -pedantic "$work/outside/translate.c" -o "$work/pc/c" $flags
-# shellcheck disable=SC2086
-c++ -std=c++17 -Wall -Werror -pedantic "$work/outside/translate.cpp" -o "$work/pc/cpp" $flags
+for standard in 17 20; do
+  # shellcheck disable=SC2086
+  c++ -std=c++$standard -Wall -Werror -pedantic "$work/outside/translate.cpp" -o "$work/pc/cpp$standard" $flags
+done
+quietly meson setup "$work/meson/build" "$work/meson"
+quietly meson compile -C "$work/meson/build"
 
 export LD_LIBRARY_PATH="$prefix/$libdir"
-"$source/tests/face/same_bytes.sh" "$model" "$work/cmake/outside_c" "$work/cmake/outside_cpp" \
-  "$work/pc/c" "$work/pc/cpp"
+set -- "$work/cmake/outside_c" "$work/cmake/outside_cpp" "$work/sub/outside_c" "$work/sub/outside_cpp" \
+  "$work/pc/c" "$work/pc/cpp17" "$work/pc/cpp20" "$work/meson/build/outside_c" "$work/meson/build/outside_cpp"
+jar=$prefix/share/java/kora.jar
+if [ -e "$jar" ]; then
+  quietly javac -cp "$jar" -d "$work/java" "$source/tests/face/FaceTest.java"
+  set -- "$@" "java -cp $jar:$work/java FaceTest"
+fi
+"$source/tests/face/same_bytes.sh" "$model" "$@"
 got=$(echo 'hello world' | "$prefix/bin/kora" translate -m "$model")
 [ "$got" = '你好世界' ] || { echo "the installed command wrote '$got'"; exit 1; }
+
+# A program says which version of the names it needs, and a library without it is refused.
+readelf -VW "$work/pc/c" | grep -q 'Name: KORA_1.0' || { echo 'a program needs no version'; exit 1; }
