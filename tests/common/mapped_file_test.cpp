@@ -4,8 +4,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
+#include <fstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "support/temp_folder.h"
 
@@ -42,23 +45,49 @@ TEST(MappedFile, BothWaysGiveTheBytesOfTheFile) {
 
 TEST(MappedFile, RefusesWhatIsNoRegularFileAndSaysWhy) {
   const TempFolder folder;
-  const std::string pipe = folder.path("pipe");
-  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
   const std::string zero = folder.write("file", "x") + std::string("\0tail", 5);
-  const std::pair<std::string, std::string> cases[] = {
+  std::vector<std::pair<std::string, std::string>> cases = {
       {folder.path("missing"), "No such file"},
       {folder.path(), "is a folder"},
-      {pipe, "not a regular file"},
-      {"/dev/zero", "not a regular file"},
       {zero, "zero byte in the name"},
       {"", "No such file"},
   };
+#ifdef _WIN32
+  cases.emplace_back("NUL", "not a regular file");
+  cases.emplace_back("broken \xff", "not UTF-8");
+#else
+  const std::string pipe = folder.path("pipe");
+  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+  cases.emplace_back(pipe, "not a regular file");
+  cases.emplace_back("/dev/zero", "not a regular file");
+#endif
   for (const auto& [path, reason] : cases) {
     std::string said;
     EXPECT_FALSE(MappedFile::open(path, &said)) << path;
     EXPECT_THAT(said, testing::HasSubstr(reason)) << path;
     const std::string wanted = "can't open [file=" + path + "]: " + said;
     EXPECT_EQ(message_of([&path = path] { MappedFile file(path); }), wanted.c_str());
+  }
+}
+
+TEST(MappedFile, TakesPathsInUtf8AndOfAnyLength) {
+  const TempFolder folder;
+  std::filesystem::path deep = folder.path();
+#ifdef _WIN32
+  deep = L"\\\\?\\" + std::filesystem::absolute(deep).make_preferred().native();
+#endif
+  std::string path = folder.path();
+  for (int i = 0; i < 6; ++i) {
+    const std::string name = "\xe6\xa8\xa1\xe5\x9e\x8b \xc3\xa9 " + std::string(50, 'x');
+    deep /= std::u8string(name.begin(), name.end());
+    path += "/" + name;
+    std::filesystem::create_directory(deep);
+  }
+  std::ofstream(deep / "file") << "text";
+  path += "/file";
+  ASSERT_GT(path.size(), 300U);
+  for (const auto access : {MappedFile::Access::kMap, MappedFile::Access::kCopy}) {
+    EXPECT_EQ(text_of(MappedFile(path, access)), "text");
   }
 }
 

@@ -1,6 +1,6 @@
 // The binary interface of kora_c.h, kept: what programs were built against must stay as it is while
-// the major version stays. New functions and codes get a new line; a line that is here never changes.
-// It does not compile when a signature, a value or a layout does.
+// the major version stays. New functions and codes get a new line; a line that is here never
+// changes. It does not compile when a signature, a value or a layout does.
 #include <cstddef>
 #include <cstdint>
 #include <type_traits>

@@ -13,6 +13,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -79,6 +80,15 @@ inline std::string resource_bytes(const std::vector<std::string>& lines) {
 class TempFolder {
  public:
   TempFolder() {
+#ifdef _WIN32
+    std::random_device random;
+    const auto folder = std::filesystem::temp_directory_path() /
+                        ("kora-test-" + std::to_string(random()) + std::to_string(random()));
+    if (!std::filesystem::create_directory(folder)) {
+      throw std::runtime_error("can't make a folder for the test");
+    }
+    path_ = folder.generic_string();
+#else
     // In memory where that is offered: the toolkit syncs every file, and tests write thousands.
     const std::filesystem::path memory = "/dev/shm";
     const bool in_memory = std::getenv("TMPDIR") == nullptr && ::access(memory.c_str(), W_OK) == 0;
@@ -88,6 +98,7 @@ class TempFolder {
       throw std::runtime_error("can't make a folder for the test");
     }
     path_ = pattern;
+#endif
   }
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
@@ -96,8 +107,12 @@ class TempFolder {
     std::filesystem::remove_all(path_, ignored);
   }
 
-  std::string path() const { return path_; }
-  std::string path(const std::string& name) const { return path_ + "/" + name; }
+  std::string path() const {
+    return path_;
+  }
+  std::string path(const std::string& name) const {
+    return path_ + "/" + name;
+  }
 
   // Writes a file and returns its path.
   std::string write(const std::string& name, std::string_view bytes) const {
