@@ -58,6 +58,7 @@ if(TARGET kora_jar)
   set(CPACK_DEBIAN_LIBKORA-JAVA_PACKAGE_SUGGESTS "default-jre-headless")
   if(KORA_PACKAGES)
     # Where Debian's Java looks for libraries by itself.
+    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/jni)
     file(CREATE_LINK ../libtranslator_jni.so.${PROJECT_VERSION_MAJOR}
          ${CMAKE_BINARY_DIR}/jni/libtranslator_jni.so SYMBOLIC)
     install(FILES ${CMAKE_BINARY_DIR}/jni/libtranslator_jni.so
