@@ -1,11 +1,8 @@
 #include "decoder/beam_search.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <limits>
-
-#include "decoder/lanes.h"
 
 namespace koralite::decoder {
 
@@ -19,7 +16,8 @@ BeamSearch::BeamSearch(const Parameter& parameter, const CompactLmModel& lang_mo
                        std::int32_t bos, std::int32_t eos)
     : parameter_(parameter),
       bounded_(parameter.lang_weight >= 0 && parameter.lang_weight < kInfinity),
-      scorer_(lang_model, bos, eos) {}
+      scorer_(lang_model, bos, eos),
+      kernels_(lane_kernels()) {}
 
 void BeamSearch::compute_future_score(const OptionTable& options) {
   const int size = options.size();
@@ -60,7 +58,7 @@ void BeamSearch::expand_hypothesis(const OptionTable& options, const Hypothesis&
   ++counts_.expanded;
   extension_t extension;
   extension.from = &hypothesis;
-  extension.joint_bounds = scorer_.bounds(hypothesis.context);
+  extension.row = scorer_.row(hypothesis.context);
   extension.first_phrase = hypothesis.previous == nullptr;
   const Option* previous = extension.first_phrase ? nullptr : &options.option(hypothesis.option);
   for (const next_span_t& span : group_.get_group(hypothesis.coverage)) {
@@ -80,38 +78,40 @@ void BeamSearch::expand_hypothesis(const OptionTable& options, const Hypothesis&
   }
 }
 
-// Goes through the options four at a time and takes a closer look only at those
-// that the bound lets pass.
+// Takes a closer look only at the options that their bounds let pass.
 void BeamSearch::weigh_cell(const OptionTable& options, const extension_t& extension,
                             OptionTable::cell_t cell, HypoStack& target) {
-  const float* own = options.reorders(extension.kind) + cell.begin;
-  const float* scores = options.scores() + cell.begin;
-  std::uint32_t known = scorer_.known_firsts(extension.from->context, cell.begin, cell.count);
   counts_.considered += cell.count;
-  for (std::uint32_t at = 0; at < cell.count; at += OptionTable::kLane) {
-    const lanes_t joint = extension.joint_bounds.at(cell.begin + at, at < 32 ? known >> at : 15U);
-    lanes_t reorder = load_lanes(own + at);
-    if (!extension.first_phrase) {
-      reorder = reorder + extension.previous_reorder;
+  if (!bounded_) {
+    for (std::uint32_t at = 0; at < cell.count; ++at) {
+      insert_hypothesis(options, extension, cell.begin + at, target);
     }
-    const lanes_t option_score = load_lanes(scores + at);
-    lanes_t bound = extension.distorted + reorder * parameter_.reordering_weight;
-    bound = bound + option_score;
-    bound = bound + joint * parameter_.lang_weight;
-    bound = bound + extension.future;
-    const float floor = target.floor();
-    const lane_mask_t refused = (bound + parameter_.beam_threshold < target.best()) |
-                                (bound < floor) | (extension.from->score + option_score < floor);
-    if (bounded_ && all_lanes(refused)) {
-      continue;
-    }
-    const std::uint32_t count =
-        std::min(static_cast<std::uint32_t>(OptionTable::kLane), cell.count - at);
-    for (std::uint32_t lane = 0; lane < count; ++lane) {
-      if (bounded_ && (refused[lane] != 0 || target.refuses_bound(bound[lane]))) {
-        continue;
-      }
-      insert_hypothesis(options, extension, cell.begin + at + lane, target);
+    return;
+  }
+  if (weighed_.size() < cell.count + 2 * kLaneStep) {
+    weighed_.resize(cell.count + 2 * kLaneStep);
+  }
+  cell_weights_t weights;
+  weights.count = cell.count;
+  weights.reorder = options.reorders(extension.kind) + cell.begin;
+  weights.score = options.scores() + cell.begin;
+  weights.first = scorer_.firsts() + cell.begin;
+  weights.prefix = scorer_.prefixes() + cell.begin;
+  weights.firsts = extension.row.scores;
+  weights.others = extension.row.others;
+  weights.distorted = extension.distorted;
+  weights.previous_reorder = extension.previous_reorder;
+  weights.reorder_weight = parameter_.reordering_weight;
+  weights.lang_weight = parameter_.lang_weight;
+  weights.future = extension.future;
+  weights.beam = parameter_.beam_threshold;
+  weights.best = target.best();
+  weights.floor = target.floor();
+  weights.before = extension.from->score;
+  const std::uint32_t count = kernels_.weigh(weights, weighed_.data());
+  for (std::uint32_t k = 0; k < count; ++k) {
+    if (!target.refuses_bound(weighed_[k].total)) {
+      insert_hypothesis(options, extension, cell.begin + weighed_[k].place, target);
     }
   }
 }
@@ -132,7 +132,7 @@ void BeamSearch::insert_hypothesis(const OptionTable& options, const extension_t
     return partial + weighted_joint + extension.future;
   };
   ++counts_.scored;
-  const float joint = scorer_.joint(from.context, option.prefix, [&](float bound) {
+  const float joint = scorer_.joint(extension.row, place, option.prefix, [&](float bound) {
     return bounded_ && target.refuses_bound(total_with(bound * parameter_.lang_weight));
   });
 

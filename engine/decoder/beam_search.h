@@ -84,7 +84,7 @@ class BeamSearch {
   // What is the same for all options of a cell that extend one hypothesis.
   struct extension_t {
     const Hypothesis* from = nullptr;
-    JointScorer::Bounds joint_bounds;
+    JointScorer::row_t row;
     int start = 0;
     int end = 0;
     bool first_phrase = false;
@@ -107,7 +107,9 @@ class BeamSearch {
   int size_ = 0;
   JointScorer scorer_;
   FutureMatrix matrix_;
+  const lane_kernels_t& kernels_;
   HypoGroup group_;
+  std::vector<weighed_t> weighed_;  // of the cell at hand
   std::vector<HypoStack> stacks_;
   search_counts_t counts_;
 };

@@ -21,6 +21,7 @@ constexpr std::size_t kLineKeys = 32;
 constexpr std::uint16_t kMinRootChildren = 64;
 constexpr std::uint32_t kReachableNodes = 2 * 65535;  // a last group start, and its children
 constexpr std::int64_t kTreeOverhead = 20;            // counts against the budget beside the nodes
+constexpr std::size_t kMaxLooks = 256;                // records that max_behind looks at
 constexpr std::uint32_t kAlways = 0xFFFFFFFF;
 
 [[noreturn]] void damaged_file() {
@@ -59,6 +60,14 @@ const unsigned char* find_child(const unsigned char* group, int word) {
 }
 
 }  // namespace
+
+lm_group_t::lm_group_t(const unsigned char* group) : records(group), count(1) {
+  const node_t first(group);
+  if (first.key() == kGroupKey) {
+    records += kNodeSize;
+    count = first.link();
+  }
+}
 
 CompactLmModel::CompactLmModel(const common::FilePath& path, int order, std::int64_t budget)
     : LangModel(order) {
@@ -193,19 +202,80 @@ void CompactLmModel::add_root_keys(tree_state_t& tree) {
   }
 }
 
-void CompactLmModel::show_tree(std::size_t index) {
-  tree_state_t& tree = trees_[index];
-  if (tree.visible >= generation_) {
+// Finds the best code behind each record of the root group in one pass from the last node to the
+// first, as a builder writes children behind their parents. A tree with other links, or whose
+// groups lie over one another, is left to the bound of the whole tree.
+void CompactLmModel::measure_tree(tree_state_t& tree) {
+  tree.measured = true;
+  if (tree.empty) {
     return;
   }
-  check_tree(tree);
-  tree.visible = generation_;
-  // Trees at the same position are one tree. They stand side by side.
+  const unsigned char* first = nodes(tree);
+  const std::size_t count = std::min(common::load_le<std::uint32_t>(first - 4), kReachableNodes);
+  const node_t root(first);
+  const std::size_t root_begin = root.key() == kGroupKey ? 1 : 0;
+  const std::size_t root_count = root_begin == 1 ? root.link() : 1;
+  if (deep_codes_.size() + root_count > bytes_.size() / kNodeSize) {
+    return;
+  }
+  // For a header the best code of its group, for another node the best one behind it.
+  std::vector<std::uint16_t>& codes = node_codes_;
+  codes.assign(count, kNoCode);
+  const auto code_with_own = [&](std::size_t at) {
+    const node_t node(first + at * kNodeSize);
+    const bool entry = (node.flag_and_back_off() & kEntryFlag) != 0;
+    return entry ? std::min(codes[at], node.probability()) : codes[at];
+  };
+  std::size_t steps = 0;
+  for (std::size_t at = count; at-- > 0;) {
+    const node_t node(first + at * kNodeSize);
+    if (node.key() == kGroupKey) {
+      steps += node.link();
+      if (steps > count) {
+        return;
+      }
+      const std::size_t end = std::min<std::size_t>(at + 1 + node.link(), count);
+      for (std::size_t child = at + 1; child < end; ++child) {
+        codes[at] = std::min(codes[at], code_with_own(child));
+      }
+    } else if (node.link() > 1) {
+      const std::size_t group = node.link() - 1U;
+      if (group <= at) {
+        return;
+      }
+      const bool header = common::load_le<std::uint16_t>(first + group * kNodeSize) == kGroupKey;
+      codes[at] = header ? codes[group] : code_with_own(group);
+    }
+  }
+  tree.deep = static_cast<std::uint32_t>(deep_codes_.size());
+  tree.deep_count = static_cast<std::uint32_t>(root_count);
+  const auto begin = codes.begin() + static_cast<std::ptrdiff_t>(root_begin);
+  deep_codes_.insert(deep_codes_.end(), begin, begin + static_cast<std::ptrdiff_t>(root_count));
+}
+
+// Trees at the same position are one tree. They stand side by side.
+template <typename Change>
+void CompactLmModel::change_tree(std::size_t index, Change&& change) {
+  tree_state_t& tree = trees_[index];
+  change(tree);
   for (std::size_t i = index; i > 0 && trees_[i - 1].position == tree.position; --i) {
     trees_[i - 1] = tree;
   }
   for (std::size_t i = index + 1; i < trees_.size() && trees_[i].position == tree.position; ++i) {
     trees_[i] = tree;
+  }
+}
+
+void CompactLmModel::show_tree(std::size_t index) {
+  const tree_state_t& tree = trees_[index];
+  if (tree.visible < generation_ || !tree.measured) {
+    change_tree(index, [this](tree_state_t& state) {
+      check_tree(state);
+      if (!state.measured) {
+        measure_tree(state);
+      }
+      state.visible = std::max(state.visible, generation_);
+    });
   }
 }
 
@@ -494,6 +564,46 @@ float CompactLmModel::max_probability(int word) const {
     code = std::min(code, tree->min_probability);
   }
   return probability(code);
+}
+
+std::span<const std::uint16_t> CompactLmModel::deep_codes(int word) const {
+  const unsigned char* entry = head(word);
+  const tree_state_t* tree = entry == nullptr ? nullptr : visible_tree(entry);
+  if (tree == nullptr) {
+    return {};
+  }
+  return std::span<const std::uint16_t>(deep_codes_).subspan(tree->deep, tree->deep_count);
+}
+
+bool CompactLmModel::find_best_behind(const unsigned char* nodes, const lm_step_t& step, int depth,
+                                      std::size_t& budget, std::uint16_t& best) {
+  const lm_path_t path = path_after(nodes, step);
+  if (path.group == nullptr || depth == 0) {
+    return true;
+  }
+  const lm_group_t group(path.group);
+  if (group.count > budget) {
+    return false;
+  }
+  budget -= group.count;
+  for (std::size_t at = 0; at < group.count; ++at) {
+    const lm_step_t child = read_step(group.record(at));
+    if (child.level.entry) {
+      best = std::min(best, child.level.probability);
+    }
+    if (!find_best_behind(nodes, child, depth - 1, budget, best)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+float CompactLmModel::max_behind(const unsigned char* nodes, const lm_step_t& step,
+                                 int last) const {
+  std::size_t budget = kMaxLooks;
+  std::uint16_t best = kNoCode;
+  return find_best_behind(nodes, step, kMaxOrder, budget, best) ? probability_or_none(best)
+                                                                : max_probability(last);
 }
 
 float CompactLmModel::max_back_off(int word) const {

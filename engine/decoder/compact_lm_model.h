@@ -28,10 +28,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "common/byte_reader.h"
 #include "common/mapped_file.h"
 #include "decoder/lang_model.h"
 
@@ -56,6 +58,16 @@ struct lm_step_t {
   std::uint16_t link;  // group of the words before, 1 at the least; others: there are none
 };
 
+// The records of a group.
+struct lm_group_t {
+  const unsigned char* records = nullptr;
+  std::size_t count = 0;
+
+  explicit lm_group_t(const unsigned char* group);  // of a checked tree
+  const unsigned char* record(std::size_t at) const { return records + at * 8; }
+  std::int32_t key(std::size_t at) const { return common::load_le<std::uint16_t>(record(at)); }
+};
+
 // Where a walk that used up its words goes on. No group: no word before changes its levels.
 struct lm_path_t {
   const unsigned char* nodes = nullptr;  // the visible tree
@@ -65,6 +77,7 @@ struct lm_path_t {
 class CompactLmModel final : public LangModel {
  public:
   static constexpr std::int64_t kBudget = 3145728;
+  static constexpr std::uint16_t kNoCode = 0xFFFF;
 
   // Opens and checks the file. Throws "language model n-gram order overflow in
   // PackedLM", "failed to open file in PackedLM", "Invalidate head size in
@@ -98,6 +111,12 @@ class CompactLmModel final : public LangModel {
 
   // A record, and the way on from it.
   static lm_step_t read_step(const unsigned char* record);
+  static void add_level(const lm_step_t& step, lm_levels_t& levels) {
+    levels.level[static_cast<std::size_t>(levels.count++)] = step.level;
+    if (step.level.entry) {
+      levels.longest = levels.count;
+    }
+  }
   static lm_path_t path_after(const unsigned char* nodes, const lm_step_t& step) {
     return {nodes, step.link > 1 ? nodes + (std::size_t{step.link} - 1) * 8 : nullptr};
   }
@@ -136,6 +155,10 @@ class CompactLmModel final : public LangModel {
   // entry and, if visible, its tree. LM_UNK_PROB for an unknown word.
   float max_probability(int word) const;
 
+  // The highest probability of the n-grams that lie behind a record of the visible tree `nodes`,
+  // whose word is `last`: minus infinity for none, max_probability if they are too many to look at.
+  float max_behind(const unsigned char* nodes, const lm_step_t& step, int last) const;
+
   // The largest back-off weight of an n-gram that ends in `word`, over the same
   // entries; LM_UNK_BOW at the least, so never negative.
   float max_back_off(int word) const;
@@ -161,6 +184,17 @@ class CompactLmModel final : public LangModel {
   // Raw codes of the n-gram `ids`; false unless it is an entry.
   bool Search(std::span<const int> ids, std::uint16_t& probability, std::uint16_t& back_off) const;
 
+  // The probability of a code, minus infinity for kNoCode.
+  float probability_or_none(std::uint16_t code) const {
+    return code == kNoCode ? -std::numeric_limits<float>::infinity() : probability(code);
+  }
+
+  // The smallest probability code of the n-grams beyond a pair of words, over all words before the
+  // pair: one code for each record of the root group of the word's tree, in the group's order;
+  // kNoCode where there is none. Empty if the tree is not visible, or was not measured: then
+  // max_probability bounds them.
+  std::span<const std::uint16_t> deep_codes(int word) const;
+
   std::uint32_t head_count() const { return head_count_; }
   std::uint32_t tree_count() const { return static_cast<std::uint32_t>(trees_.size()); }
   std::uint32_t resident_count() const { return resident_count_; }
@@ -178,7 +212,10 @@ class CompactLmModel final : public LangModel {
     std::uint16_t root_children = 0;  // 0: too few for key lines, search the group itself
     std::uint16_t min_probability = 0xFFFF;
     std::uint16_t max_back_off = 0;
+    std::uint32_t deep = 0;        // where its codes begin in deep_codes_
+    std::uint32_t deep_count = 0;  // 0: not measured, or no bound but that of the tree
     bool checked = false;
+    bool measured = false;
     bool empty = true;  // no nodes
   };
   // Where a walk begins: `count` records of the root group, among which the word before is, if it
@@ -195,6 +232,7 @@ class CompactLmModel final : public LangModel {
   void make_resident(std::int64_t budget);
   void check_tree(tree_state_t& tree);
   void add_root_keys(tree_state_t& tree);
+  void measure_tree(tree_state_t& tree);
   const unsigned char* nodes(const tree_state_t& tree) const {
     return bytes_.data() + tree.position + 4;
   }
@@ -202,7 +240,11 @@ class CompactLmModel final : public LangModel {
   lm_path_t walk(const start_t& start, std::span<const int> ids, lm_levels_t& levels) const;
   lm_path_t follow(const unsigned char* nodes, const unsigned char* child, std::span<const int> ids,
                    lm_levels_t& levels) const;
+  static bool find_best_behind(const unsigned char* nodes, const lm_step_t& step, int depth,
+                               std::size_t& budget, std::uint16_t& best);
   void show_tree(std::size_t index);
+  template <typename Change>
+  void change_tree(std::size_t index, Change&& change);
   void hide_trees();
 
   common::MappedFile file_;
@@ -213,6 +255,8 @@ class CompactLmModel final : public LangModel {
   // Keys of the root groups of checked trees, about a quarter byte per n-gram of two words: the
   // first steps of a walk then stay within two or three cache lines.
   std::vector<key_line_t> root_keys_;
+  std::vector<std::uint16_t> deep_codes_;  // of the trees that sentences asked for
+  std::vector<std::uint16_t> node_codes_;  // while a tree is measured
   std::uint32_t resident_count_ = 0;
   std::uint32_t generation_ = 1;
 };

@@ -17,6 +17,16 @@ std::uint32_t hash_words(std::span<const std::int32_t> words) {
   return static_cast<std::uint32_t>(hash);
 }
 
+// The sizes were compared.
+bool same_words(std::span<const std::int32_t> words,
+                const std::array<std::int32_t, ContextTable::kMaxWords>& others) {
+  std::int32_t differences = 0;
+  for (std::size_t k = 0; k < words.size(); ++k) {
+    differences |= words[k] ^ others[k];
+  }
+  return differences == 0;
+}
+
 }  // namespace
 
 ContextTable::ContextTable(const CompactLmModel& lang_model, std::size_t keep)
@@ -25,6 +35,7 @@ ContextTable::ContextTable(const CompactLmModel& lang_model, std::size_t keep)
 void ContextTable::start_sentence(std::span<const std::int32_t> before) {
   before_ = before;
   entries_.clear();
+  learned_.resize(1);
   std::fill(slots_.begin(), slots_.end(), 0);
 }
 
@@ -33,15 +44,14 @@ std::uint32_t ContextTable::find(std::span<const std::int32_t> words) {
   std::size_t slot = hash & (slots_.size() - 1);
   for (; slots_[slot] != 0; slot = (slot + 1) & (slots_.size() - 1)) {
     const entry_t& entry = entries_[slots_[slot] - 1];
-    if (entry.hash == hash && entry.count == words.size() &&
-        std::equal(words.begin(), words.end(), entry.words.begin())) {
+    if (entry.hash == hash && entry.count == words.size() && same_words(words, entry.words)) {
       return slots_[slot] - 1;
     }
   }
   entry_t& entry = entries_.emplace_back();
   std::copy(words.begin(), words.end(), entry.words.begin());
-  entry.count = static_cast<std::uint8_t>(words.size());
-  entry.learned = false;
+  entry.count = static_cast<std::uint32_t>(words.size());
+  entry.learned = 0;
   entry.hash = hash;
   const auto number = static_cast<std::uint32_t>(entries_.size());
   slots_[slot] = number;
@@ -75,22 +85,21 @@ std::uint32_t ContextTable::extend(std::uint32_t context, std::span<const std::i
   return find({joined.data(), kept + words.size()});
 }
 
-void ContextTable::learn(entry_t& entry) const {
-  entry.learned = true;
-  entry.knowledge = {};
-  entry.levels.count = 0;
+void ContextTable::learn(entry_t& entry) {
+  entry.learned = static_cast<std::uint32_t>(learned_.size());
+  learned_t& learned = learned_.emplace_back();
   if (entry.count == 0) {
     return;
   }
   const std::span<const std::int32_t> words(entry.words.data(), entry.count);
-  lang_model_.TrieSearchInvert(words, entry.levels);
-  knowledge_t& knowledge = entry.knowledge;
+  lang_model_.TrieSearchInvert(words, learned.levels);
+  knowledge_t& knowledge = learned.knowledge;
   const auto place = std::lower_bound(before_.begin(), before_.end(), words.back());
   if (place != before_.end() && *place == words.back()) {
     knowledge.place = static_cast<std::uint32_t>(place - before_.begin());
   }
-  for (int k = 0; k < entry.levels.count; ++k) {
-    const lm_level_t& level = entry.levels.level[static_cast<std::size_t>(k)];
+  for (int k = 0; k < learned.levels.count; ++k) {
+    const lm_level_t& level = learned.levels.level[static_cast<std::size_t>(k)];
     if (!level.entry) {
       continue;
     }
@@ -107,7 +116,8 @@ void ContextTable::learn(entry_t& entry) const {
 }
 
 std::size_t ContextTable::memory() const {
-  return entries_.capacity() * sizeof(entry_t) + slots_.capacity() * sizeof(std::uint32_t);
+  return entries_.capacity() * sizeof(entry_t) + learned_.capacity() * sizeof(learned_t) +
+         slots_.capacity() * sizeof(std::uint32_t);
 }
 
 }  // namespace koralite::decoder

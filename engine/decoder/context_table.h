@@ -45,6 +45,7 @@ class ContextTable {
     const entry_t& entry = entries_[context];
     return {entry.words.data(), entry.count};
   }
+  // Valid until something is asked about another context.
   const lm_levels_t& levels(std::uint32_t context) { return learn(context).levels; }
   const knowledge_t& knowledge(std::uint32_t context) { return learn(context).knowledge; }
 
@@ -52,23 +53,26 @@ class ContextTable {
   std::size_t memory() const;
 
  private:
+  // Small, as most contexts are compared and never asked about.
   struct entry_t {
     std::array<std::int32_t, kMaxWords> words;
-    std::uint8_t count;
-    bool learned;
     std::uint32_t hash;
+    std::uint32_t learned;  // place in learned_, 0 for none yet
+    std::uint32_t count;
+  };
+  struct learned_t {
     knowledge_t knowledge;
     lm_levels_t levels;
   };
 
-  entry_t& learn(std::uint32_t context) {
+  const learned_t& learn(std::uint32_t context) {
     entry_t& entry = entries_[context];
-    if (!entry.learned) {
+    if (entry.learned == 0) {
       learn(entry);
     }
-    return entry;
+    return learned_[entry.learned];
   }
-  void learn(entry_t& entry) const;
+  void learn(entry_t& entry);
 
   void grow();
 
@@ -76,6 +80,7 @@ class ContextTable {
   std::size_t keep_;
   std::span<const std::int32_t> before_;
   std::vector<entry_t> entries_;
+  std::vector<learned_t> learned_;    // the first one stands for none
   std::vector<std::uint32_t> slots_;  // open addressing: entry + 1, 0 for a free slot
 };
 

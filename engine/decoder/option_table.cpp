@@ -44,7 +44,7 @@ void OptionTable::create_trans_option(std::span<const std::int32_t> ids) {
       }
       Option unused;
       unused.score = -std::numeric_limits<float>::infinity();
-      options_.resize((options_.size() + kLane - 1) / kLane * kLane, unused);
+      options_.resize((options_.size() + kLaneStep - 1) / kLaneStep * kLaneStep, unused);
     }
   }
   fill_columns();

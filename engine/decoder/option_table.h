@@ -1,5 +1,5 @@
 // All options of one sentence, by span. The options of a cell stand side by side,
-// best estimate first, and start at a multiple of kLane: the columns beside them
+// best estimate first, and start at a multiple of kLaneStep: the columns beside them
 // hold, at the same places, the numbers that decide most refusals, so that
 // several options are weighed at once. Memory is kept from sentence to sentence.
 #pragma once
@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "decoder/compressor.h"
+#include "decoder/lanes.h"
 #include "decoder/lang_model.h"
 #include "decoder/option.h"
 #include "decoder/parameter.h"
@@ -24,7 +25,6 @@ class CompactLmModel;
 
 class OptionTable {
  public:
-  static constexpr std::size_t kLane = 4;
   static constexpr int kMaxWords = 32;  // source words of a sentence
 
   struct cell_t {
