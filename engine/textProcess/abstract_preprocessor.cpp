@@ -40,10 +40,10 @@ void keep_in_order(ProcessWordSeq::Positions& words, const ProcessStr::Positions
 AbstractPreprocessor::AbstractPreprocessor() : pool_(kPoolBlock) {}
 
 void AbstractPreprocessor::Organize(LangType source, LangType target,
-                                    const common::FilePath& configuration,
+                                    const common::EngineConfiguration& configuration,
                                     const common::FilePath& model_folder) {
   try {
-    const Lines lines = Config2Vec(configuration);
+    const Lines& lines = configuration.lines();
     debug_ = GetDebLevel(lines);
     PunctTruncateProcessor::GetTruncateMap(source, target, truncate_map_);
     OrganizeStringProcessor(target, lines, model_folder);
@@ -75,7 +75,8 @@ void AbstractPreprocessor::build_str2word(const Lines& configuration,
                                           const common::FilePath& model_folder,
                                           std::unique_ptr<numtrans::RuleTranslator> rules,
                                           char join) {
-  const common::FilePath path = section_path(configuration, "[ne]", model_folder);
+  const common::FilePath path =
+      section_path(configuration, common::EngineConfiguration::kEntities, model_folder);
   if (!path.empty()) {
     dictionary_ = std::make_unique<NeDict>(path);
   }

@@ -61,7 +61,7 @@ class AbstractPreprocessor : public AbstractProcessor {
   // Builds everything by the five operations below, in their order, for the
   // language of the other side. Memory exhaustion is reported as std::runtime_error
   // "Cannot allocate for preprocess"; other errors keep their message.
-  void Organize(LangType source, LangType target, const common::FilePath& configuration,
+  void Organize(LangType source, LangType target, const common::EngineConfiguration& configuration,
                 const common::FilePath& model_folder);
 
   virtual void OrganizeStringProcessor(LangType other, const Lines& configuration,

@@ -1,26 +1,17 @@
 #include "textProcess/abstract_processor.h"
 
-#include "common/pick_conf.h"
-
 namespace koralite::textProcess {
 
 AbstractProcessor::Lines AbstractProcessor::Config2Vec(const common::FilePath& path) {
-  Lines lines;
-  common::PickConf(path, lines);
-  return lines;
+  return common::EngineConfiguration(path).lines();
 }
 
 bool AbstractProcessor::GetDebLevel(const Lines& configuration) {
-  const std::string value = section_value(configuration, "[debugLevel]");
-  return !value.empty() && value.front() != '0';
+  return common::EngineConfiguration::debug_level(configuration);
 }
 
 std::string AbstractProcessor::section_value(const Lines& configuration, std::string_view section) {
-  std::string value;
-  if (!common::find_conf(configuration, section, value)) {
-    value.clear();
-  }
-  return value;
+  return common::EngineConfiguration::value(configuration, section);
 }
 
 common::FilePath AbstractProcessor::section_path(const Lines& configuration,

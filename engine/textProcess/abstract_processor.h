@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/engine_configuration.h"
 #include "common/file_path.h"
 
 namespace koralite::textProcess {

@@ -12,10 +12,10 @@
 namespace koralite::textProcess {
 
 void AbstractPostprocessor::Organize(LangType source, LangType target,
-                                     const common::FilePath& configuration,
+                                     const common::EngineConfiguration& configuration,
                                      const common::FilePath& model_folder) {
   try {
-    const Lines lines = Config2Vec(configuration);
+    const Lines& lines = configuration.lines();
     debug_ = GetDebLevel(lines);
     PunctAppendProcessor::GetPunctSet(target, punct_set_);
     OrganizeStringProcessor(source, lines, model_folder);
@@ -30,7 +30,8 @@ void AbstractPostprocessor::Postprocess(ProcessStr& str) {
   }
 }
 
-EngPostprocessor::EngPostprocessor(LangType source, const common::FilePath& configuration,
+EngPostprocessor::EngPostprocessor(LangType source,
+                                   const common::EngineConfiguration& configuration,
                                    const common::FilePath& model_folder) {
   Organize(source, LangType::kEnglish, configuration, model_folder);
 }
@@ -38,12 +39,14 @@ EngPostprocessor::EngPostprocessor(LangType source, const common::FilePath& conf
 void EngPostprocessor::OrganizeStringProcessor(LangType, const Lines& configuration,
                                                const common::FilePath& model_folder) {
   // Without a model the recaser still capitalises sentence starts.
-  add_string_step<EngRecaseStrProcessor>(section_path(configuration, "[recase]", model_folder));
+  add_string_step<EngRecaseStrProcessor>(
+      section_path(configuration, common::EngineConfiguration::kRecase, model_folder));
   add_string_step<DetokenizeEngStrProcessor>();
   add_string_step<RestoreSpecCharStrProcessor>();
 }
 
-SimpChsPostprocessor::SimpChsPostprocessor(LangType source, const common::FilePath& configuration,
+SimpChsPostprocessor::SimpChsPostprocessor(LangType source,
+                                           const common::EngineConfiguration& configuration,
                                            const common::FilePath& model_folder) {
   Organize(source, LangType::kChinese, configuration, model_folder);
 }
@@ -55,7 +58,7 @@ void SimpChsPostprocessor::OrganizeStringProcessor(LangType, const Lines&,
 }
 
 GeneralPostprocessor::GeneralPostprocessor(LangType source, LangType target,
-                                           const common::FilePath& configuration,
+                                           const common::EngineConfiguration& configuration,
                                            const common::FilePath& model_folder) {
   Organize(source, target, configuration, model_folder);
 }

@@ -32,7 +32,7 @@ class AbstractPostprocessor : public AbstractProcessor {
  protected:
   // Memory exhaustion is reported as std::runtime_error "Cannot allocate for
   // postprocess"; other errors keep their message.
-  void Organize(LangType source, LangType target, const common::FilePath& configuration,
+  void Organize(LangType source, LangType target, const common::EngineConfiguration& configuration,
                 const common::FilePath& model_folder);
 
   virtual void OrganizeStringProcessor(LangType other, const Lines& configuration,
@@ -52,7 +52,7 @@ class AbstractPostprocessor : public AbstractProcessor {
 // English, and Korean, which is written the same way.
 class EngPostprocessor final : public AbstractPostprocessor {
  public:
-  EngPostprocessor(LangType source, const common::FilePath& configuration,
+  EngPostprocessor(LangType source, const common::EngineConfiguration& configuration,
                    const common::FilePath& model_folder);
 
  protected:
@@ -62,7 +62,7 @@ class EngPostprocessor final : public AbstractPostprocessor {
 
 class SimpChsPostprocessor final : public AbstractPostprocessor {
  public:
-  SimpChsPostprocessor(LangType source, const common::FilePath& configuration,
+  SimpChsPostprocessor(LangType source, const common::EngineConfiguration& configuration,
                        const common::FilePath& model_folder);
 
  protected:
@@ -72,7 +72,8 @@ class SimpChsPostprocessor final : public AbstractPostprocessor {
 
 class GeneralPostprocessor final : public AbstractPostprocessor {
  public:
-  GeneralPostprocessor(LangType source, LangType target, const common::FilePath& configuration,
+  GeneralPostprocessor(LangType source, LangType target,
+                       const common::EngineConfiguration& configuration,
                        const common::FilePath& model_folder);
 
  protected:

@@ -19,6 +19,8 @@
 #include "textProcess/word_segment_str_processor.h"
 
 namespace koralite::textProcess {
+
+using Configuration = common::EngineConfiguration;
 namespace {
 
 constexpr unsigned kAskedPiece = 10240;  // bytes; the segmenters cap it to what they can take
@@ -38,7 +40,7 @@ bool has_chinese_marks(LangType language) {
 
 }  // namespace
 
-EngPreprocessor::EngPreprocessor(LangType target, const common::FilePath& configuration,
+EngPreprocessor::EngPreprocessor(LangType target, const common::EngineConfiguration& configuration,
                                  const common::FilePath& model_folder) {
   Organize(LangType::kEnglish, target, configuration, model_folder);
 }
@@ -56,7 +58,7 @@ void EngPreprocessor::OrganizeStringProcessor(LangType, const Lines&, const comm
 void EngPreprocessor::OrganizeStr2Word(LangType, const Lines& configuration,
                                        const common::FilePath& model_folder) {
   std::unique_ptr<numtrans::RuleTranslator> rules;
-  const common::FilePath path = section_path(configuration, "[rule]", model_folder);
+  const common::FilePath path = section_path(configuration, Configuration::kRules, model_folder);
   if (!path.empty()) {
     rules = std::make_unique<numtrans::EcNumTranslator>(path);
   }
@@ -71,7 +73,8 @@ void EngPreprocessor::OrganizeConstraint(LangType, const Lines&, const common::F
   constraint_ = std::make_unique<EngConstraint>();
 }
 
-SimpChsPreprocessor::SimpChsPreprocessor(LangType target, const common::FilePath& configuration,
+SimpChsPreprocessor::SimpChsPreprocessor(LangType target,
+                                         const common::EngineConfiguration& configuration,
                                          const common::FilePath& model_folder,
                                          const LexicutApi& segmenter)
     : segmenter_(segmenter) {
@@ -83,7 +86,7 @@ void SimpChsPreprocessor::OrganizeStringProcessor(LangType, const Lines& configu
   const auto path = [&](std::string_view section) {
     return section_path(configuration, section, model_folder);
   };
-  const common::FilePath dictionary = path("[segment]");
+  const common::FilePath dictionary = path(Configuration::kSegment);
   if (dictionary.empty()) {
     throw std::runtime_error("can't find segment dictionary configure file");
   }
@@ -92,9 +95,9 @@ void SimpChsPreprocessor::OrganizeStringProcessor(LangType, const Lines& configu
   add_string_step<Sbc2DbcStrProcessor>();
   add_string_step<NormPuncChsStrProcessor>();
   add_string_step<EraseCommaStrProcessor>();
-  add_string_step<ChsSegmentStrProcessor>(dictionary, path("[segment_name]"),
-                                          path("[ambiguous_path]"), path("[anti-name]"),
-                                          kAskedPiece, segmenter_)
+  add_string_step<ChsSegmentStrProcessor>(dictionary, path(Configuration::kSegmentNames),
+                                          path(Configuration::kAmbiguousPaths),
+                                          path(Configuration::kAntiNames), kAskedPiece, segmenter_)
       .SetNameBuffer(&names_);
   add_final_string_steps();
 }
@@ -102,7 +105,7 @@ void SimpChsPreprocessor::OrganizeStringProcessor(LangType, const Lines& configu
 void SimpChsPreprocessor::OrganizeStr2Word(LangType, const Lines& configuration,
                                            const common::FilePath& model_folder) {
   std::unique_ptr<numtrans::RuleTranslator> rules;
-  const common::FilePath path = section_path(configuration, "[rule]", model_folder);
+  const common::FilePath path = section_path(configuration, Configuration::kRules, model_folder);
   if (!path.empty()) {
     rules = std::make_unique<numtrans::CeNumTranslator>(path);
   }
@@ -112,7 +115,7 @@ void SimpChsPreprocessor::OrganizeStr2Word(LangType, const Lines& configuration,
 void SimpChsPreprocessor::OrganizeWsProcessor(LangType, const Lines& configuration,
                                               const common::FilePath& model_folder) {
   add_word_step<RecAsciiWsProcessor>();
-  const common::FilePath path = section_path(configuration, "[pinyin]", model_folder);
+  const common::FilePath path = section_path(configuration, Configuration::kPinyin, model_folder);
   if (!path.empty()) {
     pinyin_ = std::make_unique<PinyinConverter>(path);
     name_converter_ = std::make_unique<NameConverter>(*pinyin_);
@@ -135,7 +138,7 @@ void SimpChsPreprocessor::OrganizeUnkTrans(LangType other, const Lines& configur
 }
 
 GeneralPreprocessor::GeneralPreprocessor(LangType source, LangType target,
-                                         const common::FilePath& configuration,
+                                         const common::EngineConfiguration& configuration,
                                          const common::FilePath& model_folder,
                                          const LexicutApi& segmenter)
     : source_(source), segmenter_(segmenter) {
@@ -147,8 +150,8 @@ void GeneralPreprocessor::OrganizeStringProcessor(LangType, const Lines& configu
   const auto path = [&](std::string_view section) {
     return section_path(configuration, section, model_folder);
   };
-  const common::FilePath dictionary = path("[segment]");
-  const std::string split = section_value(configuration, "[single-word-split]");
+  const common::FilePath dictionary = path(Configuration::kSegment);
+  const std::string split = section_value(configuration, Configuration::kSingleWordSplit);
   if (dictionary.empty() && split.empty()) {
     throw std::runtime_error("can't find segment dictionary configure file, worddict is null");
   }
@@ -156,9 +159,9 @@ void GeneralPreprocessor::OrganizeStringProcessor(LangType, const Lines& configu
   add_string_step<CleanStrProcessor>();
   add_string_step<Sbc2DbcStrProcessor>();
   if (!dictionary.empty()) {
-    add_string_step<GeneralSegmentStrProcessor>(dictionary, path("[segment_name]"),
-                                                path("[ambiguous_path]"), path("[anti-name]"),
-                                                kAskedPiece, segmenter_);
+    add_string_step<GeneralSegmentStrProcessor>(
+        dictionary, path(Configuration::kSegmentNames), path(Configuration::kAmbiguousPaths),
+        path(Configuration::kAntiNames), kAskedPiece, segmenter_);
   }
   if (split == "1") {
     add_string_step<SingleWordSegStrProcessor>();

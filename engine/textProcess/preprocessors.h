@@ -19,7 +19,7 @@ namespace koralite::textProcess {
 
 class EngPreprocessor final : public AbstractPreprocessor {
  public:
-  EngPreprocessor(LangType target, const common::FilePath& configuration,
+  EngPreprocessor(LangType target, const common::EngineConfiguration& configuration,
                   const common::FilePath& model_folder);
 
  protected:
@@ -36,7 +36,7 @@ class EngPreprocessor final : public AbstractPreprocessor {
 class SimpChsPreprocessor final : public AbstractPreprocessor {
  public:
   // "can't find segment dictionary configure file" without "[segment]".
-  SimpChsPreprocessor(LangType target, const common::FilePath& configuration,
+  SimpChsPreprocessor(LangType target, const common::EngineConfiguration& configuration,
                       const common::FilePath& model_folder,
                       const LexicutApi& segmenter = linked_lexicut());
 
@@ -63,7 +63,8 @@ class GeneralPreprocessor final : public AbstractPreprocessor {
  public:
   // "can't find segment dictionary configure file, worddict is null" with neither
   // "[segment]" nor "[single-word-split]".
-  GeneralPreprocessor(LangType source, LangType target, const common::FilePath& configuration,
+  GeneralPreprocessor(LangType source, LangType target,
+                      const common::EngineConfiguration& configuration,
                       const common::FilePath& model_folder,
                       const LexicutApi& segmenter = linked_lexicut());
 

@@ -8,10 +8,9 @@
 namespace koralite::textProcess {
 namespace {
 
-std::unique_ptr<AbstractPreprocessor> make_preprocessor(LangType source, LangType target,
-                                                        const common::FilePath& configuration,
-                                                        const common::FilePath& model_folder,
-                                                        const LexicutApi& segmenter) {
+std::unique_ptr<AbstractPreprocessor> make_preprocessor(
+    LangType source, LangType target, const common::EngineConfiguration& configuration,
+    const common::FilePath& model_folder, const LexicutApi& segmenter) {
   switch (source) {
     case LangType::kEnglish:
       return std::make_unique<EngPreprocessor>(target, configuration, model_folder);
@@ -31,9 +30,9 @@ std::unique_ptr<AbstractPreprocessor> make_preprocessor(LangType source, LangTyp
   }
 }
 
-std::unique_ptr<AbstractPostprocessor> make_postprocessor(LangType source, LangType target,
-                                                          const common::FilePath& configuration,
-                                                          const common::FilePath& model_folder) {
+std::unique_ptr<AbstractPostprocessor> make_postprocessor(
+    LangType source, LangType target, const common::EngineConfiguration& configuration,
+    const common::FilePath& model_folder) {
   switch (target) {
     case LangType::kEnglish:
     case LangType::kKorean:
@@ -54,7 +53,8 @@ std::unique_ptr<AbstractPostprocessor> make_postprocessor(LangType source, LangT
 
 }  // namespace
 
-Processor::Processor(LangType source, LangType target, const common::FilePath& configuration,
+Processor::Processor(LangType source, LangType target,
+                     const common::EngineConfiguration& configuration,
                      const common::FilePath& model_folder, const LexicutApi& segmenter)
     : postprocessor_(nullptr),
       preprocessor_(make_preprocessor(source, target, configuration, model_folder, segmenter)) {

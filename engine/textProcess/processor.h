@@ -23,7 +23,7 @@ class Processor {
   // Throws "Invalid source language type!" or "Invalid target language type!" for
   // a language without a pipeline on that side, and the errors of the pipelines.
   // `segmenter` is the library that cuts sources without blanks into words.
-  Processor(LangType source, LangType target, const common::FilePath& configuration,
+  Processor(LangType source, LangType target, const common::EngineConfiguration& configuration,
             const common::FilePath& model_folder, const LexicutApi& segmenter = linked_lexicut());
   Processor(const Processor&) = delete;
   Processor& operator=(const Processor&) = delete;

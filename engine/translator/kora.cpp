@@ -6,13 +6,14 @@
 #include <exception>
 #include <memory>
 #include <stdexcept>
-#include <vector>
+#include <string>
 
-#include "common/pick_conf.h"
+#include "common/engine_configuration.h"
 #include "translator/direction_table.h"
 #include "translator/text_translation.h"
 #include "translator/trans_impl.h"
 
+using koralite::common::EngineConfiguration;
 using koralite::textProcess::LangType;
 using koralite::translator::TransImpl;
 
@@ -58,11 +59,7 @@ int kora_initialize(int direct, const char* confFile, const char* modelFolder) {
     const auto languages = koralite::translator::languages_of(direct);
     g_srcType = static_cast<std::int32_t>(languages.source);
     g_targType = static_cast<std::int32_t>(languages.target);
-    std::vector<std::string> lines;
-    koralite::common::PickConf(g_ConfFile, lines);
-    std::string version;
-    const bool found = koralite::common::find_conf(lines, "[version]", version);
-    return found && version.starts_with("1.0.") ? 0 : 6;
+    return EngineConfiguration(g_ConfFile).has_known_version() ? 0 : 6;
   } catch (const std::exception&) {
     return 4;
   } catch (...) {
@@ -75,15 +72,14 @@ TransImpl* kora_create_decoder(int direct) {
     return nullptr;
   }
   try {
-    std::vector<std::string> lines;
-    koralite::common::PickConf(g_ConfFile, lines);
-    std::vector<std::string> values;
-    if (!koralite::common::find_conf(lines, "[decoder]", values)) {
-      throw std::runtime_error("can't find decoder parameter file");
+    const EngineConfiguration configuration(g_ConfFile);
+    const std::string parameters = configuration.parameter_file();
+    if (parameters.empty()) {
+      return nullptr;
     }
     return std::make_unique<TransImpl>(static_cast<LangType>(g_srcType),
-                                       static_cast<LangType>(g_targType), g_ConfFile, g_ModelFolder,
-                                       values.front())
+                                       static_cast<LangType>(g_targType), configuration,
+                                       g_ModelFolder, parameters)
         .release();
   } catch (...) {
     return nullptr;

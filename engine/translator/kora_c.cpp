@@ -14,9 +14,9 @@
 #include <string_view>
 #include <vector>
 
+#include "common/engine_configuration.h"
 #include "common/file_path.h"
 #include "common/parse_number.h"
-#include "common/pick_conf.h"
 #include "decoder/parameter.h"
 #include "kora/kora.h"
 #include "translator/direction_table.h"
@@ -25,6 +25,7 @@
 #include "translator/trans_impl.h"
 
 using koralite::common::align_t;
+using koralite::common::EngineConfiguration;
 using koralite::common::FilePath;
 using koralite::common::MemoryFiles;
 using koralite::textProcess::LangType;
@@ -139,20 +140,16 @@ std::string path(const char* text, std::size_t length) {
   return result;
 }
 
-std::string parameter_file(const FilePath& configuration) {
+EngineConfiguration read_configuration(const FilePath& path) {
   try {
-    std::vector<std::string> lines;
-    koralite::common::PickConf(configuration, lines);
-    std::string version;
-    if (!koralite::common::find_conf(lines, "[version]", version) || !version.starts_with("1.0.")) {
-      throw Failure(KORA_C_BAD_CONFIGURATION,
-                    configuration.text() + ": no [version] beginning with 1.0.");
+    EngineConfiguration configuration(path);
+    if (!configuration.has_known_version()) {
+      throw Failure(KORA_C_BAD_CONFIGURATION, path.text() + ": no [version] beginning with 1.0.");
     }
-    std::vector<std::string> values;
-    if (!koralite::common::find_conf(lines, "[decoder]", values)) {
-      throw Failure(KORA_C_BAD_CONFIGURATION, configuration.text() + ": no value for [decoder]");
+    if (configuration.parameter_file().empty()) {
+      throw Failure(KORA_C_BAD_CONFIGURATION, path.text() + ": no value for [decoder]");
     }
-    return values.front();
+    return configuration;
   } catch (const Failure&) {
     throw;
   } catch (const std::runtime_error& error) {
@@ -160,7 +157,7 @@ std::string parameter_file(const FilePath& configuration) {
   }
 }
 
-void check_manifest(const FilePath& configuration, const FilePath& folder) {
+void check_manifest(const EngineConfiguration& configuration, const FilePath& folder) {
   try {
     koralite::translator::verify_model_folder(configuration, folder);
   } catch (const std::runtime_error& error) {
@@ -187,8 +184,9 @@ koralite::translator::language_pair_t languages_for(std::int32_t direction, std:
 }
 
 void load(kora_c_translator& translator, const koralite::translator::language_pair_t& languages,
-          const FilePath& configuration, const FilePath& folder, std::uint32_t flags) {
-  const std::string parameters = parameter_file(configuration);
+          const FilePath& path, const FilePath& folder, std::uint32_t flags) {
+  const EngineConfiguration configuration = read_configuration(path);
+  const std::string parameters = configuration.parameter_file();
   if ((flags & KORA_C_CHECK_MANIFEST) != 0) {
     check_manifest(configuration, folder);
   }

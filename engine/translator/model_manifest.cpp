@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "common/engine_configuration.h"
 #include "common/mapped_file.h"
 #include "common/pick_conf.h"
 #include "common/sha256.h"
@@ -14,11 +15,6 @@
 namespace koralite::translator {
 
 namespace {
-
-// Sections of the engine configuration whose value is a file of the folder.
-constexpr const char* kResourceSections[] = {"[recase]",    "[ne]",           "[rule]",
-                                             "[segment]",   "[segment_name]", "[ambiguous_path]",
-                                             "[anti-name]", "[pinyin]"};
 
 constexpr std::string_view kDigestHeader = "[digest]\n";
 
@@ -47,21 +43,21 @@ bool parse_file_line(const std::string& line, manifest_file_t& file) {
 }
 
 // Every file that the engine opens for a configuration.
-std::set<std::string> named_files(const std::vector<std::string>& configuration,
+std::set<std::string> named_files(const common::EngineConfiguration& configuration,
                                   const common::FilePath& folder) {
   std::set<std::string> names;
-  std::string value;
-  for (const char* section : kResourceSections) {
-    if (common::find_conf(configuration, section, value) && !value.empty()) {
+  for (const std::string_view section : common::EngineConfiguration::kResources) {
+    const std::string value = common::EngineConfiguration::value(configuration.lines(), section);
+    if (!value.empty()) {
       names.insert(value);
     }
   }
-  std::vector<std::string> values;
-  if (!common::find_conf(configuration, "[decoder]", values)) {
+  const std::string parameters = configuration.parameter_file();
+  if (parameters.empty()) {
     return names;
   }
-  names.insert(values.front());
-  const decoder::Parameter parameter(folder.file(values.front()));
+  names.insert(parameters);
+  const decoder::Parameter parameter(folder.file(parameters));
   names.insert({parameter.source_vocab, parameter.target_vocab, parameter.lang_model});
   if (parameter.compress) {
     names.insert(parameter.compress_vocab);
@@ -138,9 +134,10 @@ std::string compare_with_manifest(const common::FilePath& folder, const manifest
   return {};
 }
 
-void verify_model_folder(const common::FilePath& configuration, const common::FilePath& folder) {
+void verify_model_folder(const common::EngineConfiguration& configuration,
+                         const common::FilePath& folder) {
   const common::FilePath path = folder.file(kManifestName);
-  std::vector<std::string> lines = manifest_lines(path);
+  const std::vector<std::string> lines = manifest_lines(path);
   std::vector<manifest_file_t> files = manifest_files(lines, path.text());
   // From small to large, so that most damage is found before much is read.
   std::stable_sort(
@@ -157,13 +154,12 @@ void verify_model_folder(const common::FilePath& configuration, const common::Fi
                         [&](const manifest_file_t& file) { return file.name == name; });
   };
   const auto engine = listed("engine.conf");
-  const common::MappedFile given(configuration);
+  const common::MappedFile given(configuration.path());
   if (engine == files.end() || given.size() != engine->size ||
       common::Sha256::hex_of(given.data()) != engine->sha256) {
-    throw std::runtime_error(configuration.text() + ": not the engine.conf of the manifest");
+    throw std::runtime_error(configuration.path().text() + ": not the engine.conf of the manifest");
   }
-  common::PickConf(configuration, lines);
-  for (const std::string& name : named_files(lines, folder)) {
+  for (const std::string& name : named_files(configuration, folder)) {
     if (listed(name) == files.end()) {
       throw std::runtime_error(folder.file(name).text() +
                                ": not listed in the manifest; run 'kora pack' again");

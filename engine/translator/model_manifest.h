@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "common/engine_configuration.h"
 #include "common/file_path.h"
 
 namespace koralite::translator {
@@ -39,6 +40,7 @@ std::string compare_with_manifest(const common::FilePath& folder, const manifest
 // configuration and every file that it and the decoder parameters name are listed.
 // A configuration outside the folder must equal the folder's "engine.conf". Throws
 // std::runtime_error with the first problem found.
-void verify_model_folder(const common::FilePath& configuration, const common::FilePath& folder);
+void verify_model_folder(const common::EngineConfiguration& configuration,
+                         const common::FilePath& folder);
 
 }  // namespace koralite::translator

@@ -1,6 +1,5 @@
 #include "translator/trans_impl.h"
 
-#include "common/pick_conf.h"
 #include "translator/alignment.h"
 
 namespace koralite::translator {
@@ -9,13 +8,11 @@ using textProcess::ProcessStr;
 using textProcess::ProcessWordSeq;
 
 TransImpl::TransImpl(textProcess::LangType source, textProcess::LangType target,
-                     const common::FilePath& configuration, const common::FilePath& model_folder,
-                     const std::string& parameter_file)
-    : Processor(source, target, configuration, model_folder), source_type_(source) {
-  std::vector<std::string> lines;
-  common::PickConf(configuration, lines);
-  std::string level;
-  debug_ = common::find_conf(lines, "[debugLevel]", level) && !level.empty() && level[0] != '0';
+                     const common::EngineConfiguration& configuration,
+                     const common::FilePath& model_folder, const std::string& parameter_file)
+    : Processor(source, target, configuration, model_folder),
+      debug_(common::EngineConfiguration::debug_level(configuration.lines())),
+      source_type_(source) {
   translator_ = std::make_unique<PhraseBasedDecoder>(
       model_folder, model_folder.file(parameter_file), *this, debug_);
 }

@@ -22,7 +22,7 @@ class TransImpl : public textProcess::Processor {
   // Builds the pipeline from the configuration file and loads the models that
   // the parameter file (in the model folder) names.
   TransImpl(textProcess::LangType source, textProcess::LangType target,
-            const common::FilePath& configuration, const common::FilePath& model_folder,
+            const common::EngineConfiguration& configuration, const common::FilePath& model_folder,
             const std::string& parameter_file);
   ~TransImpl() override;
 
