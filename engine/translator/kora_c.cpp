@@ -21,6 +21,7 @@
 #include "kora/kora.h"
 #include "translator/direction_table.h"
 #include "translator/model_manifest.h"
+#include "translator/text_explanation.h"
 #include "translator/text_translation.h"
 #include "translator/trans_impl.h"
 
@@ -410,5 +411,26 @@ std::int32_t kora_c_translate_nbest(kora_c_translator* translator, const char* t
     *ends = end_copy.release();
     *scores = score_copy.release();
     *count = texts.size();
+  });
+}
+
+std::int32_t kora_c_explain(kora_c_translator* translator, const char* text, std::size_t length,
+                            std::uint32_t n, char** json, std::size_t* json_length) {
+  if (json != nullptr) {
+    *json = nullptr;
+  }
+  if (json_length != nullptr) {
+    *json_length = 0;
+  }
+  if (translator == nullptr) {
+    return KORA_C_BAD_ARGUMENT;
+  }
+  return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
+    need(json != nullptr && json_length != nullptr, "no place for the explanation");
+    const std::string result =
+        koralite::translator::explanation_as_json(koralite::translator::explain_text(
+            *translator->engine, translator->source, view(text, length), n));
+    *json = copied(result.data(), result.size()).release();
+    *json_length = result.size();
   });
 }

@@ -132,6 +132,23 @@ export class Engine {
       });
   }
 
+  /** Sentences, their best translations and the alternatives of their phrases; see index.d.ts. */
+  explain(text, n) {
+    const bytes = encoder.encode(text);
+    const { sentences } = this.#call(bytes, 2, (at, size, out) =>
+      this.c.kora_c_explain(this.translator, at, size, n, out, out + 4),
+      (out) => JSON.parse(decoder.decode(this.#taken(out[0], out[1]))));
+    const { units } = decodeWithUnits(bytes);
+    const inUnits = (part) => {
+      part.source = { start: units[part.source[0]], end: units[part.source[1]] };
+    };
+    for (const sentence of sentences) {
+      inUnits(sentence);
+      sentence.phrases.forEach(inUnits);
+    }
+    return { sentences };
+  }
+
   #aligned(bytes, [text, length, links, count]) {
     const target = decodeWithUnits(this.#taken(text, length));
     const numbers = this.#numbers(Int32Array, links, 4 * count);

@@ -115,6 +115,11 @@ export class Translator {
     return this.#each(text, (one) => this.#call('align', { text: one }, options.signal));
   }
 
+  explain(text, options = {}) {
+    return this.#each(text, (one) =>
+      this.#call('explain', { text: one, n: options.nbest ?? 5 }, options.signal));
+  }
+
   close() {
     this.#closed = true;
     this.#drop(new KoraError('closed', 'the translator was closed'));

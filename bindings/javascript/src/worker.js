@@ -105,6 +105,10 @@ const requests = {
     return engine.nbest(text, n);
   },
 
+  async explain({ text, n }) {
+    return engine.explain(text, n);
+  },
+
   async memory() {
     return engine.memory;
   },

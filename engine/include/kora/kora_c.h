@@ -135,6 +135,18 @@ typedef struct kora_c_file {
 KORA_API int32_t kora_c_open_memory(int32_t direction, const kora_c_file* files, size_t count,
                                     uint32_t flags, kora_c_translator** translator, char** message);
 
+/* How a text is translated, as JSON text: its sentences, each with at most n
+ * translations, best first, and the phrases of the best one with at most n alternatives
+ * each. "source" holds first byte and end (exclusive) in `text`; scores are higher for
+ * better ones.
+ *   {"sentences": [{"source": [0, 9],
+ *     "translations": [{"text": "...", "score": -1.5}],
+ *     "phrases": [{"source": [0, 5], "alternatives": [{"text": "...", "score": -1}]}]}]}
+ * Phrases are in the order of the translation; sentence-final marks are part of none.
+ * These are the results of the bare engine. */
+KORA_API int32_t kora_c_explain(kora_c_translator* translator, const char* text, size_t length,
+                                uint32_t n, char** json, size_t* json_length);
+
 #ifdef __cplusplus
 }
 #endif
