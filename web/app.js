@@ -10,8 +10,9 @@ import { draw, offsetAt, paragraphs, rangesOf, readUnits, sanitize } from './ric
 const $ = (id) => document.getElementById(id);
 const kDelay = 120; // milliseconds from a key to its translation
 const kKept = 20000; // translations remembered
+const kGroup = 200; // paragraphs
 const kUndoable = 20000; // characters; pasting more is not undone by the browser
-const kSample = 'Kora translates this text while you write it.\nWhere is the station? I want to open the file and save it.\nPoint at a word to see where it came from.';
+const kSample = 'Select the file that you want to open.\nYou can change the settings at any time. To save the document, click the button.\nPoint at a word to see where it came from.';
 
 const source = $('source');
 const target = $('target');
@@ -23,6 +24,7 @@ let pairs = []; // {from, to} of the registry
 let direction = null;
 let run = null; // AbortController of the translation that goes on
 let timer = 0;
+const spent = { words: 0, seconds: 0 }; // on translation in this visit
 
 // Messages -----------------------------------------------------------------------------------
 
@@ -76,7 +78,7 @@ function chooseDirection() {
   let from = auto ? detected : $('from').value;
   if (!pairs.some((pair) => pair.from === from)) from = pairs[0]?.from;
   $('from').options[0].textContent = auto && detected && from === detected
-    ? `${nameOf(from)} (found)` : 'Find the language';
+    ? `Found: ${nameOf(from)}` : 'Find the language';
   const targets = pairs.filter((pair) => pair.from === from).map((pair) => pair.to);
   fill($('to'), targets, []);
   const to = targets.includes($('to').value) ? $('to').value : targets[0];
@@ -200,21 +202,41 @@ function update() {
     }
     return unit;
   });
-  // Only what differs is moved, so that one changed paragraph of many costs one step.
-  let at = target.firstChild;
-  for (const { element } of units) {
+  arrange(units.map(({ element }) => element));
+  const length = source.textContent.length;
+  $('count').textContent = length > 0 ? `${length.toLocaleString('en')} characters` : '';
+  link(null);
+  translateAll();
+}
+
+// Makes `elements` the children of `parent`. Only what differs is moved, so that one changed
+// paragraph of many costs one step.
+function reconcile(parent, elements) {
+  let at = parent.firstChild;
+  for (const element of elements) {
     if (at === element) at = at.nextSibling;
-    else target.insertBefore(element, at);
+    else parent.insertBefore(element, at);
   }
   while (at) {
     const next = at.nextSibling;
     at.remove();
     at = next;
   }
-  const length = source.textContent.length;
-  $('count').textContent = length > 0 ? `${length.toLocaleString('en')} characters` : '';
-  link(null);
-  translateAll();
+}
+
+// Long texts are put up in groups, of which browsers lay out those that are seen.
+const groups = [];
+function arrange(elements) {
+  if (elements.length <= 2 * kGroup) {
+    reconcile(target, elements);
+    return;
+  }
+  const count = Math.ceil(elements.length / kGroup);
+  while (groups.length < count) groups.push(document.createElement('div'));
+  for (let i = 0; i < count; ++i) {
+    reconcile(groups[i], elements.slice(i * kGroup, (i + 1) * kGroup));
+  }
+  reconcile(target, groups.slice(0, count));
 }
 
 function show(unit, result) {
@@ -259,9 +281,8 @@ async function translateAll() {
 
 async function translateUnits(engine, pending, signal) {
   const terms = glossary();
-  let words = 0;
+  const before = spent.words;
   let shownAt = performance.now();
-  const begin = shownAt;
   const slow = setTimeout(() => {
     if (!signal.aborted) $('stop').hidden = false;
   }, 400);
@@ -269,10 +290,12 @@ async function translateUnits(engine, pending, signal) {
     for (const [i, unit] of pending.entries()) {
       let result = known.get(unit.key);
       if (!result) {
+        const begin = performance.now();
         result = await engine.align(unit.text, {
           signal, format: unit.rich ? 'html' : 'text', glossary: terms,
         });
-        words += countWords(unit.text);
+        spent.words += countWords(unit.text);
+        spent.seconds += (performance.now() - begin) / 1000;
         if (known.size >= kKept) known.delete(known.keys().next().value);
         known.set(unit.key, result);
       }
@@ -287,15 +310,14 @@ async function translateUnits(engine, pending, signal) {
     clearTimeout(slow);
     if (!signal.aborted) $('busy').textContent = '';
   }
-  const seconds = (performance.now() - begin) / 1000;
-  if (words >= 20) {
-    const rate = words / seconds;
+  if (spent.words > before && spent.words >= 20) {
+    const rate = spent.words / spent.seconds;
     const rounded = Math.round(rate / 10) * 10;
     $('cost-speed').textContent = `${(rounded || Math.round(rate)).toLocaleString('en')} words a second`;
   }
   $('cost-memory').textContent = megabytes(await models.memory());
-  const text = target.innerText.trim();
-  say(text.length < 300 ? text : `${units.length} paragraphs are translated`);
+  say(units.length < 6 ? units.map(({ element }) => element.textContent).join(' ')
+    : `${units.length} paragraphs are translated`);
   document.documentElement.dataset.state = 'ready';
 }
 
@@ -341,7 +363,11 @@ function insert(fragment) {
   } else {
     const selection = getSelection();
     if (selection.rangeCount > 0 && source.contains(selection.anchorNode)) selection.deleteFromDocument();
-    source.append(...content);
+    for (let i = 0; i < content.length; i += kGroup) {
+      const group = document.createElement('div');
+      group.append(...content.slice(i, i + kGroup));
+      source.append(group);
+    }
   }
   schedule();
 }

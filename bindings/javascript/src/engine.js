@@ -7,6 +7,7 @@ const encoder = new TextEncoder();
 const decoder = new TextDecoder();
 
 const kCheckManifest = 1;
+const kMarkup = 1; // KORA_C_MARKUP
 const kFileRecord = 16; // bytes of a kora_c_file: four numbers of 32 bits
 
 // The module reads no files and writes to nobody: what the C library would ask the system for is
@@ -113,6 +114,38 @@ export class Engine {
     return this.#call(bytes, 4, (at, size, out) =>
       this.c.kora_c_translate_aligned(this.translator, at, size, out, out + 4, out + 8, out + 12),
       (out) => this.#aligned(bytes, out));
+  }
+
+  /** Whether the module keeps layout and markup, and has a glossary. */
+  get hasDocuments() {
+    return typeof this.c.kora_c_translate_document === 'function';
+  }
+
+  /** A document in HTML or XML: its translation, markup kept, and the links. */
+  markup(text) {
+    if (!this.hasDocuments) throw new KoraError('unsupported', 'this module translates no markup');
+    const bytes = encoder.encode(text);
+    return this.#call(bytes, 4, (at, size, out) =>
+      this.c.kora_c_translate_document(
+        this.translator, at, size, kMarkup, 0, out, out + 4, out + 8, out + 12),
+      (out) => this.#aligned(bytes, out));
+  }
+
+  /** Replaces the glossary by a table of lines "source TAB target"; gives what can never match. */
+  setGlossary(table) {
+    if (!this.hasDocuments) {
+      if (table === '') return [];
+      throw new KoraError('unsupported', 'this module has no glossary');
+    }
+    this.#call('', 1, () => this.c.kora_c_set_glossary(this.translator, 0, 0, 0, 0), () => null);
+    if (table === '') return [];
+    return this.#call(table, 1, (at, size, out) =>
+      this.c.kora_c_set_glossary(this.translator, at, size, 0, out),
+      ([report]) => {
+        const text = report === 0 ? '' : this.#stringAt(report);
+        this.c.kora_c_free(report);
+        return text.split('\n').filter((line) => line !== '');
+      });
   }
 
   /** At most n translations of one sentence, best first. */

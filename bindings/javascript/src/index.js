@@ -56,6 +56,23 @@ function sourceOf(where) {
   throw new KoraError('bad-argument', 'a model is a folder, an address, a registry entry or files');
 }
 
+// Lines "source TAB target", from pairs or as they are.
+function tableOf(glossary = '') {
+  if (typeof glossary === 'string') return glossary;
+  if (!Array.isArray(glossary)) throw new KoraError('bad-argument', 'a glossary is a list of pairs');
+  return glossary.map(([from, to]) => {
+    if (/[\t\n]/.test(from + to)) {
+      throw new KoraError('bad-argument', 'a glossary entry has a tab or a line feed in it');
+    }
+    return `${from}\t${to}\n`;
+  }).join('');
+}
+
+function formatOf(format = 'text') {
+  if (format === 'text' || format === 'html') return format;
+  throw new KoraError('bad-argument', "a format is 'text' or 'html'");
+}
+
 export class Translator {
   #source;
   #options;
@@ -100,9 +117,11 @@ export class Translator {
     return this.#closed;
   }
 
-  translate(text, options = {}) {
+  async translate(text, options = {}) {
+    const shared = { format: formatOf(options.format), glossary: tableOf(options.glossary) };
     return this.#each(text, async (one) => {
-      const result = await this.#call('translate', { text: one }, options.signal);
+      const result = await this.#call(
+        'translate', { text: one, ...shared }, options.signal, { progress: options.progress });
       if (options.nbest > 0) {
         result.alternatives = await this.#call(
           'nbest', { text: one, n: options.nbest }, options.signal);
@@ -111,8 +130,14 @@ export class Translator {
     });
   }
 
-  align(text, options = {}) {
-    return this.#each(text, (one) => this.#call('align', { text: one }, options.signal));
+  async align(text, options = {}) {
+    const shared = { format: formatOf(options.format), glossary: tableOf(options.glossary) };
+    return this.#each(text, (one) => this.#call('align', { text: one, ...shared }, options.signal));
+  }
+
+  /** What of a glossary can never match, a text for each entry. */
+  async checkGlossary(glossary, options = {}) {
+    return this.#call('checkGlossary', { table: tableOf(glossary) }, options.signal);
   }
 
   explain(text, options = {}) {
@@ -147,6 +172,10 @@ export class Translator {
     signal?.throwIfAborted();
     if (this.#closed) throw new KoraError('closed', 'the translator was closed');
     const worker = await spawn();
+    if (this.#closed) {
+      worker.end();
+      throw new KoraError('closed', 'the translator was closed');
+    }
     this.#worker = worker;
     worker.onmessage = (message) => this.#receive(message);
     worker.onend = (reason) => {
@@ -158,18 +187,22 @@ export class Translator {
       { progress, warning });
   }
 
-  async #call(request, args, signal) {
+  async #call(request, args, signal, listeners) {
     if (this.#closed) throw new KoraError('closed', 'the translator was closed');
     signal?.throwIfAborted();
     await this.#start();
     signal?.throwIfAborted();
-    return this.#post(request, args, signal);
+    return this.#post(request, args, signal, listeners);
   }
 
   #post(request, args, signal, listeners = {}) {
     return new Promise((resolve, reject) => {
       const id = this.#nextId++;
       const worker = this.#worker;
+      if (!worker) {
+        reject(new KoraError('worker-died', 'the worker ended'));
+        return;
+      }
       const cancel = () => {
         reject(abortReason(signal));
         worker.post({ cancel: id });
@@ -182,13 +215,13 @@ export class Translator {
       };
       signal?.addEventListener('abort', cancel, { once: true });
       this.#calls.set(id, {
-        ...listeners,
+        listeners,
+        signal,
         resolve,
         reject,
         request,
         args,
         done: () => signal?.removeEventListener('abort', cancel),
-        cancelled: () => signal?.aborted,
       });
       worker.post({ id, request, args });
     });
@@ -197,8 +230,8 @@ export class Translator {
   #receive({ id, value, error, progress, warning, memory }) {
     const call = this.#calls.get(id);
     if (!call) return;
-    if (progress) return call.progress?.(progress);
-    if (warning) return call.warning?.(warning);
+    if (progress) return call.listeners.progress?.(progress);
+    if (warning) return call.listeners.warning?.(warning);
     call.done();
     this.#calls.delete(id);
     if (this.#calls.size === 0) this.#worker?.idle();
@@ -219,8 +252,8 @@ export class Translator {
     worker?.end();
     for (const [id, call] of calls) {
       call.done();
-      if (cancelledId !== null && id !== cancelledId && !call.cancelled() && !this.#closed) {
-        this.#call(call.request, call.args).then(call.resolve, call.reject);
+      if (cancelledId !== null && id !== cancelledId && !call.signal?.aborted && !this.#closed) {
+        this.#call(call.request, call.args, call.signal, call.listeners).then(call.resolve, call.reject);
       } else {
         call.reject(error);
       }

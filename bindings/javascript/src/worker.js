@@ -12,6 +12,7 @@ const port = inBrowser ? globalThis : (await import('node:worker_threads')).pare
 let engine = null;
 let chain = Promise.resolve();
 const waiting = new Map(); // id to AbortController, the running request included
+let glossary = ''; // that the engine has
 let current = null; // id of the running request
 
 const send = (message) => port.postMessage(message);
@@ -49,6 +50,14 @@ async function inParts(text, signal, step) {
   }
 }
 
+function useGlossary(table = '') {
+  if (table === glossary) return [];
+  glossary = null; // unknown, should it fail
+  const report = engine.setGlossary(table);
+  glossary = table;
+  return report;
+}
+
 const requests = {
   async open({ source, module, direction, store, check }, signal, report) {
     const next = await Engine.create(module);
@@ -65,6 +74,7 @@ const requests = {
     if (!wanted) throw new KoraError('bad-direction', 'engine.conf does not name a direction');
     next.open(wanted, { check: check ?? (!loaded.checked && hasManifest) });
     engine = next;
+    glossary = '';
     return {
       direction: wanted,
       version: engine.version,
@@ -73,22 +83,30 @@ const requests = {
     };
   },
 
-  async translate({ text }, signal) {
+  async translate({ text, format, glossary: table }, signal, report) {
+    useGlossary(table);
+    if (format === 'html') return { text: engine.markup(text).text };
     const lines = [];
     await inParts(text, signal, (part) => {
       const output = engine.translate(part.text);
-      if (output !== '') lines.push(output);
+      // The bare engine leaves empty lines out.
+      if (engine.hasDocuments || output !== '') lines.push(output);
+      report({ progress: { done: part.begin + part.text.length, total: text.length } });
     });
     return { text: lines.join('\n') };
   },
 
-  async align({ text }, signal) {
+  async align({ text, format, glossary: table }, signal) {
+    useGlossary(table);
+    if (format === 'html') return engine.markup(text);
     let output = '';
     const links = [];
+    let first = true;
     await inParts(text, signal, (part) => {
       const aligned = engine.align(part.text);
-      if (aligned.text === '') return;
-      if (output !== '') output += '\n';
+      if (!engine.hasDocuments && aligned.text === '') return;
+      if (!first) output += '\n';
+      first = false;
       const moved = ({ start, end }, by) => ({ start: start + by, end: end + by });
       for (const link of aligned.links) {
         links.push({
@@ -107,6 +125,11 @@ const requests = {
 
   async explain({ text, n }) {
     return engine.explain(text, n);
+  },
+
+  async checkGlossary({ table }) {
+    glossary = null;
+    return useGlossary(table);
   },
 
   async memory() {
