@@ -115,10 +115,17 @@ void open(Bytes& bytes, SmallFolders& folders, std::vector<kora_c_translator*>& 
   kora_c_translator* translator = nullptr;
   char* message = nullptr;
   const bool named = (how & 16U) != 0;
+  kora_c_translator** const result = how & 32U ? nullptr : &translator;
+  char** const why = how & 64U ? nullptr : &message;
+  std::vector<kora_c_file> files;
+  for (const auto& [name, sound] : folders.get(kind).sound) {
+    files.push_back({name.data(), name.size(), sound.data(), sound.size()});
+  }
   const std::int32_t code =
-      kora_c_open(direction, named ? nullptr : configuration.data(),
-                  named ? 0 : configuration.size(), place.data(), place.size(), flags,
-                  how & 32U ? nullptr : &translator, how & 64U ? nullptr : &message);
+      how & 128U ? kora_c_open_memory(direction, files.data(), files.size(), flags, result, why)
+                 : kora_c_open(direction, named ? nullptr : configuration.data(),
+                               named ? 0 : configuration.size(), place.data(), place.size(), flags,
+                               result, why);
   require(code >= 0 && code < KORA_C_RESULT_COUNT, "a known result code");
   require((code == KORA_C_OK) == (translator != nullptr), "a translator with success alone");
   require(how & 64U || (code == KORA_C_OK) == (message == nullptr), "a message with failure alone");

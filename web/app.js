@@ -378,12 +378,23 @@ $('clear').onclick = () => {
   update();
 };
 
-$('glossary').addEventListener('input', () => {
-  save();
+let checking = 0;
+async function checkGlossary() {
+  const asked = ++checking;
   const lines = $('glossary').value.split('\n').filter((line) => line.trim() !== '').length;
   const good = glossary().length;
   $('glossary-report').textContent = lines === 0 ? ''
     : `${good} ${good === 1 ? 'entry' : 'entries'}` + (good < lines ? `, ${lines - good} not understood` : '');
+  if (good === 0 || direction === null || !models.isOpen(direction)) return;
+  const never = await (await models.get(direction)).checkGlossary(glossary());
+  if (asked === checking && never.length > 0) {
+    $('glossary-report').textContent += `; these can never match: ${never.join('; ')}`;
+  }
+}
+
+$('glossary').addEventListener('input', () => {
+  save();
+  checkGlossary().catch(notice);
   schedule();
 });
 
