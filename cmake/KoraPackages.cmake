@@ -24,18 +24,21 @@ macro(kora_package name section summary text)
   set(CPACK_DEBIAN_${upper}_DESCRIPTION "${summary}\n${text}")
 endmacro()
 
-set(about "Kora translates text with phrase-based models, offline and in a few milliseconds a
-sentence, with the same result everywhere.")
-string(REPLACE "\n" " " about "${about}")
+set(about "Kora translates text with phrase-based models: offline, in a few
+milliseconds a sentence, and with the same result everywhere.")
 kora_package(libkora1 libs "offline translation engine - library" "${about}\nThis package has the shared libraries.")
 kora_package(libkora-dev libdevel "offline translation engine - headers" "${about}\nThis package has what programs in C and C++ are built with.")
 kora_package(kora text "offline translation engine - command" "${about}\nThis package has the command that translates, explains, and makes models.")
 kora_package(python3-kora python "offline translation engine - Python binding" "${about}\nThis package has the module for Python 3.")
 kora_package(libkora-java java "offline translation engine - Java binding" "${about}\nThis package has the classes for Java.")
 
-set(CPACK_DEBIAN_LIBKORA1_PACKAGE_GENERATE_SHLIBS ON)
-set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_DEBIAN_LIBKORA1_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers)
+# Programs that link the library depend on a release that has their names.
+set(folder ${CMAKE_BINARY_DIR}/packaging)
+file(CONFIGURE OUTPUT ${folder}/shlibs CONTENT
+     "libtranslator_jni ${PROJECT_VERSION_MAJOR} libkora1 (>= ${PROJECT_VERSION})\n")
+set(CPACK_DEBIAN_LIBKORA1_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers
+                                                ${folder}/shlibs)
+set(CPACK_DEBIAN_KORA_PACKAGE_DEPENDS "libkora1 (= ${version})")  # liblexicut
 set(CPACK_DEBIAN_LIBKORA-DEV_PACKAGE_DEPENDS "libkora1 (= ${version})")
 set(CPACK_DEBIAN_KORA_PACKAGE_RECOMMENDS "bash-completion")
 if(TARGET kora)
@@ -68,8 +71,6 @@ endif()
 
 # What Debian wants of every package: copyright, change log, compressed pages, overrides with reasons.
 if(KORA_PACKAGES)
-  set(folder ${CMAKE_BINARY_DIR}/packaging)
-  file(MAKE_DIRECTORY ${folder})
   configure_file(packaging/changelog ${folder}/changelog.Debian COPYONLY)
   execute_process(COMMAND gzip -9nf ${folder}/changelog.Debian COMMAND_ERROR_IS_FATAL ANY)
   foreach(component ${CPACK_COMPONENTS_ALL})

@@ -3,17 +3,22 @@
 # it: installs them, runs the command, a program in C and the binding of Python, upgrades, purges.
 # Needs root and mmdebstrap.
 set -euo pipefail
+# In a mount namespace of its own: whatever happens, nothing stays mounted and no file of this
+# system is reached when the folder is removed.
+if [ "${KORA_OWN_MOUNTS:-}" != 1 ]; then
+  KORA_OWN_MOUNTS=1 exec unshare --mount --propagation private --fork --kill-child "$0" "$@"
+fi
 here=$(cd "$(dirname "$0")/../.." && pwd)
 debs=$(realpath "$1")
 root=$(mktemp -d)
 ended() {
-  umount -q "$root/proc" "$root/dev" 2> /dev/null || true
-  mountpoint -q "$root/proc" || mountpoint -q "$root/dev" || rm -rf "$root"
+  umount -lq "$root"/dev/shm "$root"/dev/pts "$root"/dev "$root"/proc 2> /dev/null || true
+  rm -rf --one-file-system "$root"
 }
 trap ended EXIT
 chmod 755 "$root"
 echo 'making a bare system'
-mmdebstrap --quiet --variant=minbase --include=gcc,libc6-dev,pkg-config,python3-minimal bookworm "$root" \
+mmdebstrap --mode=root --quiet --variant=minbase --include=gcc,libc6-dev,pkg-config,python3-minimal bookworm "$root" \
   "${KORA_MIRROR:-http://deb.debian.org/debian}"
 mount -t proc proc "$root/proc"
 mount --bind /dev "$root/dev"
