@@ -110,6 +110,9 @@ void BeamSearch::weigh_cell(const OptionTable& options, const extension_t& exten
   weights.before = extension.from->score;
   const std::uint32_t count = kernels_.weigh(weights, weighed_.data());
   for (std::uint32_t k = 0; k < count; ++k) {
+    scorer_.prefetch(extension.row, cell.begin + weighed_[k].place);
+  }
+  for (std::uint32_t k = 0; k < count; ++k) {
     if (!target.refuses_bound(weighed_[k].total)) {
       insert_hypothesis(options, extension, cell.begin + weighed_[k].place, target);
     }

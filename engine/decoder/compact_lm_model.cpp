@@ -332,6 +332,42 @@ const CompactLmModel::tree_state_t* CompactLmModel::visible_tree(
   return tree.visible >= generation_ && !tree.empty ? &tree : nullptr;
 }
 
+// The keys of a line that are not above the word.
+std::size_t CompactLmModel::keys_to(const key_line_t& line, int word) {
+  std::uint16_t count = 0;
+  for (const std::uint16_t key : line.keys) {
+    count = static_cast<std::uint16_t>(count + (key <= word ? 1 : 0));
+  }
+  return count;
+}
+
+CompactLmModel::RootSearch CompactLmModel::root_search(int word) const {
+  RootSearch search;
+  const unsigned char* entry = head(word);
+  const tree_state_t* tree = entry == nullptr ? nullptr : visible_tree(entry);
+  if (tree != nullptr && tree->root_children > 0) {
+    search.records_ = nodes(*tree) + kNodeSize;
+    search.lines_ = root_keys_.data() + tree->root_keys;
+    search.children_ = tree->root_children;
+    search.line_count_ = (search.children_ - 1) / kRootStep;
+    search.line_count_ = (search.line_count_ + kLineKeys - 1) / kLineKeys;
+  }
+  return search;
+}
+
+const unsigned char* CompactLmModel::RootSearch::find(int word, std::size_t& place) {
+  while (line_ + 1 < line_count_ && lines_[line_ + 1].keys[0] <= word) {
+    ++line_;
+  }
+  const std::size_t begin = (line_ * kLineKeys + keys_to(lines_[line_], word)) * kRootStep;
+  const unsigned char* found = find_record(
+      records_ + begin * kNodeSize, std::min<std::size_t>(kRootStep, children_ - begin), word);
+  if (found != nullptr) {
+    place = static_cast<std::size_t>(found - records_) / kNodeSize;
+  }
+  return found;
+}
+
 // Level 1, and where to go on from there. Touches no tree, but fetches what `walk` needs first:
 // walks that are begun together wait for memory together.
 CompactLmModel::start_t CompactLmModel::begin_walk(std::span<const int> ids,
@@ -367,12 +403,8 @@ CompactLmModel::start_t CompactLmModel::begin_walk(std::span<const int> ids,
       line = line[half].keys[0] <= word ? line + half : line;
       lines -= half;
     }
-    std::uint16_t before = 0;
-    for (const std::uint16_t key : line->keys) {
-      before = static_cast<std::uint16_t>(before + (key <= word ? 1 : 0));
-    }
     const std::size_t begin =
-        (static_cast<std::size_t>(line - first) * kLineKeys + before) * kRootStep;
+        (static_cast<std::size_t>(line - first) * kLineKeys + keys_to(*line, word)) * kRootStep;
     start.records += (1 + begin) * kNodeSize;
     start.count = std::min<std::size_t>(kRootStep, tree->root_children - begin);
   }

@@ -75,6 +75,11 @@ struct lm_path_t {
 };
 
 class CompactLmModel final : public LangModel {
+  // Every eighth key of a root group, beyond the first; one cache line of them.
+  struct alignas(64) key_line_t {
+    std::array<std::uint16_t, 32> keys;
+  };
+
  public:
   static constexpr std::int64_t kBudget = 3145728;
   static constexpr std::uint16_t kNoCode = 0xFFFF;
@@ -195,16 +200,29 @@ class CompactLmModel final : public LangModel {
   // max_probability bounds them.
   std::span<const std::uint16_t> deep_codes(int word) const;
 
+  // Looks for ascending words among the records of a large root group, through its key lines.
+  class RootSearch {
+   public:
+    bool usable() const { return children_ != 0; }
+    // The record of `word` and its place in the group; null for none.
+    const unsigned char* find(int word, std::size_t& place);
+
+   private:
+    friend class CompactLmModel;
+    const unsigned char* records_ = nullptr;
+    const key_line_t* lines_ = nullptr;
+    std::size_t line_count_ = 0;
+    std::size_t line_ = 0;
+    std::size_t children_ = 0;
+  };
+  RootSearch root_search(int word) const;  // not usable if the word's tree has no key lines
+
   std::uint32_t head_count() const { return head_count_; }
   std::uint32_t tree_count() const { return static_cast<std::uint32_t>(trees_.size()); }
   std::uint32_t resident_count() const { return resident_count_; }
   float back_off_offset() const { return back_off_offset_; }
 
  private:
-  // Every eighth key of a root group, beyond the first; one cache line of them.
-  struct alignas(64) key_line_t {
-    std::array<std::uint16_t, 32> keys;
-  };
   struct tree_state_t {
     std::uint32_t position = 0;
     std::uint32_t visible = 0;        // the last generation in which it is visible
@@ -226,6 +244,7 @@ class CompactLmModel final : public LangModel {
     std::size_t count = 0;
   };
 
+  static std::size_t keys_to(const key_line_t& line, int word);
   bool known(int word) const { return word >= 0 && static_cast<std::uint32_t>(word) < head_count_; }
   const unsigned char* head(int word) const;  // null for an unknown word
   const tree_state_t* visible_tree(const unsigned char* head_entry) const;

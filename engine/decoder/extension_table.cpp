@@ -31,7 +31,7 @@ void intersect(const lm_group_t& group, std::span<const std::int32_t> words, Fou
       }
     }
     if (low < group.count && group.key(low) == words[k]) {
-      found(k, low);
+      found(k, low, group.record(low));
     }
   }
 }
@@ -71,19 +71,31 @@ void ExtensionTable::add_row(const lm_path_t& path, std::int32_t last, bool one_
   }
   const std::span<const std::uint16_t> deep =
       one_word ? lang_model_->deep_codes(last) : std::span<const std::uint16_t>();
-  const lm_group_t group(path.group);
   const auto words = before_.subspan(first_usable_, last_usable_ - first_usable_);
-  intersect(group, words, [&](std::size_t found, std::size_t child) {
-    const std::size_t place = first_usable_ + found;
+  const auto found = [&](std::size_t word, std::size_t child, const unsigned char* record) {
+    const std::size_t place = first_usable_ + word;
     parts_[part + place / 64].bits |= std::uint64_t{1} << (place % 64);
-    extension_t pair{CompactLmModel::read_step(group.record(child)),
-                     -std::numeric_limits<float>::infinity()};
+    extension_t pair{CompactLmModel::read_step(record), -std::numeric_limits<float>::infinity()};
     if (pair.step.link > 1) {
       pair.beyond = deep.empty() ? lang_model_->max_behind(path.nodes, pair.step, last)
                                  : lang_model_->probability_or_none(deep[child]);
     }
     pairs_.push_back(pair);
-  });
+  };
+  CompactLmModel::RootSearch root;
+  if (one_word) {
+    root = lang_model_->root_search(last);
+  }
+  if (root.usable()) {
+    for (std::size_t word = 0; word < words.size(); ++word) {
+      std::size_t child = 0;
+      if (const unsigned char* record = root.find(words[word], child)) {
+        found(word, child, record);
+      }
+    }
+  } else {
+    intersect(lm_group_t(path.group), words, found);
+  }
   std::size_t rank = parts_[part].rank;
   for (std::size_t k = part; k < part + row_words_; ++k) {
     parts_[k].rank = rank;

@@ -165,7 +165,7 @@ void JointScorer::start_rows() {
   row_of_context_.clear();
   walked_.clear();
   walked_.emplace_back();  // stands for kExact
-  const std::size_t template_bytes = row_size_ * 16 + prefixes_.size() * sizeof(others_t);
+  const std::size_t template_bytes = row_size_ * 24 + prefixes_.size() * sizeof(others_t);
   template_limit_ = std::max<std::size_t>(kTemplateBytes / template_bytes, 1);
   next_template_ = 0;
   template_of_before_.assign(before_words_.size() + 1, kNoPlace);
@@ -199,8 +199,9 @@ JointScorer::row_t JointScorer::row(std::uint32_t context) {
     row_of_context_[context] = static_cast<std::uint32_t>(number);
     fill_row(number, context);
   }
+  const template_t& words = find_template(contexts_.knowledge(context).place);
   return {context, row_scores_.data() + number * row_size_, row_walks_.data() + number * row_size_,
-          find_template(contexts_.knowledge(context).place).others.data()};
+          words.others.data(), words.groups.data()};
 }
 
 void JointScorer::fill_row(std::size_t number, std::uint32_t context) {
@@ -237,6 +238,7 @@ void JointScorer::fill_template(template_t& filled, std::uint32_t before) {
   filled.pairs.assign(row_size_, 0);
   filled.beyond.assign(row_size_, kNothing);
   filled.extra.assign(row_size_, 0.0F);
+  filled.groups.assign(row_size_, nullptr);
   filled.others.resize(prefixes_.size());
   fill_firsts(filled, before);
   fill_others(filled, before);
@@ -268,6 +270,8 @@ void JointScorer::fill_firsts(template_t& filled, std::uint32_t before) const {
     filled.beyond[place] = pair->beyond;
     if (pair->beyond > kNothing) {
       filled.extra[place] += raise;
+      filled.groups[place] =
+          CompactLmModel::path_after(prefixes_[prefix].path.nodes, pair->step).group;
     }
   }
 }
@@ -365,8 +369,8 @@ float JointScorer::first_word(std::uint32_t context, std::uint32_t prefix, lm_le
   CompactLmModel::add_level(pair->step, levels);
   const lm_path_t path = CompactLmModel::path_after(first.path.nodes, pair->step);
   if (path.group != nullptr) {
-    ++ngram_count_;
     lang_model_.walk_on(path, ids, levels);
+    ++ngram_count_;
   }
   return lang_model_.score(static_cast<int>(window), levels, contexts_.levels(context));
 }
@@ -438,8 +442,9 @@ std::size_t JointScorer::memory() const {
        row_context_.capacity() + row_of_context_.capacity() + template_of_before_.capacity()) *
           4;
   for (const template_t& filled : templates_) {
-    bytes += 4 * (filled.base.capacity() + filled.pairs.capacity() + filled.beyond.capacity() +
-                  filled.extra.capacity());
+    bytes +=
+        4 * (filled.base.capacity() + filled.pairs.capacity() + filled.beyond.capacity() +
+             filled.extra.capacity() + 2 * filled.groups.capacity() + 2 * filled.others.capacity());
   }
   return bytes;
 }

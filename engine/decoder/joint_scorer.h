@@ -53,12 +53,21 @@ class JointScorer {
     first_score_t* scores = nullptr;
     std::uint32_t* walks = nullptr;    // kExact, kOpen, or where the walk's levels stand
     const others_t* others = nullptr;  // by prefix
+    const unsigned char* const* groups = nullptr;  // where open ones go on
   };
   row_t row(std::uint32_t context);
 
   // Columns, by option: the place of its first word in a row, and its prefix.
   const std::uint32_t* firsts() const { return first_of_option_.data(); }
   const std::uint32_t* prefixes() const { return prefix_of_option_.data(); }
+
+  // Fetches what the exact score of an option after a row's context will need.
+  void prefetch(const row_t& row, std::uint32_t place) const {
+    const std::uint32_t first = first_of_option_[place];
+    if (row.walks[first] == kOpen) {
+      __builtin_prefetch(row.groups[first]);
+    }
+  }
 
   // The joint score of the prefix after the context.
   float joint(std::uint32_t context, std::uint32_t prefix);
@@ -98,6 +107,7 @@ class JointScorer {
     std::vector<std::int32_t> pairs;
     std::vector<float> beyond;
     std::vector<float> extra;
+    std::vector<const unsigned char*> groups;
     std::vector<others_t> others;  // by prefix
   };
 
