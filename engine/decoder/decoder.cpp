@@ -109,10 +109,9 @@ void Decoder::Impl::translate(words_t words, std::string& output,
 }
 
 void Decoder::Impl::translate(unsigned n, words_t words, std::vector<std::string>& outputs,
-                              std::vector<std::string>& scores, std::string* log) {
+                              std::vector<float>& totals, std::string* log) {
   outputs.clear();
-  scores.clear();
-  std::vector<float> totals;
+  totals.clear();
   for (std::size_t begin = 0; begin < words.size(); begin += kChunk) {
     const words_t chunk = words.subspan(begin, std::min(kChunk, words.size() - begin));
     search_chunk(chunk, log);
@@ -134,9 +133,6 @@ void Decoder::Impl::translate(unsigned n, words_t words, std::vector<std::string
       trace_back(chunk, hypothesis, outputs[k], nullptr);
       totals[k] = begin == 0 ? hypothesis.total : totals[k] + hypothesis.total;
     }
-  }
-  for (const float total : totals) {
-    scores.push_back(score_text(total));
   }
 }
 
@@ -162,7 +158,17 @@ void Decoder::translate(words_t words, std::string& output, std::vector<common::
 
 void Decoder::translate(unsigned n, words_t words, std::vector<std::string>& outputs,
                         std::vector<std::string>& scores, std::string* log) {
-  impl_->translate(n, words, outputs, scores, log);
+  std::vector<float> totals;
+  impl_->translate(n, words, outputs, totals, log);
+  scores.clear();
+  for (const float total : totals) {
+    scores.push_back(score_text(total));
+  }
+}
+
+void Decoder::translate(unsigned n, words_t words, std::vector<std::string>& outputs,
+                        std::vector<float>& totals, std::string* log) {
+  impl_->translate(n, words, outputs, totals, log);
 }
 
 void Decoder::explain(unsigned n, words_t words, explanation_t& explanation) {

@@ -66,6 +66,10 @@ class Decoder {
   void translate(unsigned n, words_t words, std::vector<std::string>& outputs,
                  std::vector<std::string>& scores, std::string* log = nullptr);
 
+  // The same with the scores themselves.
+  void translate(unsigned n, words_t words, std::vector<std::string>& outputs,
+                 std::vector<float>& totals, std::string* log = nullptr);
+
   // Translates at most 32 words and tells how: all options, the future matrix and
   // the n best derivations. Throws std::runtime_error for more words.
   void explain(unsigned n, words_t words, explanation_t& explanation);

@@ -37,7 +37,7 @@ class Decoder::Impl {
   void translate(words_t words, std::string& output, std::vector<common::align_t>* alignment,
                  std::string* log);
   void translate(unsigned n, words_t words, std::vector<std::string>& outputs,
-                 std::vector<std::string>& scores, std::string* log);
+                 std::vector<float>& totals, std::string* log);
 
   void explain(unsigned n, words_t words, explanation_t& explanation);
 

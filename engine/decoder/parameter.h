@@ -12,6 +12,17 @@
 
 namespace koralite::decoder {
 
+// How wide a search is: what costs time and what may change from one sentence to the next.
+struct search_limits_t {
+  std::int32_t stack = 100;
+  std::int32_t options = 20;
+  std::int32_t distortion = 6;  // negative: none
+  float beam = 11.512F;
+
+  // What a parameter file may say too: stack and options at least 1, a beam above 0.
+  bool valid() const { return stack >= 1 && options >= 1 && beam > 0; }
+};
+
 struct Parameter {
   bool debug = false;     // "[debug]": trace output
   bool combine = true;    // "[combine]": hypothesis recombination
@@ -45,6 +56,17 @@ struct Parameter {
   // The defaults; with a path also initialize(path).
   Parameter() = default;
   explicit Parameter(const common::FilePath& path);
+
+  search_limits_t limits() const {
+    return {stack_limit, translation_limit, distortion_limit, beam_threshold};
+  }
+  // Not between the two ends of one sentence's search.
+  void set_limits(const search_limits_t& limits) {
+    stack_limit = limits.stack;
+    translation_limit = limits.options;
+    distortion_limit = limits.distortion;
+    beam_threshold = limits.beam;
+  }
 
   // Reads a parameter file over the current values. Throws std::runtime_error at the first key
   // whose value is out of range or that is missing though needed; earlier fields keep their values.

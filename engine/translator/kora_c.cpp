@@ -16,7 +16,6 @@
 
 #include "common/engine_configuration.h"
 #include "common/file_path.h"
-#include "common/parse_number.h"
 #include "decoder/parameter.h"
 #include "kora/kora.h"
 #include "translator/direction_table.h"
@@ -38,7 +37,8 @@ struct kora_c_translator {
   MemoryFiles files;  // of a model in memory; outlives the engine
   std::unique_ptr<TransImpl> engine;
   LangType source;
-  std::string message;  // of the last call
+  std::string message;                                 // of the last call
+  koralite::decoder::search_limits_t own_limits = {};  // of the folder
 };
 
 namespace {
@@ -195,6 +195,7 @@ void load(kora_c_translator& translator, const koralite::translator::language_pa
   translator.source = languages.source;
   translator.engine = std::make_unique<TransImpl>(languages.source, languages.target, configuration,
                                                   folder, parameters);
+  translator.own_limits = translator.engine->translator().limits();
 }
 
 // Makes a translator by `make(kora_c_translator&)`.
@@ -362,6 +363,24 @@ std::int32_t kora_c_translate_aligned(kora_c_translator* translator, const char*
   });
 }
 
+std::int32_t kora_c_set_limits(kora_c_translator* translator, std::int32_t stack,
+                               std::int32_t options, std::int32_t distortion, float beam) {
+  if (translator == nullptr) {
+    return KORA_C_BAD_ARGUMENT;
+  }
+  return guard(KORA_C_BAD_ARGUMENT, translator->message, [&] {
+    need(stack >= 0 && stack <= kMaxStack && options >= 0 && options <= kMaxOptions,
+         "stack and options are numbers from 0 to 1000");
+    need(beam >= 0, "a beam below 0");
+    auto limits = translator->own_limits;
+    limits.stack = stack != 0 ? stack : limits.stack;
+    limits.options = options != 0 ? options : limits.options;
+    limits.distortion = distortion != KORA_C_OWN_DISTORTION ? distortion : limits.distortion;
+    limits.beam = beam != 0 ? beam : limits.beam;
+    translator->engine->translator().set_limits(limits);
+  });
+}
+
 std::int32_t kora_c_translate_nbest(kora_c_translator* translator, const char* text,
                                     std::size_t length, std::uint32_t n, char** outputs,
                                     std::size_t** ends, float** scores, std::size_t* count) {
@@ -387,23 +406,20 @@ std::int32_t kora_c_translate_nbest(kora_c_translator* translator, const char* t
     ProcessStr sentence(false, std::string(view(text, length)));
     ProcessWordSeq words(false);
     std::vector<std::string> texts;
-    std::vector<std::string> score_texts;
+    std::vector<float> totals;
     std::string log;
     if (n != 0) {
       engine.DoPreprocess(sentence, words);
-      engine.translator().Translate(n, words, texts, score_texts, log);
+      engine.translator().Translate(n, words, texts, totals, log);
     }
     std::string joined;
     std::vector<std::size_t> text_ends;
-    std::vector<float> totals;
-    for (std::size_t i = 0; i < texts.size(); ++i) {
-      ProcessStr result(false, std::move(texts[i]));
+    for (std::string& decoded : texts) {
+      ProcessStr result(false, std::move(decoded));
       engine.DoPostprocess(result);
       joined += result.text();
       text_ends.push_back(joined.size());
       joined += '\0';
-      totals.push_back(
-          i < score_texts.size() ? koralite::common::parse_leading_float(score_texts[i]) : 0.0F);
     }
     auto end_copy = copied(text_ends.data(), text_ends.size());
     auto score_copy = copied(totals.data(), totals.size());

@@ -1,5 +1,7 @@
 #include "translator/phrase_based_decoder.h"
 
+#include <stdexcept>
+
 namespace koralite::translator {
 
 PhraseBasedDecoder::PhraseBasedDecoder(const common::FilePath& model_folder,
@@ -42,6 +44,20 @@ bool PhraseBasedDecoder::Translate(unsigned n, textProcess::ProcessWordSeq& word
                                    std::vector<std::string>& scores, std::string& log) {
   decoder_->translate(n, words.words(), outputs, scores, &log);
   return true;
+}
+
+bool PhraseBasedDecoder::Translate(unsigned n, textProcess::ProcessWordSeq& words,
+                                   std::vector<std::string>& outputs, std::vector<float>& totals,
+                                   std::string& log) {
+  decoder_->translate(n, words.words(), outputs, totals, &log);
+  return true;
+}
+
+void PhraseBasedDecoder::set_limits(const decoder::search_limits_t& limits) {
+  if (!limits.valid()) {
+    throw std::runtime_error("invalid limits of the search");
+  }
+  parameter_.set_limits(limits);
 }
 
 }  // namespace koralite::translator

@@ -36,6 +36,15 @@ class PhraseBasedDecoder : public AbstractTranslator {
                          std::vector<std::string>& outputs, std::vector<std::string>& scores,
                          std::string& log);
 
+  // The same with the scores themselves.
+  bool Translate(unsigned n, textProcess::ProcessWordSeq& words, std::vector<std::string>& outputs,
+                 std::vector<float>& totals, std::string& log);
+
+  // The width of the search, at first what the parameter file says; what is set holds from the next
+  // sentence on. Throws std::runtime_error, and changes nothing, for limits that are not valid.
+  decoder::search_limits_t limits() const { return parameter_.limits(); }
+  void set_limits(const decoder::search_limits_t& limits);
+
   // For tools that look inside.
   decoder::Decoder& search() { return *decoder_; }
   decoder::SharedMember& models() { return shared_; }

@@ -29,6 +29,7 @@ SAME(kora_c_message, text (*)(const kora_c_translator*))
 SAME(kora_c_translate, i32 (*)(handle, text, size, char**, size*))
 SAME(kora_c_translate_aligned, i32 (*)(handle, text, size, char**, size*, i32**, size*))
 SAME(kora_c_translate_nbest, i32 (*)(handle, text, size, u32, char**, size**, float**, size*))
+SAME(kora_c_set_limits, i32 (*)(handle, i32, i32, i32, float))
 SAME(kora_c_open_memory, i32 (*)(i32, const kora_c_file*, size, u32, handles, char**))
 SAME(kora_c_explain, i32 (*)(handle, text, size, u32, char**, size*))
 // clang-format on

@@ -4,6 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <thread>
@@ -226,6 +230,52 @@ TEST_F(Kora, ListsTheBestFirst) {
   kora_c_free(outputs);
   kora_c_free(ends);
   kora_c_free(scores);
+  kora_c_close(translator);
+}
+
+std::pair<std::string, std::vector<float>> best_of(kora_c_translator* translator,
+                                                   const std::string& input) {
+  char* outputs = nullptr;
+  std::size_t* ends = nullptr;
+  float* scores = nullptr;
+  std::size_t count = 0;
+  EXPECT_EQ(kora_c_translate_nbest(translator, input.data(), input.size(), 1000, &outputs, &ends,
+                                   &scores, &count),
+            KORA_C_OK);
+  std::pair<std::string, std::vector<float>> result;
+  if (count > 0) {
+    result = {std::string(outputs, ends[count - 1]), {scores, scores + count}};
+  }
+  kora_c_free(outputs);
+  kora_c_free(ends);
+  kora_c_free(scores);
+  return result;
+}
+
+TEST_F(Kora, LimitsOfTheSearchChangeBetweenTexts) {
+  kora_c_translator* translator = opened(folder());
+  ASSERT_NE(translator, nullptr);
+  const std::string input = "the cat sat";
+  const auto own = best_of(translator, input);
+  ASSERT_GT(own.second.size(), 1U);
+  // Scores are the search's own, not what is left of them in a text of six digits.
+  EXPECT_TRUE(std::any_of(own.second.begin(), own.second.end(), [](float score) {
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", static_cast<double>(score));
+    return std::strtof(text, nullptr) != score;
+  }));
+  ASSERT_EQ(kora_c_set_limits(translator, 1, 0, KORA_C_OWN_DISTORTION, 0), KORA_C_OK);
+  EXPECT_EQ(best_of(translator, input).second.size(), 1U);
+  for (const auto& [stack, options, beam] : std::vector<std::tuple<int, int, float>>{
+           {-1, 0, 0.0F}, {1001, 0, 0.0F}, {0, -1, 0.0F}, {0, 1001, 0.0F}, {0, 0, -1.0F}}) {
+    EXPECT_EQ(kora_c_set_limits(translator, stack, options, 0, beam), KORA_C_BAD_ARGUMENT);
+    EXPECT_STRNE(kora_c_message(translator), "");
+    EXPECT_EQ(best_of(translator, input).second.size(), 1U) << "changed by refused limits";
+  }
+  EXPECT_EQ(kora_c_set_limits(translator, 0, 0, 0, std::nanf("")), KORA_C_BAD_ARGUMENT);
+  EXPECT_EQ(kora_c_set_limits(nullptr, 0, 0, 0, 0), KORA_C_BAD_ARGUMENT);
+  ASSERT_EQ(kora_c_set_limits(translator, 0, 0, KORA_C_OWN_DISTORTION, 0), KORA_C_OK);
+  EXPECT_EQ(best_of(translator, input), own);
   kora_c_close(translator);
 }
 

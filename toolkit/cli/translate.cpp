@@ -1,6 +1,8 @@
 // kora translate: a line filter over the engine.
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -19,13 +21,35 @@ namespace koralite::toolkit::cli {
 
 namespace {
 
+constexpr std::int32_t kFastStack = 10;
+constexpr std::int32_t kFastOptions = 10;
+constexpr std::int32_t kBestStack = 200;
+constexpr std::int32_t kBestOptions = 30;
+constexpr float kBestBeam = 11.512F;
+
 struct options_t {
   model_options_t model;
   std::size_t threads = 1;
   unsigned nbest = 0;
   std::string alignment;  // "words", "bytes" or empty
   bool check = false;
+  bool fast = false;
+  bool best = false;
 };
+
+// Narrower or wider than what the folder says, where that leaves room.
+void choose_limits(const options_t& options, translator::TransImpl& handle) {
+  decoder::search_limits_t limits = handle.translator().limits();
+  if (options.fast) {
+    limits.stack = std::min(limits.stack, kFastStack);
+    limits.options = std::min(limits.options, kFastOptions);
+  } else if (options.best) {
+    limits.stack = std::max(limits.stack, kBestStack);
+    limits.options = std::max(limits.options, kBestOptions);
+    limits.beam = std::max(limits.beam, kBestBeam);
+  }
+  handle.translator().set_limits(limits);
+}
 
 // What stands in the output for one line, line feed included.
 std::string translate_line(const options_t& options, const model_folder_t& folder,
@@ -78,6 +102,7 @@ int translate(const options_t& options) {
   std::vector<std::unique_ptr<translator::TransImpl>> handles;
   for (std::size_t i = 0; i < options.threads; ++i) {
     handles.push_back(open_handle(folder));
+    choose_limits(options, *handles.back());
   }
 
   catch_interrupts();
@@ -132,6 +157,12 @@ void add_translate(CLI::App& program, run_t& run) {
           ->expected(0, 1)
           ->check(CLI::IsMember({"words", "bytes"}))
           ->excludes(nbest);
+  CLI::Option* fast = command->add_flag("--fast", options->fast,
+                                        "A narrow search: several times as fast, a little worse");
+  command
+      ->add_flag("--best", options->best,
+                 "A wide search: several times as slow, a little better at most")
+      ->excludes(fast);
   command->add_flag("--check", options->check, "Compare the files with the manifest first");
   command->footer(
       "Examples:\n  echo 'good morning' | kora translate -m models/en-zh\n"

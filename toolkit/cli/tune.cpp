@@ -1,8 +1,10 @@
 // kora tune: better weights for a finished model folder.
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "toolkit/cli/command.h"
@@ -13,6 +15,7 @@
 #include "toolkit/io/progress.h"
 #include "toolkit/io/text_lines.h"
 #include "toolkit/tune/engine_tuner.h"
+#include "toolkit/tune/limits.h"
 
 namespace koralite::toolkit::cli {
 
@@ -28,6 +31,9 @@ struct options_t {
   unsigned nbest = 100;
   int rounds = 8;
   bool write = false;
+  bool limits = false;
+  double loss = 0.1;
+  std::string report;
 };
 
 // A copy of the folder's files to work on, removed in the end.
@@ -51,6 +57,90 @@ class ScratchFolder {
  private:
   fs::path path_;
 };
+
+// Writes the folder's changed parameters, and its manifest anew if it has one.
+void write_parameters(const model_folder_t& folder) {
+  write_file(folder.file(folder.engine.decoder), format_decoder_config(folder.decoder));
+  if (fs::exists(folder.file(kManifestName))) {
+    manifest_t manifest = read_manifest(folder.path);
+    write_file(folder.file(kManifestName),
+               format_manifest(make_manifest(folder, std::move(manifest.built_from))));
+  }
+}
+
+// Puts the section into a page, in the place of an earlier one, or makes a page of it.
+void write_section(const std::string& path, const std::string& section) {
+  constexpr std::string_view kBegin = "<!-- limits -->\n";
+  constexpr std::string_view kEnd = "<!-- end of limits -->\n";
+  const std::string marked = std::string(kBegin) + section + std::string(kEnd);
+  std::string page =
+      "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\"><title>Limits of "
+      "the search</title></head><body>\n</body></html>\n";
+  if (fs::exists(path)) {
+    page.clear();
+    for (const std::string& line : read_lines(path)) {
+      page += line + '\n';
+    }
+  }
+  const std::size_t begin = page.find(kBegin);
+  const std::size_t end = page.find(kEnd);
+  if (begin != std::string::npos && end != std::string::npos && begin < end) {
+    page.replace(begin, end + kEnd.size() - begin, marked);
+  } else {
+    page.insert(std::min(page.rfind("</body>"), page.size()), marked);
+  }
+  write_file(path, page);
+}
+
+std::string limits_line(const limits_point_t& point) {
+  char text[128];
+  std::snprintf(text, sizeof text, "%5d %6d %7d %6.1f %9.0f %6.2f", point.limits.stack,
+                point.limits.options, point.limits.distortion,
+                static_cast<double>(point.limits.beam), point.words_per_second, point.bleu);
+  return text;
+}
+
+int run_limits(const options_t& options) {
+  catch_interrupts();
+  model_folder_t folder = open_model_folder(choose_model(options.model));
+  std::vector<std::vector<std::string>> references;
+  for (const std::string& path : options.references) {
+    require_readable(path);
+    references.push_back(read_lines(path));
+  }
+  const std::vector<std::string> source = read_lines(options.source);
+  const BleuScorer scorer(references,
+                          {tokenizer_for_language(folder.engine.direction.target), true});
+  if (scorer.size() != source.size()) {
+    throw std::runtime_error(options.source + " and its references differ in length");
+  }
+  const auto handle = open_handle(folder);
+  std::vector<limits_point_t> points;
+  std::printf("stack option distort   beam   words/s   BLEU\n");
+  const auto measure = [&](const std::vector<decoder::search_limits_t>& all) {
+    for (const decoder::search_limits_t& limits : all) {
+      stop_if_interrupted();
+      points.push_back(measure_limits(*handle, source, scorer, limits));
+      std::printf("%s\n", limits_line(points.back()).c_str());
+      std::fflush(stdout);
+    }
+  };
+  measure(usual_limits(folder.decoder.limits()));
+  measure(narrower_beams(choose_limits(points, options.loss).limits));
+  const limits_point_t& chosen = choose_limits(points, options.loss);
+  std::printf("chosen\n%s\n", limits_line(chosen).c_str());
+  if (!options.report.empty()) {
+    write_section(options.report, format_limits(points, chosen));
+  }
+  if (!options.write) {
+    std::fprintf(stderr, "nothing written; --write puts these limits into %s\n",
+                 folder.file(folder.engine.decoder).c_str());
+    return kFine;
+  }
+  folder.decoder.set_limits(chosen.limits);
+  write_parameters(folder);
+  return kFine;
+}
 
 int run_tuning(const options_t& options) {
   catch_interrupts();
@@ -92,12 +182,7 @@ int run_tuning(const options_t& options) {
     return kFine;
   }
   FolderTuner::set(result.weights, folder.decoder);
-  write_file(folder.file(folder.engine.decoder), format_decoder_config(folder.decoder));
-  if (fs::exists(folder.file(kManifestName))) {
-    manifest_t manifest = read_manifest(folder.path);
-    write_file(folder.file(kManifestName),
-               format_manifest(make_manifest(folder, std::move(manifest.built_from))));
-  }
+  write_parameters(folder);
   return kFine;
 }
 
@@ -122,11 +207,26 @@ void add_tune(CLI::App& program, run_t& run) {
   command->add_option("--rounds", options->rounds, "Rounds at most")
       ->check(CLI::Range(1, 100))
       ->capture_default_str();
-  command->add_flag("--write", options->write, "Write the weights into the folder");
+  CLI::Option* limits = command->add_flag(
+      "--limits", options->limits,
+      "Choose [stack], [option], [distort] and [beam] instead of weights: measures speed and BLEU "
+      "and takes the fastest");
+  command->add_option("--loss", options->loss, "BLEU below the best that speed may cost")
+      ->check(CLI::Range(0.0, 100.0))
+      ->needs(limits)
+      ->capture_default_str();
+  command
+      ->add_option("--report", options->report,
+                   "HTML page that gets the picture of speed and BLEU, such as that of training")
+      ->needs(limits);
+  command->add_flag("--write", options->write, "Write what was found into the folder");
   command->footer(
       "The phrase table stays as it is; 'kora train' also tunes how its scores are made.\n"
-      "Example:\n  kora tune -m models/en-zh --source dev.en -r dev.zh --write");
-  command->callback([&run, options] { run = [options] { return run_tuning(*options); }; });
+      "Example:\n  kora tune -m models/en-zh --source dev.en -r dev.zh --write\n"
+      "  kora tune -m models/en-zh --limits --source dev.en -r dev.zh --write");
+  command->callback([&run, options] {
+    run = [options] { return options->limits ? run_limits(*options) : run_tuning(*options); };
+  });
 }
 
 }  // namespace koralite::toolkit::cli

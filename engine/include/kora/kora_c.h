@@ -110,6 +110,19 @@ KORA_API int32_t kora_c_translate_aligned(kora_c_translator* translator, const c
                                           size_t length, char** output, size_t* output_length,
                                           int32_t** links, size_t* link_count);
 
+/* For kora_c_set_limits: the distortion limit of the folder. */
+#define KORA_C_OWN_DISTORTION INT32_MIN
+
+/* Makes the search wider or narrower from the next text on: quality against time. `stack` is the
+ * number of hypotheses kept for each number of translated words, `options` that of translations of
+ * each phrase, both up to 1000; `distortion` how far phrases may move, in words (negative: any
+ * distance); `beam` how far behind the best one a hypothesis may be, in units of score. 0, and
+ * KORA_C_OWN_DISTORTION, stand for what the folder says. The same limits give the same
+ * translations whatever was set before. Anything else is KORA_C_BAD_ARGUMENT and changes nothing.
+ */
+KORA_API int32_t kora_c_set_limits(kora_c_translator* translator, int32_t stack, int32_t options,
+                                   int32_t distortion, float beam);
+
 /* At most n translations of one sentence, best first (the text is not split; line
  * feeds are ordinary bytes). `outputs` holds the texts one after the other, each
  * followed by a zero byte; text i is outputs[ends[i - 1] + 1] (0 for the first) up
