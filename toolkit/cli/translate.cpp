@@ -9,10 +9,12 @@
 #include <string_view>
 #include <vector>
 
+#include "common/sha256.h"
 #include "document/document_translator.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
 #include "toolkit/cli/ordered_pipeline.h"
+#include "toolkit/cli/translate_shards.h"
 #include "toolkit/explain/word_links.h"
 #include "toolkit/folder/manifest.h"
 #include "toolkit/io/interrupt.h"
@@ -40,6 +42,7 @@ struct options_t {
   bool raw = false;                     // the bare engine
   std::vector<std::string> glossaries;  // files
   bool is_case_sensitive = false;       // of the glossaries
+  bulk_options_t bulk;
 };
 
 // Narrower or wider than what the folder says, where that leaves room.
@@ -54,6 +57,18 @@ void choose_limits(const options_t& options, translator::TransImpl& handle) {
     limits.beam = std::max(limits.beam, kBestBeam);
   }
   handle.translator().set_limits(limits);
+}
+
+// What translations depend on beside the folder and the text.
+std::string settings_of(const options_t& options, const std::vector<std::string>& tables) {
+  std::string settings = options.raw ? "raw" : "documents";
+  settings += options.fast ? " fast" : options.best ? " best" : "";
+  settings += options.is_case_sensitive ? " case-sensitive" : "";
+  for (const std::string& table : tables) {
+    const auto* const bytes = reinterpret_cast<const unsigned char*>(table.data());
+    settings += " glossary " + common::Sha256::hex_of({bytes, table.size()});
+  }
+  return settings;
 }
 
 // A handle with what protects its text; without the latter the bare engine.
@@ -140,6 +155,17 @@ int translate(const options_t& options) {
     }
   }
 
+  if (!options.bulk.run.output_dir.empty()) {
+    return run_bulk(
+        options.bulk, folder, options.threads, settings_of(options, tables),
+        [&](std::size_t worker, const std::string& text) {
+          std::string output = translate_line(options, folder, workers[worker], text);
+          output.pop_back();  // the line feed
+          return output;
+        },
+        [&](std::size_t worker) -> translator::TransImpl& { return *workers[worker].handle; });
+  }
+
   catch_interrupts();
   const bool is_terminal = isatty(STDOUT_FILENO) != 0;
   const bool shows_progress = !is_terminal && isatty(STDERR_FILENO) != 0;
@@ -210,11 +236,13 @@ void add_translate(CLI::App& program, run_t& run) {
   command->add_flag("--case-sensitive", options->is_case_sensitive,
                     "Terms of the glossaries match only as they are written");
   command->add_flag("--check", options->check, "Compare the files with the manifest first");
+  add_bulk_options(*command, options->bulk)->excludes(nbest)->excludes(alignment);
   command->footer(
       "Examples:\n  echo 'good morning' | kora translate -m models/en-zh\n"
       "  kora translate --threads 4 < book.en > book.zh\n"
       "  kora translate --nbest 5 < questions.en\n"
-      "  kora translate --alignment < book.en");
+      "  kora translate --alignment < book.en\n"
+      "  kora translate -t 4 --output-dir out --shard-size 100000 big.txt.gz");
   command->callback([&run, options, alignment] {
     if (alignment->count() > 0 && options->alignment.empty()) {
       options->alignment = "words";
