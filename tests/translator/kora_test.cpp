@@ -284,7 +284,10 @@ TEST_F(Kora, RefusesBadArguments) {
   };
   EXPECT_EQ(open(34, "", path, 0), KORA_C_BAD_DIRECTION);
   EXPECT_EQ(open(-1, "", path, 0), KORA_C_BAD_DIRECTION);
-  EXPECT_EQ(open(4, "", path, 0), KORA_C_BAD_DIRECTION);  // from Thai
+  for (const std::string_view name : {"th-en", "zh-es", "en-fr", "zh-de"}) {  // no way in or out
+    EXPECT_EQ(open(kora_c_find_direction(name.data(), name.size()), "", path, 0),
+              KORA_C_BAD_DIRECTION);
+  }
   EXPECT_EQ(open(1, "", "", 0), KORA_C_BAD_ARGUMENT);
   EXPECT_EQ(open(1, "", path + '\0', 0), KORA_C_BAD_ARGUMENT);
   EXPECT_EQ(open(1, "", path, 2), KORA_C_BAD_ARGUMENT);

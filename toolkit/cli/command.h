@@ -43,6 +43,8 @@ void add_model_options(CLI::App& command, model_options_t& options);
 // models/en-zh, else the only folder in models.
 std::string choose_model(const std::string& named);
 model_folder_t open_model(const model_options_t& options);
+// The folder's direction can be translated; an error of the model otherwise.
+void require_translation(const model_folder_t& folder);
 textProcess::LangType source_type(const model_folder_t& folder);
 std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder);
 

@@ -21,10 +21,7 @@ struct options_t {
 
 int explain(const options_t& options) {
   const model_folder_t folder = open_model(options.model);
-  if (!translator::can_split(source_type(folder))) {
-    throw std::runtime_error("text in '" + std::string(folder.engine.direction.source) +
-                             "' cannot be cut into sentences; use a model for another direction");
-  }
+  require_translation(folder);
   const auto handle = open_handle(folder);
   const std::vector<road_t> roads =
       explain_line(*handle,

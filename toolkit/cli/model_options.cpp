@@ -21,6 +21,10 @@ direction_t direction_named(const std::string& name) {
     throw CLI::ValidationError(
         "--direction", "unknown direction '" + name + "'; use one of: " + direction_names());
   }
+  if (!can_translate(*direction)) {
+    throw CLI::ValidationError("--direction", name + ": " + why_not_translated(*direction) +
+                                                  "; use one of: " + direction_names());
+  }
   return *direction;
 }
 
@@ -75,6 +79,15 @@ model_folder_t open_model(const model_options_t& options) {
     }
   }
   return folder;
+}
+
+void require_translation(const model_folder_t& folder) {
+  const std::string reason = why_not_translated(folder.engine.direction);
+  if (!reason.empty()) {
+    throw std::runtime_error(folder.engine_path() + ": direction " +
+                             folder.engine.direction.name() + ": " + reason +
+                             "; use a model for one of: " + direction_names());
+  }
 }
 
 textProcess::LangType source_type(const model_folder_t& folder) {
