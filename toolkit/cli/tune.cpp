@@ -12,6 +12,7 @@
 #include "toolkit/io/interrupt.h"
 #include "toolkit/io/progress.h"
 #include "toolkit/io/text_lines.h"
+#include "toolkit/train/input_check.h"
 #include "toolkit/tune/engine_tuner.h"
 
 namespace koralite::toolkit::cli {
@@ -55,7 +56,7 @@ class ScratchFolder {
 int run_tuning(const options_t& options) {
   catch_interrupts();
   for (const std::string& path : options.references) {
-    require_readable(path);
+    check_same_length(options.source, path);
   }
   model_folder_t folder = open_model_folder(choose_model(options.model));
   const ScratchFolder scratch(folder);
@@ -80,8 +81,7 @@ int run_tuning(const options_t& options) {
   ProgressBar bar;
   const TuneResult result = tune(
       tuner, FolderTuner::weights_of(folder.decoder), tune_options,
-      [](const TuneRound& round) { std::fprintf(stderr, "%s\n", round.bleu.text().c_str()); },
-      interruptible(bar));
+      [&bar](const TuneRound& round) { bar.say(round.bleu.text()); }, interruptible(bar));
   for (std::size_t i = 0; i < result.weights.size(); ++i) {
     std::printf("%-12s %.6g\n", i == kTranslation ? "translation" : kFeatureNames[i].data(),
                 result.weights[i]);

@@ -253,12 +253,15 @@ prepared_text_t prepare(const preparation_files_t& files, std::span<const std::s
       report.tags[tag].matched += count.matched;
     }
   }
-  if (report.kept == 0) {
+  // A model of less than half of the text would be called ready and translate little.
+  if (report.kept == 0 || 2 * (report.kept + report.repeated) < report.pairs) {
     throw std::runtime_error(
-        "no sentence pair is left after preparation: of " + std::to_string(report.pairs) +
-        " pairs " + std::to_string(report.empty) + " have an empty side, " +
-        std::to_string(report.identical) + " are identical, " + std::to_string(report.too_long) +
-        " too long, " + std::to_string(report.ill_formed) + " are not UTF-8");
+        (report.kept == 0 ? "no sentence pair is left" : "too few sentence pairs are left") +
+        std::string(" after preparation: of ") + std::to_string(report.pairs) + " pairs " +
+        std::to_string(report.empty) + " have an empty side, " + std::to_string(report.identical) +
+        " are identical, " + std::to_string(report.too_long) + " have more than " +
+        std::to_string(options.max_words) + " words, " + std::to_string(report.ill_formed) +
+        " are not UTF-8; mend the files or leave these lines out of both");
   }
   return result;
 }
