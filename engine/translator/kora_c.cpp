@@ -2,6 +2,7 @@
 // that the caller frees, exceptions turned into codes and messages.
 #include "kora/kora_c.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -42,10 +43,6 @@ struct kora_c_translator {
 namespace {
 
 constexpr std::size_t kMaxText = std::size_t{1} << 30U;  // keeps every offset within 32 bits
-// The widest search that a folder may ask for: ten times the usual stack, fifty times the
-// usual options.
-constexpr int kMaxStack = 1000;
-constexpr int kMaxOptions = 1000;
 
 // Language codes in order of LangType, from 1.
 constexpr std::array<std::string_view, 13> kLanguageCodes = {
@@ -171,7 +168,8 @@ void check_manifest(const FilePath& configuration, const FilePath& folder) {
 // A folder says how long a sentence takes; this bounds what it can say.
 void check_search_width(const FilePath& path) {
   const koralite::decoder::Parameter parameter(path);
-  if (parameter.stack_limit > kMaxStack || parameter.translation_limit > kMaxOptions) {
+  if (std::max(parameter.stack_limit, parameter.translation_limit) >
+      koralite::decoder::kWidestSearch) {
     throw Failure(KORA_C_BAD_CONFIGURATION, path.text() + ": [stack] or [option] above 1000");
   }
 }
@@ -180,7 +178,7 @@ void check_search_width(const FilePath& path) {
 koralite::translator::language_pair_t languages_for(std::int32_t direction, std::uint32_t flags) {
   need((flags & ~KORA_C_CHECK_MANIFEST) == 0, "an unknown flag");
   const auto languages = koralite::translator::languages_of(direction);
-  if (!koralite::translator::can_split(languages.source)) {
+  if (!koralite::translator::can_translate(languages.source, languages.target)) {
     throw Failure(KORA_C_BAD_DIRECTION, "a direction that cannot be translated");
   }
   return languages;
