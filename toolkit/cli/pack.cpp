@@ -38,6 +38,8 @@ void add_pack(CLI::App& program, run_t& run) {
   command->add_option("--lm", o.lang_model, "Language model of the target side, ARPA")->required();
   command->add_option("--weights", o.weights, "Weights of the scores of a phrase pair")
       ->capture_default_str();
+  command->add_flag("--keep-escapes", o.keep_escapes,
+                    "Leave words such as &apos; and &#124; as the tables have them");
   command->add_option("--dictionary", o.dictionary, "Chinese words: lines 'word count [tag]'");
   command->add_option("--surnames", o.surnames, "Surnames of Chinese persons, one a line");
   command->add_option("--ambiguous", o.ambiguous, "Chinese strings with a fixed segmentation");
