@@ -26,11 +26,16 @@ int look_up(const options_t& options) {
   handle->DoPreprocess(text, words);
   const decoder::SharedMember& models = handle->translator().models();
   std::vector<int> ids;
+  std::string looked_for;  // what the text steps made of the phrase
   for (const common::word_node_t& node : words.words()) {
+    // A span with a fixed translation is in the table under its tag.
+    const char* word = node.tag != nullptr ? node.tag : node.word;
+    looked_for += (looked_for.empty() ? "" : " ") + std::string(word);
     int id = 0;
-    if (!models.source_vocab->find(node.word, id)) {
-      throw std::runtime_error("the source vocabulary does not hold '" + std::string(node.word) +
-                               "'");
+    if (!models.source_vocab->find(word, id)) {
+      throw std::runtime_error(
+          "the source vocabulary does not hold '" + std::string(word) + "'" +
+          (node.tag != nullptr ? ", the tag of '" + std::string(node.word) + "'" : ""));
     }
     ids.push_back(id);
   }
@@ -43,7 +48,10 @@ int look_up(const options_t& options) {
   table.search_sentence(ids, cells);
   decoder::TargetData& block = cells[0][ids.size() - 1];
   if (block.empty()) {
-    throw std::runtime_error("the phrase table does not hold this phrase");
+    throw std::runtime_error("the phrase table does not hold '" + looked_for + "'");
+  }
+  if (looked_for != options.phrase) {
+    std::fprintf(stderr, "looked for '%s'\n", looked_for.c_str());
   }
   LineWriter writer(STDOUT_FILENO);
   writer.write(

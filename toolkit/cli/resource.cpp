@@ -55,6 +55,7 @@ int pack(const options_t& options) {
 auto from_resource(const std::string& path, const auto& read) {
   require_readable(path);
   try {
+    require_resource_file(path);
     return read(path);
   } catch (const std::runtime_error& error) {
     throw std::runtime_error(path + ": " + error.what() +

@@ -1,6 +1,8 @@
 // kora translate: a line filter over the engine.
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -13,6 +15,8 @@
 #include "toolkit/explain/word_links.h"
 #include "toolkit/folder/manifest.h"
 #include "toolkit/io/interrupt.h"
+#include "toolkit/io/parallel.h"
+#include "toolkit/io/progress.h"
 #include "translator/text_translation.h"
 
 namespace koralite::toolkit::cli {
@@ -47,13 +51,7 @@ std::string translate_line(const options_t& options, const model_folder_t& folde
     return output + '\n';
   }
   std::vector<common::align_t> links;
-  try {
-    translator::translate_text(handle, source, line, output, links);
-  } catch (const std::runtime_error&) {
-    // Steps refuse to say where nothing came from, as of a line of zero bytes. It has no links.
-    links.clear();
-    translator::translate_text(handle, source, line, output);
-  }
+  translator::translate_text(handle, source, line, output, links);
   const direction_t& direction = folder.engine.direction;
   return output + " ||| " +
          (options.alignment == "bytes"
@@ -63,12 +61,16 @@ std::string translate_line(const options_t& options, const model_folder_t& folde
          '\n';
 }
 
+// Bytes of standard input when it is a file, else 0.
+std::uint64_t size_of_input() {
+  struct stat status {};
+  const bool is_file = fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode);
+  return is_file ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
 int translate(const options_t& options) {
   const model_folder_t folder = open_model(options.model);
-  if (!translator::can_split(source_type(folder))) {
-    throw std::runtime_error("text in '" + std::string(folder.engine.direction.source) +
-                             "' cannot be cut into sentences; use a model for another direction");
-  }
+  require_translation(folder);
   if (options.check) {
     const auto wrong = verify_manifest(folder, read_manifest(folder.path));
     if (!wrong.empty()) {
@@ -76,19 +78,24 @@ int translate(const options_t& options) {
     }
   }
   std::vector<std::unique_ptr<translator::TransImpl>> handles;
-  for (std::size_t i = 0; i < options.threads; ++i) {
+  const std::size_t threads = thread_count(static_cast<unsigned>(options.threads));
+  for (std::size_t i = 0; i < threads; ++i) {
     handles.push_back(open_handle(folder));
   }
 
   catch_interrupts();
   const bool is_terminal = isatty(STDOUT_FILENO) != 0;
   const bool shows_progress = !is_terminal && isatty(STDERR_FILENO) != 0;
-  std::size_t lines = 0;
+  if (isatty(STDIN_FILENO) != 0) {
+    std::fputs("reading from the terminal; end with ctrl-D\n", stderr);
+  }
+  LineProgress progress(shows_progress, size_of_input());
   LineReader reader(STDIN_FILENO);
   LineWriter writer(STDOUT_FILENO);
   run_ordered(
-      options.threads, [&](std::string& line) { return reader.read(line); },
+      threads, [&](std::string& line) { return reader.read(line); },
       [&](std::size_t worker, const std::string& line) {
+        progress.read(line.size() + 1);
         return translate_line(options, folder, *handles[worker], line);
       },
       [&](const std::string& output, bool is_last) {
@@ -96,14 +103,10 @@ int translate(const options_t& options) {
         if (is_last || is_terminal) {
           writer.flush();
         }
-        if (shows_progress && ++lines % 100 == 0) {
-          std::fprintf(stderr, "\r%zu lines", lines);
-        }
+        progress.wrote_line();
       });
   writer.flush();
-  if (shows_progress && lines >= 100) {
-    std::fprintf(stderr, "\r%zu lines\n", lines);
-  }
+  progress.finish();
   return kFine;
 }
 
@@ -113,8 +116,10 @@ void add_translate(CLI::App& program, run_t& run) {
   auto options = std::make_shared<options_t>();
   CLI::App* command = program.add_subcommand("translate", "Translate standard input, line by line");
   add_model_options(*command, options->model);
-  command->add_option("-t,--threads", options->threads, "Threads; the output is the same for any")
-      ->check(CLI::Range(1, 256))
+  command
+      ->add_option("-t,--threads", options->threads,
+                   "Threads, 0: all cores; the output is the same for any")
+      ->check(CLI::Range(0, 256))
       ->capture_default_str();
   CLI::Option* nbest =
       command
