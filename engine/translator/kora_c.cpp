@@ -15,6 +15,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/causes.h"
 #include "common/file_path.h"
 #include "common/parse_number.h"
 #include "common/pick_conf.h"
@@ -68,6 +69,15 @@ class Failure : public std::runtime_error {
   std::int32_t code_;
 };
 
+// The message and its causes; none at all when there is no memory for them.
+void note_causes(const std::exception& error, std::string& message) noexcept {
+  try {
+    message = koralite::common::with_causes(error);
+  } catch (...) {
+    message.clear();
+  }
+}
+
 // Runs a call: its exception becomes a code, `otherwise` unless the exception has
 // one of its own, and its text goes to `message`.
 template <class Call>
@@ -90,7 +100,7 @@ std::int32_t guard(std::int32_t otherwise, std::string& message, Call&& call) no
     note("out of memory");
     return KORA_C_NO_MEMORY;
   } catch (const std::exception& error) {
-    note(error.what());
+    note_causes(error, message);
   } catch (...) {
     note("unknown failure");
   }
@@ -153,7 +163,7 @@ std::string parameter_file(const FilePath& configuration) {
   } catch (const Failure&) {
     throw;
   } catch (const std::runtime_error& error) {
-    throw Failure(KORA_C_BAD_CONFIGURATION, error.what());
+    throw Failure(KORA_C_BAD_CONFIGURATION, koralite::common::with_causes(error));
   }
 }
 
@@ -161,13 +171,14 @@ void check_manifest(const FilePath& configuration, const FilePath& folder) {
   try {
     koralite::translator::verify_model_folder(configuration, folder);
   } catch (const std::runtime_error& error) {
-    throw Failure(KORA_C_BAD_MANIFEST, error.what());
+    throw Failure(KORA_C_BAD_MANIFEST, koralite::common::with_causes(error));
   }
 }
 
 // A folder says how long a sentence takes; this bounds what it can say.
 void check_search_width(const FilePath& path) {
-  const koralite::decoder::Parameter parameter(path);
+  koralite::decoder::Parameter parameter;
+  koralite::common::naming_file(path.text(), [&] { parameter.initialize(path); });
   if (std::max(parameter.stack_limit, parameter.translation_limit) >
       koralite::decoder::kWidestSearch) {
     throw Failure(KORA_C_BAD_CONFIGURATION, path.text() + ": [stack] or [option] above 1000");

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "common/causes.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/io/interrupt.h"
 #include "toolkit/io/io_error.h"
@@ -151,6 +152,6 @@ int main(int argc, char** argv) {
   } catch (const std::filesystem::filesystem_error& error) {
     return fail(error.what(), kInputOutput);
   } catch (const std::exception& error) {
-    return fail(error.what(), kBadInput);
+    return fail(koralite::common::with_causes(error), kBadInput);
   }
 }

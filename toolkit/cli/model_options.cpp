@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "common/causes.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/io/interrupt.h"
 
@@ -102,7 +103,7 @@ std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder)
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& cause) {
-    throw std::runtime_error(folder.path + ": " + cause.what() + "; 'kora check -m " + folder.path +
+    throw std::runtime_error(folder.path + ": " + common::with_causes(cause) + "; 'kora check -m " + folder.path +
                              "' says what is wrong");
   }
 }
