@@ -95,9 +95,8 @@ int evaluate(const options_t& options) {
 }  // namespace
 
 void add_eval(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command =
-      program.add_subcommand("eval", "Score translations: BLEU and chrF with 95 % intervals");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "eval", "Score translations: BLEU and chrF with 95 % intervals", evaluate);
   command->add_option("translation", options->translation, "Translations, a line each")->required();
   command
       ->add_option("-r,--reference", options->references,
@@ -117,7 +116,6 @@ void add_eval(CLI::App& program, run_t& run) {
       ->check(CLI::Range(10, 100000))
       ->capture_default_str();
   command->footer("Example:\n  kora eval out.zh -r test.zh -l zh");
-  command->callback([&run, options] { run = [options] { return evaluate(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -44,9 +44,8 @@ int explain(const options_t& options) {
 }  // namespace
 
 void add_explain(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command =
-      program.add_subcommand("explain", "Show how a translation came about, step by step");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "explain", "Show how a translation came about, step by step", explain);
   add_model_options(*command, options->model);
   command->add_option("text", options->text, "What to translate")->required();
   command->add_flag("--json", options->json, "Print everything as JSON");
@@ -57,7 +56,6 @@ void add_explain(CLI::App& program, run_t& run) {
   command->footer(
       "Examples:\n  kora explain 'Where is the station?'\n"
       "  kora explain --html road.html 'Where is the station?'");
-  command->callback([&run, options] { run = [options] { return explain(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -95,13 +95,12 @@ int look_up(const options_t& options) {
 }  // namespace
 
 void add_lookup(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command = program.add_subcommand(
-      "lookup", "Show the translations of one phrase, with their scores (natural logarithms)");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "lookup",
+      "Show the translations of one phrase, with their scores (natural logarithms)", look_up);
   add_model_options(*command, options->model);
   command->add_option("phrase", options->phrase, "1 to 8 words, as people write them")->required();
   command->footer("Example:\n  kora lookup -m models/en-zh 'good morning'");
-  command->callback([&run, options] { run = [options] { return look_up(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "common/causes.h"
+#include "kora/kora.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/io/interrupt.h"
 #include "toolkit/io/io_error.h"
@@ -101,7 +102,7 @@ int main(int argc, char** argv) {
   CLI::App program("Kora translates text and makes the models for it.", "kora");
   program.require_subcommand(0, 1);  // so that an unknown one is named
   program.footer(kExitCodeLine);
-  program.set_version_flag("--version", "kora 1.0.0");
+  program.set_version_flag("--version", std::string("kora ") + kora_get_version());
   run_t run;
   add_check(program, run);
   add_eval(program, run);

@@ -103,8 +103,8 @@ std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder)
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& cause) {
-    throw std::runtime_error(folder.path + ": " + common::with_causes(cause) + "; 'kora check -m " + folder.path +
-                             "' says what is wrong");
+    throw std::runtime_error(folder.path + ": " + common::with_causes(cause) + "; 'kora check -m " +
+                             folder.path + "' says what is wrong");
   }
 }
 

@@ -28,9 +28,9 @@ int pack(options_t& options) {
 }  // namespace
 
 void add_pack(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
+  const auto [command, options] =
+      add_command<options_t>(program, run, "pack", "Make a model folder from text models", pack);
   pack_options_t& o = options->pack;
-  CLI::App* command = program.add_subcommand("pack", "Make a model folder from text models");
   command->add_option("--direction", options->direction, "Direction such as en-zh")->required();
   command->add_option("--phrases", o.phrases, "Phrase table: SOURCE ||| TARGET ||| SCORES")
       ->required();
@@ -63,7 +63,6 @@ void add_pack(CLI::App& program, run_t& run) {
       "Examples:\n  kora pack --direction en-zh --phrases phrases.gz --lm zh.arpa -o models/mine\n"
       "  kora pack --direction zh-en --phrases phrases.gz --lm en.arpa --dictionary words.txt \\\n"
       "    --rules data/rules/zh-en.rules --entities names.txt -o models/mine");
-  command->callback([&run, options] { run = [options] { return pack(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

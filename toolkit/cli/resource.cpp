@@ -93,7 +93,8 @@ void add_resource(CLI::App& program, run_t& run) {
       "Examples:\n  kora resource pack --kind rules rules.txt -o rules\n"
       "  kora resource unpack rules");
 
-  CLI::App* packer = command->add_subcommand("pack", "Make a resource file from text");
+  CLI::App* packer =
+      add_command(*command, run, "pack", "Make a resource file from text", pack, options).command;
   packer->add_option("input", options->input, "Text file")->required();
   packer->add_option("-o,--output", options->output, "Resource file")->required();
   packer->add_option("--kind", options->kind, "What the text is")
@@ -101,15 +102,16 @@ void add_resource(CLI::App& program, run_t& run) {
       ->capture_default_str();
   packer->add_flag("--joined", options->joined,
                    "Entities of a source language without blanks between words");
-  packer->callback([&run, options] { run = [options] { return pack(*options); }; });
 
-  CLI::App* unpacker = command->add_subcommand("unpack", "Print the lines of a resource file");
+  CLI::App* unpacker =
+      add_command(*command, run, "unpack", "Print the lines of a resource file", unpack, options)
+          .command;
   unpacker->add_option("input", options->input, "Resource file")->required();
-  unpacker->callback([&run, options] { run = [options] { return unpack(*options); }; });
 
-  CLI::App* lister = command->add_subcommand("list", "Say what a resource file is made of");
+  CLI::App* lister =
+      add_command(*command, run, "list", "Say what a resource file is made of", list, options)
+          .command;
   lister->add_option("input", options->input, "Resource file")->required();
-  lister->callback([&run, options] { run = [options] { return list(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -39,9 +39,9 @@ int run_training(options_t& options) {
 }  // namespace
 
 void add_train(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
+  const auto [command, options] = add_command<options_t>(
+      program, run, "train", "Make a model folder from parallel text", run_training);
   train_options_t& o = options->train;
-  CLI::App* command = program.add_subcommand("train", "Make a model folder from parallel text");
   command->add_option("--direction", options->direction, "Direction such as en-zh")->required();
   command->add_option("--source", o.source, "Source side, a sentence a line")->required();
   command->add_option("--target", o.target, "Target side, line by line its translation")
@@ -93,7 +93,6 @@ void add_train(CLI::App& program, run_t& run) {
       "Examples:\n  kora train --direction en-zh --source a.en --target a.zh -o models/mine\n"
       "  kora train --direction en-zh --source a.en --target a.zh --dev-source dev.en \\\n"
       "    --dev-target dev.zh -t 4 -o models/mine");
-  command->callback([&run, options] { run = [options] { return run_training(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

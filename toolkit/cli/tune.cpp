@@ -104,9 +104,9 @@ int run_tuning(const options_t& options) {
 }  // namespace
 
 void add_tune(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command = program.add_subcommand(
-      "tune", "Find better weights for a model folder on sentences with translations");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "tune", "Find better weights for a model folder on sentences with translations",
+      run_tuning);
   command->add_option("-m,--model", options->model,
                       "Model folder [$KORA_MODEL, else models/en-zh, else the only one in models]");
   command->add_option("--source", options->source, "Sentences to tune on")->required();
@@ -126,7 +126,6 @@ void add_tune(CLI::App& program, run_t& run) {
   command->footer(
       "The phrase table stays as it is; 'kora train' also tunes how its scores are made.\n"
       "Example:\n  kora tune -m models/en-zh --source dev.en -r dev.zh --write");
-  command->callback([&run, options] { run = [options] { return run_tuning(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

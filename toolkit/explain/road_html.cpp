@@ -4,30 +4,13 @@
 
 #include "toolkit/explain/road.h"
 #include "toolkit/explain/road_words.h"
+#include "toolkit/io/text_form.h"
 
 namespace koralite::toolkit {
 
 namespace {
 
 constexpr std::size_t kOptionsShown = 6;  // of each span
-
-std::string escaped(const std::string& text) {
-  std::string result;
-  for (const char c : text) {
-    if (c == '&') {
-      result += "&amp;";
-    } else if (c == '<') {
-      result += "&lt;";
-    } else if (c == '>') {
-      result += "&gt;";
-    } else if (c == '"') {
-      result += "&quot;";
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
 
 constexpr const char* kPageHead = R"(<!DOCTYPE html>
 <html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width">
@@ -86,8 +69,8 @@ void put_steps(std::string& out, const char* title, const std::vector<road_step_
   }
   out += std::string("<h2>") + title + "</h2><table>";
   for (const road_step_t& step : steps) {
-    out += "<tr><td>" + escaped(step.name) + "</td><td><code>" + escaped(step.before) +
-           "</code></td><td>→ <code>" + escaped(step.after) + "</code></td></tr>\n";
+    out += "<tr><td>" + escape_html(step.name) + "</td><td><code>" + escape_html(step.before) +
+           "</code></td><td>→ <code>" + escape_html(step.after) + "</code></td></tr>\n";
   }
   out += "</table>\n";
 }
@@ -136,7 +119,7 @@ class PartPage {
   }
 
   void put_chip(std::size_t step, const std::string& text) {
-    out_ += "<span class=p" + link(step) + hover(step) + ">" + escaped(text) + "</span>";
+    out_ += "<span class=p" + link(step) + hover(step) + ">" + escape_html(text) + "</span>";
   }
 
   void put_picture() {
@@ -163,8 +146,8 @@ class PartPage {
       const auto& step = best_.steps[k];
       const road_scores_t& scores = part_.scores[k];
       out_ += "<tr><td><span class=p" + link(k) + ">" +
-              escaped(words_between(part_, option(k).start, option(k).end)) + "</span></td><td>" +
-              escaped(step.text) + "</td>";
+              escape_html(words_between(part_, option(k).start, option(k).end)) +
+              "</span></td><td>" + escape_html(step.text) + "</td>";
       for (const float value : {scores.phrase, scores.language, scores.reordering,
                                 scores.distortion, scores.running, step.future}) {
         out_ += "<td class=n>" + score_text(value) + "</td>";
@@ -190,7 +173,7 @@ class PartPage {
     const auto chosen = chosen_.find(index);
     out_ +=
         (chosen == chosen_.end() ? "<span class=o" : "<span class=\"o p\"" + link(chosen->second)) +
-        title + ">" + escaped(option.target) + "</span>";
+        title + ">" + escape_html(option.target) + "</span>";
   }
 
   // Below the words a box for each span that has options, as wide as the span.
@@ -200,7 +183,7 @@ class PartPage {
         "<div class=scroll><div class=grid style=\"grid-template-columns:repeat(" +
         std::to_string(part_.words.size()) + ",minmax(5rem,1fr))\">\n";
     for (const road_word_t& word : part_.words) {
-      out_ += "<div class=w>" + escaped(word_text(word)) + "</div>";
+      out_ += "<div class=w>" + escape_html(word_text(word)) + "</div>";
     }
     const auto& options = part_.search.options;
     for (std::size_t first = 0; first < options.size();) {
@@ -211,7 +194,7 @@ class PartPage {
       }
       out_ += "\n<div style=\"grid-column:" + std::to_string(options[first].start + 1) + "/" +
               std::to_string(options[first].end + 2) + "\"><b>" +
-              escaped(words_between(part_, options[first].start, options[first].end)) + "</b>";
+              escape_html(words_between(part_, options[first].start, options[first].end)) + "</b>";
       for (std::size_t i = first; i < end; ++i) {
         if (i < first + kOptionsShown || chosen_.contains(i)) {
           put_option(i);
@@ -240,8 +223,8 @@ std::string road_as_html(const std::vector<road_t>& roads) {
   std::string out = kPageHead;
   for (std::size_t r = 0; r < roads.size(); ++r) {
     const road_t& road = roads[r];
-    out += "<section><div class=out>" + escaped(road.source) + "</div>\n<div class=out>" +
-           escaped(road.output) + "</div>\n";
+    out += "<section><div class=out>" + escape_html(road.source) + "</div>\n<div class=out>" +
+           escape_html(road.output) + "</div>\n";
     put_steps(out, "Text steps that changed something", road.steps);
     put_steps(out, "Word steps that changed something", road.word_steps);
     out += "<h2>Phrases <small>hover for scores</small></h2>\n";
@@ -254,12 +237,12 @@ std::string road_as_html(const std::vector<road_t>& roads) {
     if (!road.marks.empty()) {
       out += "<h2>Marks kept from the search</h2><code>";
       for (const road_word_t& mark : road.marks) {
-        out += escaped(mark.word) + " ";
+        out += escape_html(mark.word) + " ";
       }
       out.back() = '<';
       out += "/code>\n";
     }
-    out += "<h2>Decoded</h2><code>" + escaped(road.decoded) + "</code>\n";
+    out += "<h2>Decoded</h2><code>" + escape_html(road.decoded) + "</code>\n";
     put_steps(out, "Steps that wrote the result", road.post_steps);
     out += "</section>\n";
   }

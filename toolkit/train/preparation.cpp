@@ -12,6 +12,7 @@
 #include "toolkit/folder/tag_words.h"
 #include "toolkit/io/corpus.h"
 #include "toolkit/io/parallel.h"
+#include "toolkit/io/text_form.h"
 
 namespace koralite::toolkit {
 
@@ -48,17 +49,6 @@ std::vector<std::string> words_of(std::string_view text) {
     words.emplace_back(word);
   }
   return words;
-}
-
-std::string join(const std::vector<std::string>& words, std::string_view between) {
-  std::string text;
-  for (const std::string& word : words) {
-    if (!text.empty()) {
-      text += between;
-    }
-    text += word;
-  }
-  return text;
 }
 
 // The first run of whole words from `begin` on whose letters are `letters`; (size, size) if none.

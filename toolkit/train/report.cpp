@@ -1,10 +1,10 @@
 #include "toolkit/train/report.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 #include <utility>
 
+#include "toolkit/io/text_form.h"
 #include "toolkit/tune/engine_tuner.h"
 
 namespace koralite::toolkit {
@@ -12,13 +12,6 @@ namespace koralite::toolkit {
 namespace {
 
 using row_t = std::vector<std::string>;
-
-std::string fixed(double value, int digits) {
-  char buffer[64];
-  const auto result =
-      std::to_chars(buffer, buffer + sizeof(buffer), value, std::chars_format::fixed, digits);
-  return {buffer, result.ptr};
-}
 
 std::string percent(std::uint64_t part, std::uint64_t whole) {
   return whole == 0
@@ -93,29 +86,6 @@ constexpr std::string_view kHead =
     "</head><body>\n";
 
 }  // namespace
-
-std::string escape_html(std::string_view text) {
-  std::string escaped;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        escaped += c;
-    }
-  }
-  return escaped;
-}
 
 std::string format_report(const train_result_t& result, const manifest_t& manifest) {
   std::string page(kHead);
