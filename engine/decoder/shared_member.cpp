@@ -29,9 +29,8 @@ SharedMember::SharedMember(Parameter* parameters, const common::FilePath& model_
     const int score_size = parameter->prune ? 7 : 9;
     TargetData::s_score_size = score_size;
     if (parameter->compress) {
-      load(parameter->compress_vocab, [&](const auto& path) {
-        compressor = std::make_unique<Compressor>(path, score_size);
-      });
+      load(parameter->compress_vocab,
+           [&](const auto& path) { compressor = std::make_unique<Compressor>(path, score_size); });
     }
     trans_model_path = model_folder.file(parameter->trans_model);
   } catch (const std::exception&) {
