@@ -35,8 +35,13 @@ def page(path, version):
     name = "kora-" + path.stem.removeprefix("format-")
     lines = path.read_text("utf-8").splitlines()
     title = lines[0].lstrip("# ")
-    out = ["'\\\" t", f'.TH "{name}" 5 "" "kora {version}" "Kora file formats"', ".SH NAME",
-           f"{inline(name)} \\- {inline(title)}", ".SH DESCRIPTION"]
+    out = [
+        "'\\\" t",
+        f'.TH "{name}" 5 "" "kora {version}" "Kora file formats"',
+        ".SH NAME",
+        f"{inline(name)} \\- {inline(title)}",
+        ".SH DESCRIPTION",
+    ]
     rows, code = [], False
     for line in lines[1:] + [""]:
         if line.startswith("```"):

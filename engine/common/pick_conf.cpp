@@ -1,6 +1,5 @@
 #include "common/pick_conf.h"
 
-
 #include "common/mapped_file.h"
 
 namespace koralite::common {
