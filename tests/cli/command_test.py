@@ -297,7 +297,7 @@ class Command(unittest.TestCase):
             subprocess.run([KORA, "translate", "-m", "model"], stdin=text, stderr=terminal,
                            stdout=subprocess.DEVNULL, check=True, cwd=self.folder)
         self.assertRegex(os.read(screen, 1000).decode(),
-                         r"\r100 lines, .* lines/s, \d\d %, \d:\d\d left.*, 100 %, 0:00 left")
+                         r"\r100 lines, .* lines/s, \d+ %, \d:\d\d left.*, 100 %, 0:00 left")
         process = self.start("translate", "-m", "model", stdin=terminal)
         self.assertRegex(process.stderr.readline(), b"^reading from the terminal; end with ctrl-D")
         os.write(screen, b"water\n\4")

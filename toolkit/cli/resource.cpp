@@ -88,7 +88,7 @@ int list(const options_t& options) {
 void add_resource(CLI::App& program, run_t& run) {
   auto options = std::make_shared<options_t>();
   CLI::App* command = program.add_subcommand("resource", "Pack, unpack and list resource files");
-  command->require_subcommand(1);
+  command->require_subcommand(0, 1);  // so that an unknown one is named
   command->footer(
       "Examples:\n  kora resource pack --kind rules rules.txt -o rules\n"
       "  kora resource unpack rules");

@@ -108,7 +108,7 @@ void add_segment(CLI::App& program, run_t& run) {
   auto options = std::make_shared<options_t>();
   CLI::App* command =
       program.add_subcommand("segment", "Make segmentation models, and cut text with them");
-  command->require_subcommand(1);
+  command->require_subcommand(0, 1);  // so that an unknown one is named
   command->footer(
       "Examples:\n  kora segment build --words words.txt --surnames surnames.txt -o segment\n"
       "  kora segment cut --dictionary segment --names segment-names < text.zh");
