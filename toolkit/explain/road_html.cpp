@@ -1,7 +1,9 @@
 #include <algorithm>
 #include <map>
+#include <string_view>
 #include <utility>
 
+#include "road_page.h"
 #include "toolkit/explain/road.h"
 #include "toolkit/explain/road_words.h"
 #include "toolkit/io/text_form.h"
@@ -11,57 +13,7 @@ namespace koralite::toolkit {
 namespace {
 
 constexpr std::size_t kOptionsShown = 6;  // of each span
-
-constexpr const char* kPageHead = R"(<!DOCTYPE html>
-<html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width">
-<title>The road of a sentence</title><style>
-body{font:16px/1.5 system-ui,sans-serif;max-width:72rem;margin:2rem auto;padding:0 1rem;color:#223;
-background:#fafaf7}h1{font-size:1.3rem}h2{font-size:1rem;margin:1.6rem 0 .3rem;color:#667}
-section{background:#fff;border:1px solid #e2e2da;border-radius:10px;padding:1rem 1.4rem;margin:1rem 0}
-.picture{position:relative}.picture svg{position:absolute;inset:0;width:100%;height:100%;
-pointer-events:none}.picture path{fill:none;stroke-width:3;opacity:.55}.picture path.on{opacity:1;
-stroke-width:5}.row{font-size:1.25rem}.row+.row{margin-top:2.6rem}
-.p{display:inline-block;position:relative;border-radius:6px;padding:.1rem .5rem;margin:.15rem;
-cursor:help}.p.on{outline:2px solid #223}
-table{border-collapse:collapse;font-size:.85rem;width:100%}
-td,th{text-align:left;padding:.2rem .6rem;border-bottom:1px solid #eee}
-td.n,th.n{text-align:right;font-variant-numeric:tabular-nums}
-code{background:#f1f1ea;border-radius:4px;padding:0 .3rem;white-space:pre-wrap}.out{font-size:1.4rem}
-.scroll{overflow-x:auto}.grid{display:grid;gap:4px;font-size:.8rem;grid-auto-flow:row dense}
-.grid div{border:1px solid #e2e2da;border-radius:6px;padding:.1rem .4rem;cursor:help}
-.grid b{display:block;color:#667;font-weight:600;text-align:center}.grid .w{background:#f1f1ea;
-text-align:center;cursor:default}.o{display:block}.o.p{margin:0;padding:0 .3rem}
-small{color:#667}
-</style></head><body><h1>The road of a sentence</h1>
-)";
-
-// Hovering marks everything of one phrase; the curves between source and target need to know where
-// the browser put the words.
-constexpr const char* kPageEnd = R"(<script>
-for (const p of document.querySelectorAll('.p')) {
-  const same = () => document.querySelectorAll('[data-k="' + p.dataset.k + '"]');
-  p.onmouseenter = () => same().forEach(e => e.classList.add('on'));
-  p.onmouseleave = () => same().forEach(e => e.classList.remove('on'));
-}
-const draw = () => document.querySelectorAll('.picture').forEach(picture => {
-  const svg = picture.querySelector('svg'), frame = picture.getBoundingClientRect();
-  svg.innerHTML = '';
-  for (const s of picture.querySelectorAll('.row:first-of-type .p')) {
-    const t = picture.querySelector('.row:last-of-type .p[data-k="' + s.dataset.k + '"]');
-    const a = s.getBoundingClientRect(), b = t.getBoundingClientRect();
-    const path = document.createElementNS('http://www.w3.org/2000/svg', 'path');
-    const x = a.left + a.width / 2 - frame.left, y = a.bottom - frame.top;
-    const u = b.left + b.width / 2 - frame.left, v = b.top - frame.top, m = (y + v) / 2;
-    path.setAttribute('d', `M${x} ${y}C${x} ${m} ${u} ${m} ${u} ${v}`);
-    path.setAttribute('stroke', getComputedStyle(s).backgroundColor);
-    path.dataset.k = s.dataset.k;
-    svg.append(path);
-  }
-});
-draw();
-addEventListener('resize', draw);
-</script></body></html>
-)";
+constexpr std::string_view kSections = "<!-- sections -->\n";
 
 void put_steps(std::string& out, const char* title, const std::vector<road_step_t>& steps) {
   if (steps.empty()) {
@@ -220,7 +172,9 @@ class PartPage {
 }  // namespace
 
 std::string road_as_html(const std::vector<road_t>& roads) {
-  std::string out = kPageHead;
+  // What stands before and behind the sections.
+  const std::size_t middle = kRoadPage.find(kSections);
+  std::string out(kRoadPage.substr(0, middle));
   for (std::size_t r = 0; r < roads.size(); ++r) {
     const road_t& road = roads[r];
     out += "<section><div class=out>" + escape_html(road.source) + "</div>\n<div class=out>" +
@@ -246,7 +200,7 @@ std::string road_as_html(const std::vector<road_t>& roads) {
     put_steps(out, "Steps that wrote the result", road.post_steps);
     out += "</section>\n";
   }
-  return out + kPageEnd;
+  return out.append(kRoadPage.substr(middle + kSections.size()));
 }
 
 }  // namespace koralite::toolkit

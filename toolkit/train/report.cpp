@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "report_page.h"
 #include "toolkit/io/text_form.h"
 #include "toolkit/tune/engine_tuner.h"
 
@@ -76,19 +77,14 @@ std::string plot(const std::vector<TuneRound>& rounds) {
   return svg + "</svg>\n";
 }
 
-constexpr std::string_view kHead =
-    "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n"
-    "<meta name=\"viewport\" content=\"width=device-width\">\n<title>Training report</title>\n"
-    "<style>body{font:16px/1.5 system-ui,sans-serif;max-width:60em;margin:2em auto;padding:0 1em}"
-    "table{border-collapse:collapse;margin:1em 0}th,td{text-align:left;padding:.2em .8em;"
-    "border-bottom:1px solid #ddd;vertical-align:top}.n{text-align:right;"
-    "font-variant-numeric:tabular-nums}svg text{font-size:11px;text-anchor:middle}</style>\n"
-    "</head><body>\n";
+constexpr std::string_view kBody = "<!-- body -->\n";
 
 }  // namespace
 
 std::string format_report(const train_result_t& result, const manifest_t& manifest) {
-  std::string page(kHead);
+  // What stands before and behind the body.
+  const std::size_t middle = kReportPage.find(kBody);
+  std::string page(kReportPage.substr(0, middle));
   page += "<h1>Training report</h1>\n<h2>Made from</h2>\n";
   std::vector<row_t> rows = {{"what", "value"}};
   for (const auto& [name, value] : manifest.built_from) {
@@ -158,7 +154,7 @@ std::string format_report(const train_result_t& result, const manifest_t& manife
   for (const std::string& warning : result.warnings) {
     page += "<p>Warning: " + escape_html(warning) + "</p>\n";
   }
-  return page + "</body></html>\n";
+  return page.append(kReportPage.substr(middle + kBody.size()));
 }
 
 }  // namespace koralite::toolkit
