@@ -48,14 +48,6 @@ def lm_tree(content):  # position of a tree whose root group has a header
     raise ValueError("no tree with a header")
 
 
-def lm_linked(content):  # the link of a node that has children
-    first = lm_tree(content) + 4
-    count, = struct.unpack_from("<I", content, first - 4)
-    return next(at + 2 for at in range(first, first + 8 * count, 8)
-                if content[at:at + 2] != b"\xff\xff"
-                and struct.unpack_from("<H", content, at + 2)[0] > 1)
-
-
 def share_tree(content):
     tree = content[lm_head_with_tree(0)(content):][:2]
     at = lm_head_with_tree(1)(content)
@@ -260,7 +252,6 @@ STRUCTURE = {
         ("a tree of no nodes", put(lm_tree, "<I", 0)),
         ("a tree of a node less", add(lm_tree, "<I", -1)),
         ("a header with a child less", add(lambda c: lm_tree(c) + 6, "<H", -1)),
-        ("a link cut off", put(lm_linked, "<H", 0)),
         ("bytes at the end", extend(b"12345678")),
     ],
     "phrases": [
