@@ -12,6 +12,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
 #include <csignal>
@@ -403,50 +404,19 @@ bool run(const options_t& options) {
   return total.is_good();
 }
 
-// False for an option that there is not.
-bool set(options_t& options, const std::string& name, const char* value) {
-  if (name == "--each") {
-    options.each = std::strtoul(value, nullptr, 10);
-  } else if (name == "--checks") {
-    options.checks = std::strtoul(value, nullptr, 10);
-  } else if (name == "--text") {
-    options.text = value;
-  } else if (name == "--work") {
-    options.work = value;
-  } else {
-    return false;
-  }
-  return true;
-}
-
-bool parse(int argc, char** argv, options_t& options) {
-  for (int i = 1; i < argc; ++i) {
-    const std::string name = argv[i];
-    if (name.starts_with("--")) {
-      if (++i == argc || !set(options, name, argv[i])) {
-        return false;
-      }
-    } else {
-      std::string& place = options.model.empty() ? options.model : options.other;
-      if (!place.empty()) {
-        return false;
-      }
-      place = name;
-    }
-  }
-  return !options.other.empty();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   options_t options;
-  if (!parse(argc, argv, options)) {
-    std::fprintf(
-        stderr,
-        "usage: damage [--each N] [--checks N] [--text FILE] [--work FOLDER] MODEL OTHER\n");
-    return 2;
-  }
+  CLI::App program("Damages copies of a model folder and says what the library makes of them.");
+  program.add_option("--each", options.each, "Damages of each kind for each file");
+  program.add_option("--checks", options.checks, "Of these, how many kora check sees as well");
+  program.add_option("--text", options.text, "Sentences to translate");
+  program.add_option("--work", options.work, "Folder for copies");
+  program.add_option("model", options.model, "Model folder")->required();
+  program.add_option("other", options.other, "Another, whose files take the place of its own")
+      ->required();
+  CLI11_PARSE(program, argc, argv);
   try {
     return run(options) ? 0 : 1;
   } catch (const std::exception& error) {

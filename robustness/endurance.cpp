@@ -7,6 +7,7 @@
 //
 // Prints a Markdown table; exits with 1 when a promise is broken, with 2 when it is
 // called wrongly.
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -217,62 +218,23 @@ std::vector<std::string> sentences(const options_t& options) {
   return lines;
 }
 
-// False for an option that there is not.
-bool set(options_t& options, const std::string& name, const char* value) {
-  if (name == "--seconds") {
-    options.seconds = std::max(std::atof(value), 0.1);
-  } else if (name == "--lifetimes") {
-    options.lifetimes = std::strtoul(value, nullptr, 10);
-  } else if (name == "--threads") {
-    options.threads = std::max(std::strtoul(value, nullptr, 10), 1UL);
-  } else if (name == "--largest") {
-    options.strange.largest = std::strtoul(value, nullptr, 10);
-  } else if (name == "--budget") {
-    options.strange.budget = std::atof(value);
-  } else if (name == "--stack") {
-    options.strange.stack = std::atoi(value);
-  } else if (name == "--only") {
-    options.strange.only = value;
-  } else if (name == "--text") {
-    options.text = value;
-  } else {
-    return false;
-  }
-  return true;
-}
-
-bool parse(int argc, char** argv, options_t& options) {
-  for (int i = 1; i < argc; ++i) {
-    const std::string name = argv[i];
-    if (name == "--sizes") {
-      options.sizes = true;
-    } else if (name.starts_with("--")) {
-      if (++i == argc || !set(options, name, argv[i])) {
-        return false;
-      }
-    } else {
-      if (!options.folder.empty()) {
-        return false;
-      }
-      options.folder = name;
-    }
-  }
-  options.strange.folder = options.folder;
-  return !options.folder.empty();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
   options_t options;
-  if (!parse(argc, argv, options)) {
-    std::fprintf(
-        stderr,
-        "usage: endurance [--seconds N] [--lifetimes N] [--threads N] [--text FILE] FOLDER\n"
-        "       endurance --sizes [--largest BYTES] [--budget SECONDS] [--stack N] [--only KIND] "
-        "FOLDER\n");
-    return 2;
-  }
+  CLI::App program("Runs the library for long and looks for growth, or on texts of every size.");
+  program.add_option("--seconds", options.seconds, "Of each phase")->check(CLI::PositiveNumber);
+  program.add_option("--lifetimes", options.lifetimes, "Handles made and destroyed");
+  program.add_option("--threads", options.threads, "Handles at once")->check(CLI::PositiveNumber);
+  program.add_option("--text", options.text, "Sentences to translate, one a line");
+  program.add_flag("--sizes", options.sizes, "Texts of every size instead");
+  program.add_option("--largest", options.strange.largest, "Bytes of the largest text");
+  program.add_option("--budget", options.strange.budget, "Seconds for a text");
+  program.add_option("--stack", options.strange.stack, "Hypotheses of a stack");
+  program.add_option("--only", options.strange.only, "One kind of text");
+  program.add_option("folder", options.folder, "Model folder")->required();
+  CLI11_PARSE(program, argc, argv);
+  options.strange.folder = options.folder;
   try {
     if (options.sizes) {
       return kora_proof::print_sizes(options.strange) ? 0 : 1;

@@ -12,6 +12,10 @@ configure_and_build() {
   local preset=$1
   shift
   say "configuring and building preset '$preset' in build/$preset"
+  local made_in
+  made_in=$(sed -n 's/^CMAKE_HOME_DIRECTORY:INTERNAL=//p' "build/$preset/CMakeCache.txt" 2>/dev/null || true)
+  [ -z "$made_in" ] || [ "$made_in" = "$PWD" ] ||
+    die "build/$preset was made when this folder was $made_in; remove it and run again: rm -r build/$preset"
   cmake --preset "$preset" >"/tmp/kora-configure-$preset-$$.log" 2>&1 || {
     cat "/tmp/kora-configure-$preset-$$.log" >&2
     die "cmake could not configure preset '$preset'"

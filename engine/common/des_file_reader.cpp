@@ -2,11 +2,10 @@
 
 #include <bit>
 #include <cstring>
-#include <optional>
-#include <stdexcept>
 #include <utility>
 
 #include "common/byte_reader.h"
+#include "common/causes.h"
 
 namespace koralite::common {
 namespace {
@@ -33,14 +32,10 @@ void unscramble_record(std::span<const unsigned char> record, std::string& line)
 }
 
 DesFileReader::DesFileReader(const FilePath& path) {
-  std::optional<MappedFile> file = MappedFile::open(path);
-  if (!file) {
-    throw std::runtime_error("Invalidate Input file");
-  }
-  file_ = std::move(*file);
+  file_ = MappedFile::need(path, "Invalidate Input file");
   std::int32_t size = 0;
   if (!ByteReader(file_.data()).read(size) || size <= 0) {
-    throw std::runtime_error("Cannot read line size");
+    throw_caused("Cannot read line size", path.text());
   }
   record_size_ = static_cast<std::uint32_t>(size);
 }

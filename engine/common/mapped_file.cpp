@@ -16,6 +16,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 #endif
+#include "common/causes.h"
 #include "common/windows_file.h"
 
 namespace koralite::common {
@@ -101,6 +102,15 @@ MappedFile::MappedFile(const FilePath& path, Access access) {
     throw std::runtime_error("can't open [file=" + path.text() + "]: " + reason);
   }
   *this = std::move(*file);
+}
+
+MappedFile MappedFile::need(const FilePath& path, const std::string& message) {
+  std::string reason;
+  std::optional<MappedFile> file = open(path, &reason);
+  if (!file) {
+    throw_caused(message, path.text() + ": " + reason);
+  }
+  return std::move(*file);
 }
 
 std::optional<MappedFile> MappedFile::open(const FilePath& place, std::string* reason,

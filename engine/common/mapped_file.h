@@ -35,6 +35,9 @@ class MappedFile {
   static std::optional<MappedFile> open(const FilePath& path, std::string* reason = nullptr,
                                         Access access = Access::kMap);
 
+  // The same, or an error with this message whose cause is "PATH: REASON".
+  static MappedFile need(const FilePath& path, const std::string& message);
+
   MappedFile(MappedFile&& other) noexcept;
   MappedFile& operator=(MappedFile&& other) noexcept;
   MappedFile(const MappedFile&) = delete;

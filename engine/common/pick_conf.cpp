@@ -1,19 +1,14 @@
 #include "common/pick_conf.h"
 
-#include <optional>
-#include <stdexcept>
-
 #include "common/mapped_file.h"
 
 namespace koralite::common {
 
 void PickConf(const FilePath& path, std::vector<std::string>& lines) {
   lines.clear();
-  const std::optional<MappedFile> file = MappedFile::open(path);
-  if (!file) {
-    throw std::runtime_error("failed to open config [file=" + path.text() + "]");
-  }
-  std::string_view rest(reinterpret_cast<const char*>(file->data().data()), file->size());
+  const MappedFile file =
+      MappedFile::need(path, "failed to open config [file=" + path.text() + "]");
+  std::string_view rest(reinterpret_cast<const char*>(file.data().data()), file.size());
   while (!rest.empty()) {
     const std::size_t end = rest.find('\n');
     lines.emplace_back(rest.substr(0, end));

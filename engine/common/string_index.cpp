@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <stdexcept>
 #include <system_error>
 #include <utility>
@@ -172,12 +171,9 @@ void StringIndex::save(const std::string& path) const {
 }
 
 void StringIndex::load(const FilePath& path) {
-  std::optional<MappedFile> file = MappedFile::open(path);
-  if (!file) {
-    throw std::runtime_error("failed to load string index [file=" + path.text() + "]");
-  }
-
-  ByteReader reader(file->data());
+  MappedFile file =
+      MappedFile::need(path, "failed to load string index [file=" + path.text() + "]");
+  ByteReader reader(file.data());
   std::uint64_t entries = 0;
   std::uint64_t key_size = 0;
   std::span<const unsigned char> ids;
@@ -225,7 +221,7 @@ void StringIndex::load(const FilePath& path) {
     insert(std::move(nodes));
   }
   if (entries > 0) {
-    files_.push_back(std::move(*file));
+    files_.push_back(std::move(file));
   }
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <optional>
 #include <stdexcept>
 
 #include "common/byte_reader.h"
@@ -71,11 +70,7 @@ lm_group_t::lm_group_t(const unsigned char* group) : records(group), count(1) {
 
 CompactLmModel::CompactLmModel(const common::FilePath& path, int order, std::int64_t budget)
     : LangModel(order) {
-  auto file = common::MappedFile::open(path);
-  if (!file) {
-    throw std::runtime_error("failed to open file in PackedLM");
-  }
-  file_ = std::move(*file);
+  file_ = common::MappedFile::need(path, "failed to open file in PackedLM");
   bytes_ = file_.data();
 
   common::ByteReader reader(bytes_);

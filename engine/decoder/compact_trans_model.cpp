@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "common/byte_reader.h"
+#include "common/causes.h"
 
 namespace koralite::decoder {
 namespace {
@@ -13,14 +14,6 @@ constexpr std::uint32_t kNone = 0xFFFFFFFF;
 constexpr std::uint16_t kGroupKey = 65535;
 constexpr std::size_t kRecordSize = 10;
 constexpr std::size_t kHeadSize = 8;
-
-common::MappedFile open(const common::FilePath& path, const char* message) {
-  auto file = common::MappedFile::open(path);
-  if (!file) {
-    throw std::runtime_error(message);
-  }
-  return std::move(*file);
-}
 
 [[noreturn]] void not_supported() {
   throw std::runtime_error("This interface should not be called");
@@ -35,14 +28,16 @@ struct CompactTransModel::record_t {
 };
 
 CompactTransModel::CompactTransModel(const common::FilePath& path)
-    : head_file_(open(path, "failed to open file in CompactTransModel")) {
+    : head_file_(common::MappedFile::need(path, "failed to open file in CompactTransModel")) {
   common::ByteReader reader(head_file_.data());
   if (!reader.read_u64(head_count_) || !reader.fits(head_count_, kHeadSize) ||
       !reader.read_bytes(head_count_ * kHeadSize, heads_) || !reader.read_u64(trailing_count_)) {
-    throw std::runtime_error("failed to read file in CompactTransModel");
+    common::throw_caused("failed to read file in CompactTransModel", path.text());
   }
-  node_file_ = open(path.with_suffix(".nodes"), "failed to open nodes file in CompactTransModel");
-  data_file_ = open(path.with_suffix(".data"), "failed to open data file in CompactTransModel");
+  node_file_ = common::MappedFile::need(path.with_suffix(".nodes"),
+                                        "failed to open nodes file in CompactTransModel");
+  data_file_ = common::MappedFile::need(path.with_suffix(".data"),
+                                        "failed to open data file in CompactTransModel");
   node_count_ = node_file_.size() / kRecordSize;
 }
 

@@ -22,11 +22,9 @@ Compressor::Compressor(const common::FilePath& quantifier_path, int score_size)
   if (score_size <= kReorderCount) {
     throw std::runtime_error("unknown score size in Compressor()");
   }
-  const auto file = common::MappedFile::open(quantifier_path);
-  if (!file) {
-    throw std::runtime_error("failed to open quantifier file in Compressor()");
-  }
-  common::ByteReader reader(file->data());
+  const auto file =
+      common::MappedFile::need(quantifier_path, "failed to open quantifier file in Compressor()");
+  common::ByteReader reader(file.data());
   for (int i = kReorderCount; i < score_size; ++i) {
     quantifiers_.emplace_back().load(reader);
   }

@@ -30,7 +30,7 @@ void OptionTable::create_trans_option(std::span<const std::int32_t> ids) {
     trans_model_.search_sentence(ids, blocks_);
     collect(ids);
   } catch (const std::runtime_error&) {
-    throw std::runtime_error("failed to search sentence in translation model");
+    std::throw_with_nested(std::runtime_error("failed to search sentence in translation model"));
   }
   lang_model_.add_to_cache(std::span<const std::int32_t>(target_ids_));
   for (int start = 0; start < size_; ++start) {

@@ -23,6 +23,10 @@ struct search_limits_t {
   bool valid() const { return stack >= 1 && options >= 1 && beam > 0; }
 };
 
+// The widest search, in "[stack]" and in "[option]", that a folder may ask of the C face: ten times
+// the usual stack, fifty times the usual options. It bounds what a sentence can cost.
+inline constexpr std::int32_t kWidestSearch = 1000;
+
 struct Parameter {
   bool debug = false;     // "[debug]": trace output
   bool combine = true;    // "[combine]": hypothesis recombination

@@ -32,9 +32,11 @@ int Quantifier::quantify(float value, float& error) const {
     throw std::runtime_error("try to quantify float value with empty quantify sample");
   }
   std::size_t code = 0;
-  if (value >= samples_.back()) {
+  if (!(value > samples_.front())) {
+    code = 0;  // first, so that equal samples have the lowest of their codes
+  } else if (value >= samples_.back()) {
     code = samples_.size() - 1;
-  } else if (value > samples_.front()) {
+  } else {
     const auto above = std::upper_bound(samples_.begin(), samples_.end(), value);
     // Samples out of order can make the search end anywhere.
     code = std::clamp<std::size_t>(static_cast<std::size_t>(above - samples_.begin()), 1,

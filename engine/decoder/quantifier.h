@@ -26,9 +26,9 @@ class Quantifier {
   // "illegual quantify size" or "failed to read quantify value from file".
   void load(common::ByteReader& file);
 
-  // Code of the sample nearest to `value`; a value midway between two takes the
-  // lower. `error` becomes the distance to that sample. Throws "try to quantify
-  // float value with empty quantify sample".
+  // Code of the sample nearest to `value`, by distances in single precision; a value
+  // midway between two takes the lower, one not above the first sample 0. `error` becomes the
+  // distance to that sample. Throws "try to quantify float value with empty quantify sample".
   int quantify(float value, float& error) const;
 
   // Value of `code` (not negative): 0 without samples, the last sample for a

@@ -3,20 +3,25 @@
 #include <exception>
 #include <stdexcept>
 
+#include "common/causes.h"
 #include "decoder/target_data.h"
 
 namespace koralite::decoder {
 
 SharedMember::SharedMember(Parameter* parameters, const common::FilePath& model_folder)
     : parameter(parameters) {
-  const auto in_folder = [&](const std::string& name) { return model_folder.file(name); };
+  const auto load = [&](const std::string& name, const auto& read) {
+    const common::FilePath path = model_folder.file(name);
+    common::naming_file(path.text(), [&] { read(path); });
+  };
   try {
-    lang_model =
-        std::make_unique<CompactLmModel>(in_folder(parameter->lang_model), parameter->ngram_order);
+    load(parameter->lang_model, [&](const auto& path) {
+      lang_model = std::make_unique<CompactLmModel>(path, parameter->ngram_order);
+    });
     source_vocab = std::make_unique<Vocab>();
-    source_vocab->load(in_folder(parameter->source_vocab));
+    load(parameter->source_vocab, [&](const auto& path) { source_vocab->load(path); });
     target_vocab = std::make_unique<Vocab>();
-    target_vocab->load(in_folder(parameter->target_vocab));
+    load(parameter->target_vocab, [&](const auto& path) { target_vocab->load(path); });
     target_vocab->encode("<s>");
     target_vocab->encode("</s>");
     source_vocab->remove_useless_capacity();
@@ -24,11 +29,12 @@ SharedMember::SharedMember(Parameter* parameters, const common::FilePath& model_
     const int score_size = parameter->prune ? 7 : 9;
     TargetData::s_score_size = score_size;
     if (parameter->compress) {
-      compressor = std::make_unique<Compressor>(in_folder(parameter->compress_vocab), score_size);
+      load(parameter->compress_vocab,
+           [&](const auto& path) { compressor = std::make_unique<Compressor>(path, score_size); });
     }
-    trans_model_path = in_folder(parameter->trans_model);
+    trans_model_path = model_folder.file(parameter->trans_model);
   } catch (const std::exception&) {
-    throw std::runtime_error("failed to create SharedMember");
+    std::throw_with_nested(std::runtime_error("failed to create SharedMember"));
   }
 }
 

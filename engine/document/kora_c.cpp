@@ -2,6 +2,7 @@
 // that the caller frees, exceptions turned into codes and messages.
 #include "kora/kora_c.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "common/causes.h"
 #include "common/engine_configuration.h"
 #include "common/file_path.h"
 #include "decoder/parameter.h"
@@ -47,10 +49,6 @@ struct kora_c_translator {
 namespace {
 
 constexpr std::size_t kMaxText = std::size_t{1} << 30U;  // keeps every offset within 32 bits
-// The widest search that a folder may ask for: ten times the usual stack, fifty times the
-// usual options.
-constexpr int kMaxStack = 1000;
-constexpr int kMaxOptions = 1000;
 
 // Language codes in order of LangType, from 1.
 constexpr std::array<std::string_view, 13> kLanguageCodes = {
@@ -76,6 +74,15 @@ class Failure : public std::runtime_error {
   std::int32_t code_;
 };
 
+// The message and its causes; none at all when there is no memory for them.
+void note_causes(const std::exception& error, std::string& message) noexcept {
+  try {
+    message = koralite::common::with_causes(error);
+  } catch (...) {
+    message.clear();
+  }
+}
+
 // Runs a call: its exception becomes a code, `otherwise` unless the exception has
 // one of its own, and its text goes to `message`.
 template <class Call>
@@ -98,7 +105,7 @@ std::int32_t guard(std::int32_t otherwise, std::string& message, Call&& call) no
     note("out of memory");
     return KORA_C_NO_MEMORY;
   } catch (const std::exception& error) {
-    note(error.what());
+    note_causes(error, message);
   } catch (...) {
     note("unknown failure");
   }
@@ -157,7 +164,7 @@ EngineConfiguration read_configuration(const FilePath& path) {
   } catch (const Failure&) {
     throw;
   } catch (const std::runtime_error& error) {
-    throw Failure(KORA_C_BAD_CONFIGURATION, error.what());
+    throw Failure(KORA_C_BAD_CONFIGURATION, koralite::common::with_causes(error));
   }
 }
 
@@ -165,14 +172,16 @@ void check_manifest(const EngineConfiguration& configuration, const FilePath& fo
   try {
     koralite::translator::verify_model_folder(configuration, folder);
   } catch (const std::runtime_error& error) {
-    throw Failure(KORA_C_BAD_MANIFEST, error.what());
+    throw Failure(KORA_C_BAD_MANIFEST, koralite::common::with_causes(error));
   }
 }
 
 // A folder says how long a sentence takes; this bounds what it can say.
 void check_search_width(const FilePath& path) {
-  const koralite::decoder::Parameter parameter(path);
-  if (parameter.stack_limit > kMaxStack || parameter.translation_limit > kMaxOptions) {
+  koralite::decoder::Parameter parameter;
+  koralite::common::naming_file(path.text(), [&] { parameter.initialize(path); });
+  if (std::max(parameter.stack_limit, parameter.translation_limit) >
+      koralite::decoder::kWidestSearch) {
     throw Failure(KORA_C_BAD_CONFIGURATION, path.text() + ": [stack] or [option] above 1000");
   }
 }
@@ -181,7 +190,7 @@ void check_search_width(const FilePath& path) {
 koralite::translator::language_pair_t languages_for(std::int32_t direction, std::uint32_t flags) {
   need((flags & ~(KORA_C_CHECK_MANIFEST | KORA_C_RAW)) == 0, "an unknown flag");
   const auto languages = koralite::translator::languages_of(direction);
-  if (!koralite::translator::can_split(languages.source)) {
+  if (!koralite::translator::can_translate(languages.source, languages.target)) {
     throw Failure(KORA_C_BAD_DIRECTION, "a direction that cannot be translated");
   }
   return languages;

@@ -84,13 +84,34 @@ bool combine(std::string_view op, const Number& left, const Number& right, Numbe
   return true;
 }
 
-std::string join(const TokenList& tokens, std::string_view separator) {
+std::string join(const TokenList& tokens) {
   std::string text;
   for (const std::string_view token : tokens) {
-    if (!text.empty()) {
-      text += separator;
+    text += token;
+  }
+  return text;
+}
+
+// What ends the name of a number in an expression.
+constexpr std::string_view kEndsName = " ()+-*/;><!=&|";
+
+// The tokens of an expression as text that reads back as the same tokens: with a blank only where
+// two would become one, so only where the rule had one.
+std::string expression_text(const TokenList& tokens) {
+  std::string text;
+  std::string_view last;
+  for (const std::string_view token : tokens) {
+    const bool joins_names = !last.empty() &&
+                             kEndsName.find(last.back()) == std::string_view::npos &&
+                             kEndsName.find(token.front()) == std::string_view::npos;
+    const bool joins_equal =
+        token.front() == '=' && (last == ">" || last == "<" || last == "!" || last == "=");
+    const bool joins_pair = (last == "&" || last == "|") && token.front() == last.front();
+    if (joins_names || joins_equal || joins_pair) {
+      text += ' ';
     }
     text += token;
+    last = token;
   }
   return text;
 }
@@ -203,7 +224,6 @@ void RuleTranslator::read_pattern(std::string_view text, TokenList& pieces) {
 }
 
 void RuleTranslator::read_expression(std::string_view text, TokenList& tokens) {
-  constexpr std::string_view kEndsName = " ()+-*/;><!=&|";
   std::size_t i = 0;
   while (i < text.size()) {
     if (text[i] == ' ') {
@@ -414,15 +434,15 @@ void RuleTranslator::print_rules(const char* path) const {
   std::ofstream out(path, std::ios::binary);
   for (const Rule& rule : rules_) {
     if (!rule.source.empty()) {
-      out << join(rule.source, "") << kSeparator;
+      out << join(rule.source) << kSeparator;
       if (!rule.constraint.empty() || !rule.assignments.empty()) {
         // An empty field is written as one blank, which reading keeps as a field.
-        const std::string constraint = join(rule.constraint, " ");
-        const std::string assignments = join(rule.assignments, " ");
+        const std::string constraint = expression_text(rule.constraint);
+        const std::string assignments = expression_text(rule.assignments);
         out << (constraint.empty() ? " " : constraint) << kSeparator;
         out << (assignments.empty() ? " " : assignments) << kSeparator;
       }
-      out << join(rule.target, "") << kSeparator << rule.type;
+      out << join(rule.target) << kSeparator << rule.type;
     }
     out << '\n';
   }

@@ -64,8 +64,9 @@ class RuleTranslator {
 
   std::span<const Rule> rules() const { return rules_; }
 
-  // Writes the rules as read, one a line in the form of the rule file; a rule
-  // that never matches leaves an empty line. Throws std::runtime_error when the
+  // Writes the rules, one a line in the form of the rule file, so that they read back
+  // the same; blanks in expressions only where tokens would join. A rule that never
+  // matches leaves an empty line. Throws std::runtime_error when the
   // file cannot be written.
   void print_rules(const char* path) const;
 

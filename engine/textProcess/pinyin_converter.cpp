@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
-#include <optional>
 #include <stdexcept>
 #include <utility>
 
@@ -25,11 +24,7 @@ void require(bool there) {
 }  // namespace
 
 PinyinConverter::PinyinConverter(const common::FilePath& path) {
-  std::optional<common::MappedFile> file = common::MappedFile::open(path);
-  if (!file) {
-    throw std::runtime_error("Cannot open the input pinyin file!");
-  }
-  file_ = *std::move(file);
+  file_ = common::MappedFile::need(path, "Cannot open the input pinyin file!");
 
   common::ByteReader reader(file_.data());
   std::uint32_t characters = 0;

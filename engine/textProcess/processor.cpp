@@ -53,6 +53,19 @@ std::unique_ptr<AbstractPostprocessor> make_postprocessor(
 
 }  // namespace
 
+bool has_postprocessor(LangType target) {
+  switch (target) {
+    case LangType::kNone:
+    case LangType::kSpanish:
+    case LangType::kFrench:
+    case LangType::kGerman:
+    case LangType::kPortuguese:
+      return false;
+    default:
+      return target > LangType::kNone && target <= LangType::kYue;
+  }
+}
+
 Processor::Processor(LangType source, LangType target,
                      const common::EngineConfiguration& configuration,
                      const common::FilePath& model_folder, const LexicutApi& segmenter)

@@ -17,6 +17,9 @@
 
 namespace koralite::textProcess {
 
+// Whether a Processor can be made for texts in this language on the target side.
+bool has_postprocessor(LangType target);
+
 class Processor {
  public:
   // Reads the configuration file and loads what it names from the model folder.

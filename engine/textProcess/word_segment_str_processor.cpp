@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "common/causes.h"
 #include "common/des_file_reader.h"
 #include "common/mapped_file.h"
 
@@ -70,7 +71,7 @@ WordSegmentStrProcessor::WordSegmentStrProcessor(
       model_(load_words(api, dictionary, names, ambiguous), ModelDeleter{api.destroy}),
       record_(nullptr, RecordDeleter{api.destroy_out}) {
   if (!model_) {
-    throw std::runtime_error(labels.no_model);
+    common::throw_caused(labels.no_model, dictionary.text());
   }
   record_.reset(api.create_out(static_cast<std::int32_t>(longest_piece_ + 1)));
   if (!record_) {

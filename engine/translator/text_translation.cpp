@@ -66,6 +66,10 @@ bool can_split(LangType source) {
   return splits_like_chinese(source) || source == LangType::kEnglish || source == LangType::kKorean;
 }
 
+bool can_translate(LangType source, LangType target) {
+  return can_split(source) && textProcess::has_postprocessor(target);
+}
+
 std::vector<std::string> split_sentences(const std::string& line, LangType source) {
   std::string text;
   if (splits_like_chinese(source)) {

@@ -18,6 +18,10 @@ namespace koralite::translator {
 // Whether texts in this language can be split into sentences, so translated.
 bool can_split(textProcess::LangType source);
 
+// Whether texts can be translated from one language to the other: their sentences can be split and
+// the target has a chain of text steps.
+bool can_translate(textProcess::LangType source, textProcess::LangType target);
+
 // The sentences of one line, in order; together they are the line.
 std::vector<std::string> split_sentences(const std::string& line, textProcess::LangType source);
 

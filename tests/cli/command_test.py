@@ -290,7 +290,18 @@ class Command(unittest.TestCase):
             more = {"stderr": terminal} if place == "terminal" else {}
             done = self.run_kora("translate", "-m", "model", data=b"water\n" * 250, **more)
             shown[place] = (os.read(screen, 1000) if more else done.stderr).decode()
-        self.assertEqual(shown, {"pipe": "", "terminal": "\r100 lines\r200 lines\r250 lines\r\n"})
+        self.assertEqual(shown["pipe"], "")
+        self.assertRegex(shown["terminal"], r"^\r100 lines, \d+ lines/s\x1b\[K\r200 lines, .*"
+                                            r"\r250 lines, \d+ lines/s\x1b\[K\r\n$")
+        with open(self.folder / "text.en", "rb") as text:  # a file has an end to wait for
+            subprocess.run([KORA, "translate", "-m", "model"], stdin=text, stderr=terminal,
+                           stdout=subprocess.DEVNULL, check=True, cwd=self.folder)
+        self.assertRegex(os.read(screen, 1000).decode(),
+                         r"\r100 lines, .* lines/s, \d+ %, \d:\d\d left.*, 100 %, 0:00 left")
+        process = self.start("translate", "-m", "model", stdin=terminal)
+        self.assertRegex(process.stderr.readline(), b"^reading from the terminal; end with ctrl-D")
+        os.write(screen, b"water\n\4")
+        self.assertEqual(process.stdout.read().decode(), "水\n")
         for descriptor in (screen, terminal):
             os.close(descriptor)
 
@@ -307,12 +318,15 @@ class Command(unittest.TestCase):
             page = (self.folder / "manual" / f"kora-{name}.1").read_text()
             self.assertRegex(text, "Examples?:\n  ", name)
             self.assertIn("Exit codes: 0 fine", text)
+            for heading in ("DESCRIPTION", "EXIT STATUS") + ("ENVIRONMENT",) * ("--model" in text):
+                self.assertIn(f".SH {heading}\n", page, name)
             for option in re.findall(r"^ +(?:-\w,)?(--[\w-]+)", text, re.MULTILINE):
                 self.assertIn("\\fB" + option.replace("-", "\\-"), page)
         cases = [("kora ''", 1, "translate"), ("kora tr", 1, "train"),
                  ("kora vocab --side ''", 3, "source"), ("kora pack --direction e", 3, "en-zh"),
                  ("kora resource pack --kind ''", 4, "entities"), ("kora resource ''", 2, "unpack"),
-                 ("kora translate --al", 2, "--alignment")]
+                 ("kora translate --al", 2, "--alignment"), ("kora translate -m ''", 3, "full"),
+                 ("kora pack --phrases phr", 3, "phrases.en-zh"), ("kora man", 1, "manual")]
         for words, at, wanted in cases:
             script = (f"source manual/kora.bash; COMP_WORDS=({words}) COMP_CWORD={at}; _kora; "
                       "printf '%s\\n' \"${COMPREPLY[@]}\"")

@@ -82,6 +82,10 @@ def node(step):
     return lambda content: node_header(content) + step
 
 
+def phrase_code(which):  # a code of the first entry of the first block
+    return lambda content: 5 + 2 * content[4] + which
+
+
 def drop(count):
     def change(content):
         del content[-count:]
@@ -245,6 +249,9 @@ STRUCTURE = {
         ("keys out of order", put(lambda c: lm_tree(c) + 20, "<H", 0)),
         ("a link that leaves the tree", put(lambda c: lm_tree(c) + 14, "<H", 50000)),
         ("a link backwards", put(lambda c: lm_tree(c) + 22, "<H", 2)),
+        ("a tree of no nodes", put(lm_tree, "<I", 0)),
+        ("a tree of a node less", add(lm_tree, "<I", -1)),
+        ("a header with a child less", add(lambda c: lm_tree(c) + 6, "<H", -1)),
         ("bytes at the end", extend(b"12345678")),
     ],
     "phrases": [
@@ -278,11 +285,16 @@ STRUCTURE = {
         ("an entry of no words", put(4, "<B", 0)),
         ("an entry of 15 words", put(4, "<B", 15)),
         ("a word beyond the vocabulary", put(5, "<H", 65000)),
+        ("a tag word that the vocabulary does not have", put(5, "<H", 255)),
+        ("a code beyond the samples", put(phrase_code(0), "<B", 255)),
+        ("a reordering index beyond the last", put(phrase_code(3), "<B", 216)),
     ],
     "phrases.quant": [
         ("-1 samples", put(0, "<i", -1)),
         ("2^30 samples", put(0, "<i", 1 << 30)),
         ("one sample less", add(0, "<i", -1)),
+        ("no samples", lambda c: c.__setitem__(
+            slice(0, 4 + 4 * struct.unpack_from("<i", c, 0)[0]), bytes(4))),
         ("a sample that is no number", put(4, "<f", float("nan"))),
         ("a sample above the next", put(4, "<f", 1e9)),
         ("bytes at the end", extend(b"1234")),
@@ -344,10 +356,15 @@ STRUCTURE = {
     "decoder.conf": [
         ("another language model file", replace(b"\nlm\n", b"\nml\n")),
         ("a stack of 0", replace(b"[stack]\n100", b"[stack]\n0")),
+        ("a stack of 1001", replace(b"[stack]\n100", b"[stack]\n1001")),
+        ("options of 5000", replace(b"[option]\n20", b"[option]\n5000")),
+        ("a beam of words", replace(b"[beam]\n", b"[beam]\n9 or so ")),
+        ("a weight that is no number", replace(b"[lang-weight]\n0.5", b"[lang-weight]\nnan")),
         ("another version of the entries", replace(b"[compress]\n1", b"[compress]\n0")),
     ],
     "engine.conf": [
         ("an unknown direction", replace(b"zh-en", b"zh-xx")),
+        ("a direction from Thai", replace(b"zh-en", b"th-en")),
         ("a rule file that is not there", replace(b"\nrules\n", b"\nnowhere\n")),
         ("names in the place of words", replace(b"[segment]\nsegment", b"[segment]\nsegment-names")),
     ],

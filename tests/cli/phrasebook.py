@@ -22,6 +22,11 @@ RESOURCES = {
     "caps.txt": "Yesterday Anna saw Beijing and London .\nThen Anna went to Beijing , London .\n",
     "bad": "a ||| b ||| x\n",
     "tiny": "ab\n",
+    "nothing": "",
+    "escaped": "it &apos;s ||| 它 ||| 1 1 1 1\nIt ||| 它 ||| 1 1 1 1\n",
+    "long.en": "good morning\n" + ("water " * 101 + "\n") * 4,
+    "long.zh": "早上好\n" + "水\n" * 4,
+    "thai.conf": "[direction]\nth-en\n\n[decoder]\ndecoder.conf\n",
     "foreign.conf": "[decoder]\ndecoder.conf\n",
     "rules-en.txt": "%direction en-zh\n(ai) dollars ||| (ai)美元 ||| MONEY\n"
                     "#: 25 dollars => 25美元\n",
@@ -86,6 +91,9 @@ def write_all(folder):
     (folder / "words.txt").write_text("".join(
         f"{word} {count}{' nr' if word in ('王明', '李国明', '张伟') else ''}\n"
         for word, count in sorted(counts.items())), "utf-8")
+    (folder / "text.gb").write_text("".join(pair[1] + "\n" for pair in PAIRS), "gb18030")
+    (folder / "folder").mkdir()
+    (folder / "folder" / "kept").write_text("precious\n")
     for side, name in enumerate(("text.en", "text.zh")):
         (folder / name).write_text("".join(
             (pair[side].capitalize().replace(" .", ".").replace(" ?", "?") if side == 0

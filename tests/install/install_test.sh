@@ -24,6 +24,10 @@ for page in kora $("$prefix/bin/kora" --help | sed -n '/^Subcommands:/,$s/^  \([
       { echo "$page is not a clean man page"; exit 1; }
   fi
 done
+for page in "$source"/docs/format-*.md; do  # and one for each file format
+  name=$(basename "$page" .md)
+  [ -s "$prefix/share/man/man5/kora-${name#format-}.5" ] || { echo "no man page for $page"; exit 1; }
+done
 [ "$(ls "$prefix/share/man/man1" | wc -l)" -gt 15 ] || { echo 'man pages are missing'; exit 1; }
 if command -v bash > /dev/null; then
   # shellcheck disable=SC2016

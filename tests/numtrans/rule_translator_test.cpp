@@ -100,7 +100,18 @@ TEST(RuleTranslator, PrintsItsRules) {
   const kora_test::TempFolder folder;
   make<EcNumTranslator>(rules)->print_rules(folder.path("printed").c_str());
   EXPECT_EQ(kora_test::read_file(folder.path("printed")),
-            rules[0] + "\n\n" + rules[2] + "\n" + rules[3] + "\n");
+            rules[0] +
+                "\n\n(ai) ||| s0>1&&s0<9 |||   ||| (ci) ||| NUM\n"
+                "(ai) |||   ||| t0=s0*2;t1=(3) ||| x ||| NUM\n");
+  // A line just below the limit, and tokens that would join, read back as they were.
+  std::string longest = "(ai) ||| s0>0";
+  while (longest.size() < 10180) {
+    longest += "&&s0>0";
+  }
+  const std::vector<std::string> odd = {longest + " |||   ||| x ||| NUM",
+                                        "(ai) ||| s0 s1! =1& &2> =3== =4 |||   ||| x ||| NUM"};
+  make<EcNumTranslator>(odd)->print_rules(folder.path("printed").c_str());
+  EXPECT_EQ(kora_test::read_file(folder.path("printed")), odd[0] + "\n" + odd[1] + "\n");
   EXPECT_THROW(make<EcNumTranslator>(rules)->print_rules("/no/such/folder/x"), std::runtime_error);
   EXPECT_THROW(EcNumTranslator("/no/such/file"), std::runtime_error);
 }

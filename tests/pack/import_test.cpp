@@ -144,9 +144,10 @@ TEST(PhraseText, ReadsTablesAndReordering) {
   const TempFolder folder;
   const std::string table =
       "a b ||| c ||| 0.5 0.25 0.5 0.125 ||| 0-0 1-0 ||| 4 2 1 ||| |||\n"
-      "a ||| b c|||1 1 1 0 2.718\n"
+      "a ||| b c ||| 1 1 1 0\n"
       "\n"
       "far ||| a ||| 1 1 1 1\n"
+      "||||| a : ||| |||| ||| 1 1 1 1\n"  // phrases may hold bars
       "c ||| ||| 0.5 0.5 0.5 0.5\n";
   const std::string reordering =
       "a b ||| c ||| 0.5 0.25 0.25 0.2 0.3 0.5\n"
@@ -162,8 +163,8 @@ TEST(PhraseText, ReadsTablesAndReordering) {
     read_reordering_table(write("reordering", tables[1]), id_of, id_of, builder);
     const phrase_text_report_t report =
         read_phrase_table(write("table", tables[0]), id_of, id_of, builder);
-    EXPECT_EQ(report.lines, 4U);
-    EXPECT_EQ(report.unknown_words, 1U);
+    EXPECT_EQ(report.lines, 5U);
+    EXPECT_EQ(report.unknown_words, 2U);
     EXPECT_EQ(report.floored, 1U);
     const auto built = builder.write(folder.path("packed-table"));
     EXPECT_EQ(built.written, 3U);

@@ -136,6 +136,11 @@ TEST_F(Chains, RefuseLanguagesWithoutOne) {
     EXPECT_EQ(message_of([&] { make(LangType::kEnglish, language, {}); }),
               "Invalid target language type!");
   }
+  for (int code = -1; code <= 14; ++code) {
+    const auto language = static_cast<LangType>(code);
+    const std::string message = message_of([&] { make(LangType::kEnglish, language, {}); });
+    EXPECT_EQ(has_postprocessor(language), message != "Invalid target language type!") << code;
+  }
   EXPECT_EQ(message_of([&] {
               Processor(LangType::kEnglish, LangType::kChinese, folder_.path("none"), "");
             }),

@@ -180,6 +180,26 @@ TEST(Progress, LineOfTheBar) {
     EXPECT_EQ(ProgressBar::line("stage", done, 61),
               stage + std::string(30, '#') + "] 100 %  1:01 taken");
   }
+  ::testing::internal::CaptureStderr();
+  {
+    ProgressBar bar(true);
+    bar.update("stage", 0);
+    bar.say("a line");  // the bar goes, the line stays
+    bar.update("stage", 1);
+  }
+  EXPECT_EQ(::testing::internal::GetCapturedStderr(),
+            "\r" + ProgressBar::line("stage", 0, 0) + "\033[K\r\033[Ka line\n\r" +
+                ProgressBar::line("stage", 1, 0) + "\033[K\n");
+}
+
+TEST(Progress, TextOfAFilter) {
+  LineProgress progress(false, 1000);
+  EXPECT_EQ(progress.text(0), "0 lines");
+  for (int i = 0; i < 10; ++i) {
+    progress.read(25);
+    progress.wrote_line();
+  }
+  EXPECT_EQ(progress.text(4), "10 lines, 3 lines/s, 25 %, 0:12 left");
 }
 
 }  // namespace

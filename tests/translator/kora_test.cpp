@@ -149,6 +149,43 @@ kora_c_translator* opened(const std::string& folder, std::int32_t expected = KOR
   return translator;
 }
 
+// What is wrong with a folder, and with which of its files.
+TEST_F(Kora, SaysWhichFileAndWhy) {
+  const auto message_for = [&](const std::string& name, const std::string* content) {
+    const TempFolder damaged;
+    fs::copy(folder(), damaged.path(), fs::copy_options::recursive);
+    fs::remove(damaged.path(name));
+    if (content != nullptr) {
+      damaged.write(name, *content);
+    }
+    kora_c_translator* translator = nullptr;
+    char* message = nullptr;
+    const std::string path = damaged.path();
+    kora_c_open(1, nullptr, 0, path.data(), path.size(), 0, &translator, &message);
+    std::string text = message == nullptr ? "opened" : message;
+    kora_c_free(message);
+    for (std::size_t at = 0; (at = text.find(path)) != std::string::npos;) {
+      text.replace(at, path.size(), "F");
+    }
+    return text;
+  };
+  const std::string two = "ab";
+  const std::string conf = "[stack]\n0\n";
+  EXPECT_EQ(message_for("lm", nullptr),
+            "failed to create SharedMember: failed to open file in PackedLM: F/lm: No such file or "
+            "directory");
+  EXPECT_EQ(message_for("lm", &two),
+            "failed to create SharedMember: damaged file in PackedLM: F/lm");
+  EXPECT_EQ(message_for("target.vocab", &two),
+            "failed to create SharedMember: can't read file in StringIndex::load(): "
+            "F/target.vocab");
+  EXPECT_EQ(message_for("phrases.nodes", nullptr),
+            "failed to open nodes file in CompactTransModel: F/phrases.nodes: No such file or "
+            "directory");
+  EXPECT_EQ(message_for("decoder.conf", &conf),
+            "illegal stack limit in Parameter::initialize(): F/decoder.conf");
+}
+
 TEST_F(Kora, FacesGiveTheSameBytesOnEightThreads) {
   ASSERT_EQ(kora_initialize(1, conf().c_str(), folder().c_str()), 0);
   auto* handle = kora_create_decoder(1);
@@ -335,7 +372,10 @@ TEST_F(Kora, RefusesBadArguments) {
   };
   EXPECT_EQ(open(34, "", path, 0), KORA_C_BAD_DIRECTION);
   EXPECT_EQ(open(-1, "", path, 0), KORA_C_BAD_DIRECTION);
-  EXPECT_EQ(open(4, "", path, 0), KORA_C_BAD_DIRECTION);  // from Thai
+  for (const std::string_view name : {"th-en", "zh-es", "en-fr", "zh-de"}) {  // no way in or out
+    EXPECT_EQ(open(kora_c_find_direction(name.data(), name.size()), "", path, 0),
+              KORA_C_BAD_DIRECTION);
+  }
   EXPECT_EQ(open(1, "", "", 0), KORA_C_BAD_ARGUMENT);
   EXPECT_EQ(open(1, "", path + '\0', 0), KORA_C_BAD_ARGUMENT);
   EXPECT_EQ(open(1, "", path, 4), KORA_C_BAD_ARGUMENT);

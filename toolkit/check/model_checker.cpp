@@ -1,6 +1,7 @@
 #include "toolkit/check/model_checker.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <exception>
@@ -10,6 +11,7 @@
 
 #include "common/byte_reader.h"
 #include "common/mapped_file.h"
+#include "common/pick_conf.h"
 #include "decoder/compressor.h"
 #include "decoder/target_data.h"
 #include "decoder/vocab.h"
@@ -91,6 +93,16 @@ void check_vocab(FileReport report, const std::string& path, decoder::Vocab& voc
 void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std::size_t words,
                      std::uint64_t& ngrams) {
   const std::size_t count = nodes.size() / 8;
+  if (count == 0) {
+    return report.wrong(at("tree", index), "has no nodes");
+  }
+  std::vector<bool> reached(count);
+  const auto reach = [&](std::size_t node) {
+    if (reached[node]) {
+      report.wrong(at("tree", index) + ", " + at("node", node), "reached twice");
+    }
+    reached[node] = true;
+  };
   // The group that begins at `first` is sound: keys ascend and stay inside.
   const auto check_group = [&](std::size_t first, std::size_t parent) {
     const std::string place = at("tree", index) + ", " + at("node", first);
@@ -98,6 +110,7 @@ void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std
     if (first != 0 && first <= parent) {
       return report.wrong(place, "link leads backwards");
     }
+    reach(first);
     if (key != kGroupKey) {
       return;
     }
@@ -112,11 +125,9 @@ void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std
         return report.wrong(at("tree", index) + ", " + at("node", i), "keys out of order");
       }
       last = child;
+      reach(i);
     }
   };
-  if (count == 0) {
-    return;
-  }
   check_group(0, 0);
   for (std::size_t i = 0; i < count; ++i) {
     const unsigned char* node = nodes.data() + i * 8;
@@ -141,9 +152,13 @@ void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std
       check_group(link - 1U, i);
     }
   }
+  const auto lost = std::count(reached.begin(), reached.end(), false);
+  if (lost > 0) {
+    report.wrong(at("tree", index), std::to_string(lost) + " nodes that no link reaches");
+  }
 }
 
-void check_lang_model(FileReport report, std::size_t words) {
+void check_lang_model(FileReport report, const decoder::Vocab& target) {
   const auto file = report.open();
   if (!file) {
     return;
@@ -153,6 +168,7 @@ void check_lang_model(FileReport report, std::size_t words) {
   std::uint16_t heads = 0;
   float offset = 0;
   std::int32_t positions = 0;
+  const std::size_t words = decoder::Vocab::kFirstWordId + target.word_count();
   if (!reader.read_u16(heads) || heads == 0) {
     return report.wrong("byte 0", "no words");
   }
@@ -194,6 +210,13 @@ void check_lang_model(FileReport report, std::size_t words) {
     if (position < last || position > bytes.size()) {
       return report.wrong(place, "position out of order or outside the file");
     }
+    // The builder fills up with zeros so that nodes stand on eight bytes.
+    const bytes_t between = bytes.subspan(last, position - last);
+    if (between.size() >= 8 ||
+        std::any_of(between.begin(), between.end(), [](unsigned char byte) { return byte != 0; })) {
+      report.wrong(at("byte", last),
+                   std::to_string(between.size()) + " bytes that no tree reaches");
+    }
     last = position;
     if (i == trees) {
       if (position != bytes.size()) {
@@ -222,16 +245,48 @@ struct phrase_check_t {
   bytes_t heads;
   bytes_t nodes;
   bytes_t data;
-  std::size_t source_words = 0;
-  std::size_t target_words = 0;
+  const decoder::Vocab* source = nullptr;
+  const decoder::Vocab* target = nullptr;
   const decoder::Compressor* compressor = nullptr;
   bool compact = false;
+  std::vector<int> phrase;  // source ids on the way to the block that is read
   std::uint64_t sources = 0;
   std::uint64_t targets = 0;
   std::uint64_t block_bytes = 0;  // of all blocks read; more than the file when they overlap
   std::vector<bool> seen;         // records of the trie
   std::vector<bool> seen_blocks;  // by where they begin
 };
+
+// Whether the source phrase has the span that a tag word of a target phrase stands for: the digit
+// says which one of those with the same tag.
+bool matches_source(const phrase_check_t& check, int id) {
+  int base = 0;
+  int index = 0;
+  if (!decoder::Vocab::get_ne_info(id, base, index)) {
+    return true;
+  }
+  const std::string_view tag = check.target->decode(base);
+  const auto spans = std::count_if(check.phrase.begin(), check.phrase.end(),
+                                   [&](int word) { return check.source->decode(word) == tag; });
+  return index < spans;
+}
+
+// The codes of the compact entry at the front of `block`, which is whole.
+void check_codes(FileReport& report, const phrase_check_t& check, const std::string& place,
+                 bytes_t block) {
+  const auto& lists = check.compressor->quantifiers();
+  const bytes_t codes = block.subspan(1 + 2 * std::size_t{block.front()});
+  for (std::size_t i = 0; i < lists.size(); ++i) {
+    if (codes[i] >= lists[i].samples().size()) {
+      report.wrong(place, "a code beyond the samples of " + at("score", i));
+    }
+  }
+  for (std::size_t i = lists.size(); i < lists.size() + 2; ++i) {
+    if (codes[i] >= decoder::Compressor::kReorderIndexes) {
+      report.wrong(place, "a reordering index beyond 215");
+    }
+  }
+}
 
 void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset) {
   const std::string place = at("block at byte", offset);
@@ -255,15 +310,22 @@ void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset
   entries.view(block);
   entries.begin();
   try {
+    std::size_t begin = 0;
     for (decoder::target_entry_t entry; entries.next(check.compressor, entry);) {
       ++check.targets;
+      if (check.compact) {
+        check_codes(report, check, place, block.subspan(begin));
+        begin += 1 + 2 * std::size_t{entry.word_count} + check.compressor->quantifiers().size() + 2;
+      }
       if (entry.word_count == 0 || !entry.fits()) {
         report.wrong(place, "a phrase of " + std::to_string(entry.word_count) + " words");
         continue;
       }
       for (const int id : entry.words()) {
-        if (id < 0 || static_cast<std::size_t>(id) >= check.target_words) {
-          report.wrong(place, "word id beyond the target vocabulary");
+        if (!check.target->has_id(id)) {
+          report.wrong(place, "a word id that the target vocabulary does not have");
+        } else if (!matches_source(check, id)) {
+          report.wrong(place, "a tag word that stands for no span of the source phrase");
         }
       }
       for (std::size_t i = 0; i < entry.score_count; ++i) {
@@ -318,9 +380,11 @@ void check_phrase_group(FileReport& nodes, FileReport& data, phrase_check_t& che
       nodes.wrong(here, "keys out of order");
     }
     last = key;
-    if (key >= check.source_words) {
-      nodes.wrong(here, "word id beyond the source vocabulary");
+    if (!check.source->has_id(key)) {
+      nodes.wrong(here, "a word id that the source vocabulary does not have");
     }
+    check.phrase.resize(static_cast<std::size_t>(depth) - 1);
+    check.phrase.push_back(key);
     if (link == 0) {
       nodes.wrong(here, "link of 0");
       continue;
@@ -370,13 +434,14 @@ void check_phrases(check_report_t& out, const std::string& path, phrase_check_t&
   if (trailing != check.seen.size()) {
     head.wrong("end", "another number of records than .nodes has");
   }
-  if (count > check.source_words) {
+  if (count > decoder::Vocab::kFirstWordId + check.source->word_count()) {
     head.wrong("byte 0", "more words than the source vocabulary");
   }
   for (std::uint64_t w = 0; w < count; ++w) {
     const unsigned char* entry = check.heads.data() + w * 8;
     const auto offset = common::load_le<std::uint32_t>(entry);
     const auto group = common::load_le<std::uint32_t>(entry + 4);
+    check.phrase.assign(1, static_cast<int>(w));
     if (offset != kNone) {
       if (offset >= check.data.size()) {
         head.wrong(at("word", w), "its block leaves the data file");
@@ -419,6 +484,9 @@ std::optional<decoder::Compressor> check_quantifier(FileReport report, const std
     for (std::size_t i = 0; i < compressor.quantifiers().size(); ++i) {
       const auto& samples = compressor.quantifiers()[i].samples();
       bytes += 4 + 4 * samples.size();
+      if (samples.empty()) {
+        report.wrong(at("score", i), "no samples");
+      }
       if (samples.size() > 256) {
         report.wrong(at("score", i), "more than 256 samples");
       }
@@ -442,6 +510,40 @@ std::optional<decoder::Compressor> check_quantifier(FileReport report, const std
   }
 }
 
+// Values that the engine would read as something else than what stands there, and searches that
+// apps refuse.
+void check_parameters(FileReport report) {
+  std::vector<std::string> lines;
+  try {
+    common::PickConf(report.path(), lines);
+  } catch (const std::runtime_error& error) {
+    return report.wrong("", error.what());
+  }
+  const auto check_number = [&](std::string_view section, auto number) {
+    std::string value;
+    if (!common::find_conf(lines, std::string(section), value)) {
+      return;
+    }
+    const char* end = value.data() + value.size();
+    const auto result = std::from_chars(value.data(), end, number);
+    if (result.ec != std::errc() || result.ptr != end ||
+        !std::isfinite(static_cast<double>(number))) {
+      report.wrong(std::string(section), "'" + value + "' is no number");
+    } else if ((section == "[stack]" || section == "[option]") && number > decoder::kWidestSearch) {
+      report.wrong(std::string(section), "above " + std::to_string(decoder::kWidestSearch) +
+                                             ", which apps refuse to open");
+    }
+  };
+  for (const char* section : {"[stack]", "[option]", "[distort]", "[ngram]"}) {
+    check_number(section, std::int32_t{0});
+  }
+  for (const char* section :
+       {"[beam]", "[distort-weight]", "[word-weight]", "[unknown-weight]", "[reorder-weight]",
+        "[lang-weight]", "[trans-weight]", "[phrase-weight]"}) {
+    check_number(section, 0.0F);
+  }
+}
+
 }  // namespace
 
 check_report_t check_model_folder(const model_folder_t& folder, bool with_manifest) {
@@ -453,6 +555,12 @@ check_report_t check_model_folder(const model_folder_t& folder, bool with_manife
   } catch (const std::exception& error) {
     out.problems.emplace_back(error.what());
   }
+  const std::string no_direction = why_not_translated(folder.engine.direction);
+  if (!no_direction.empty()) {
+    out.problems.push_back(folder.engine_path() + ": direction " + folder.engine.direction.name() +
+                           ": " + no_direction + "; use one of: " + direction_names());
+  }
+  check_parameters({out, folder.file(folder.engine.decoder)});
   const decoder::Parameter& p = folder.decoder;
   const auto path = [&](const std::string& name) { return folder.file(name); };
   decoder::Vocab source;
@@ -461,10 +569,7 @@ check_report_t check_model_folder(const model_folder_t& folder, bool with_manife
   check_vocab({out, path(p.target_vocab)}, path(p.target_vocab), target);
   target.encode("<s>");
   target.encode("</s>");
-  const auto ids = [](const decoder::Vocab& vocab) {
-    return decoder::Vocab::kFirstWordId + vocab.word_count();
-  };
-  check_lang_model({out, path(p.lang_model)}, ids(target));
+  check_lang_model({out, path(p.lang_model)}, target);
 
   const int score_size = p.prune ? 7 : 9;
   std::optional<decoder::Compressor> compressor;
@@ -473,8 +578,8 @@ check_report_t check_model_folder(const model_folder_t& folder, bool with_manife
     compressor = check_quantifier({out, name}, name, score_size);
   }
   phrase_check_t phrases;
-  phrases.source_words = ids(source);
-  phrases.target_words = ids(target);
+  phrases.source = &source;
+  phrases.target = &target;
   phrases.compact = p.compress;
   phrases.compressor = compressor ? &*compressor : nullptr;
   decoder::TargetData::s_score_size = score_size;

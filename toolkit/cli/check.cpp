@@ -41,9 +41,9 @@ int check(const options_t& options) {
 }  // namespace
 
 void add_check(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command = program.add_subcommand(
-      "check", "Check a model folder completely; each problem is a line: file, place, remedy");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "check",
+      "Check a model folder completely; each problem is a line: file, place, remedy", check);
   add_model_options(*command, options->model);
   command->add_flag("--no-manifest", options->no_manifest,
                     "Do not compare with the manifest, for a folder made by other means");
@@ -51,7 +51,6 @@ void add_check(CLI::App& program, run_t& run) {
       "Examples:\n  kora check -m models/en-zh\n"
       "  kora check -m other --config other.conf --direction en-zh --no-manifest\n"
       "Exit code 1 when anything is wrong.");
-  command->callback([&run, options] { run = [options] { return check(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

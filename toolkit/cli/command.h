@@ -31,6 +31,24 @@ inline constexpr const char* kExitCodeLine =
 // gives the exit code.
 using run_t = std::function<int()>;
 
+// A command and the record that its options are read into.
+template <class Options>
+struct added_t {
+  CLI::App* command;
+  std::shared_ptr<Options> options;
+};
+
+// Adds a command under `parent`, which is the program or a command with commands of its own. When
+// it is said, `run` becomes body(*options), which gives the exit code.
+template <class Options, class Body>
+added_t<Options> add_command(CLI::App& parent, run_t& run, const std::string& name,
+                             const std::string& description, Body body,
+                             std::shared_ptr<Options> options = std::make_shared<Options>()) {
+  CLI::App* command = parent.add_subcommand(name, description);
+  command->callback([&run, options, body] { run = [options, body] { return body(*options); }; });
+  return {command, options};
+}
+
 // The options with which every subcommand that reads a model folder names it.
 struct model_options_t {
   std::string model;
@@ -43,6 +61,8 @@ void add_model_options(CLI::App& command, model_options_t& options);
 // models/en-zh, else the only folder in models.
 std::string choose_model(const std::string& named);
 model_folder_t open_model(const model_options_t& options);
+// The folder's direction can be translated; an error of the model otherwise.
+void require_translation(const model_folder_t& folder);
 textProcess::LangType source_type(const model_folder_t& folder);
 std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder);
 

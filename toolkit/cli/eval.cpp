@@ -41,6 +41,12 @@ void print_row(const char* name, std::span<const Stats> base, std::span<const St
 }
 
 int evaluate(const options_t& options) {
+  if (options.tokenizer.empty() &&
+      language_type(options.language) == textProcess::LangType::kNone) {
+    throw CLI::ValidationError("--language", "'" + options.language +
+                                                 "' is no language code; use one of: " +
+                                                 language_codes() + ", or say --tokenizer");
+  }
   std::vector<std::vector<std::string>> references;
   for (const std::string& path : options.references) {
     references.push_back(read_lines(path));
@@ -53,6 +59,9 @@ int evaluate(const options_t& options) {
   const ChrfScorer chrf_scorer(references, options.lower_case);
 
   const std::vector<std::string> base = read_lines(options.translation);
+  if (base.empty() && references.front().empty()) {
+    throw std::runtime_error(options.translation + ": an empty file; there is nothing to score");
+  }
   const std::vector<BleuStats> base_bleu = bleu_scorer.sentences(base);
   const std::vector<ChrfStats> base_chrf = chrf_scorer.sentences(base);
   std::vector<BleuStats> other_bleu;
@@ -63,6 +72,10 @@ int evaluate(const options_t& options) {
     other_chrf = chrf_scorer.sentences(other);
   }
 
+  if (!other_bleu.empty()) {
+    std::printf("score  %s (95 %%)  %s (95 %%)  difference  chance\n", options.translation.c_str(),
+                options.other.c_str());
+  }
   BootstrapOptions bootstrap_options;
   bootstrap_options.samples = options.samples;
   print_row<BleuStats>("BLEU", base_bleu, other_bleu, bootstrap_options,
@@ -82,9 +95,8 @@ int evaluate(const options_t& options) {
 }  // namespace
 
 void add_eval(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command =
-      program.add_subcommand("eval", "Score translations: BLEU and chrF with 95 % intervals");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "eval", "Score translations: BLEU and chrF with 95 % intervals", evaluate);
   command->add_option("translation", options->translation, "Translations, a line each")->required();
   command
       ->add_option("-r,--reference", options->references,
@@ -104,7 +116,6 @@ void add_eval(CLI::App& program, run_t& run) {
       ->check(CLI::Range(10, 100000))
       ->capture_default_str();
   command->footer("Example:\n  kora eval out.zh -r test.zh -l zh");
-  command->callback([&run, options] { run = [options] { return evaluate(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

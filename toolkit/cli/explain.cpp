@@ -21,10 +21,7 @@ struct options_t {
 
 int explain(const options_t& options) {
   const model_folder_t folder = open_model(options.model);
-  if (!translator::can_split(source_type(folder))) {
-    throw std::runtime_error("text in '" + std::string(folder.engine.direction.source) +
-                             "' cannot be cut into sentences; use a model for another direction");
-  }
+  require_translation(folder);
   const auto handle = open_handle(folder);
   const std::vector<road_t> roads =
       explain_line(*handle,
@@ -47,9 +44,8 @@ int explain(const options_t& options) {
 }  // namespace
 
 void add_explain(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command =
-      program.add_subcommand("explain", "Show how a translation came about, step by step");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "explain", "Show how a translation came about, step by step", explain);
   add_model_options(*command, options->model);
   command->add_option("text", options->text, "What to translate")->required();
   command->add_flag("--json", options->json, "Print everything as JSON");
@@ -60,7 +56,6 @@ void add_explain(CLI::App& program, run_t& run) {
   command->footer(
       "Examples:\n  kora explain 'Where is the station?'\n"
       "  kora explain --html road.html 'Where is the station?'");
-  command->callback([&run, options] { run = [options] { return explain(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

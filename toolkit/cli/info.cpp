@@ -61,11 +61,10 @@ int show(const model_options_t& options) {
 }  // namespace
 
 void add_info(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<model_options_t>();
-  CLI::App* command = program.add_subcommand("info", "Say what a model folder holds");
+  const auto [command, options] =
+      add_command<model_options_t>(program, run, "info", "Say what a model folder holds", show);
   add_model_options(*command, *options);
   command->footer("Example:\n  kora info -m models/en-zh");
-  command->callback([&run, options] { run = [options] { return show(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

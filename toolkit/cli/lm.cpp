@@ -101,17 +101,16 @@ int score_text(const options_t& options) {
 }  // namespace
 
 void add_lm(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command = program.add_subcommand(
-      "lm",
+  const auto [command, options] = add_command<options_t>(
+      program, run, "lm",
       "Score lines of target words with the language model: each word, the length of the n-gram "
-      "that was used, its score (natural logarithm), and what backing off cost");
+      "that was used, its score (natural logarithm), and what backing off cost",
+      score_text);
   add_model_options(*command, options->model);
   command->add_flag("--perplexity", options->total_only, "Only the sum of the whole text");
   command->footer(
       "Words stand apart by blanks, as the decoder writes them.\n"
       "Example:\n  kora lm -m models/en-zh --perplexity < words.zh");
-  command->callback([&run, options] { run = [options] { return score_text(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

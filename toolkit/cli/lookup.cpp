@@ -26,11 +26,16 @@ int look_up(const options_t& options) {
   handle->DoPreprocess(text, words);
   const decoder::SharedMember& models = handle->translator().models();
   std::vector<int> ids;
+  std::string looked_for;  // what the text steps made of the phrase
   for (const common::word_node_t& node : words.words()) {
+    // A span with a fixed translation is in the table under its tag.
+    const char* word = node.tag != nullptr ? node.tag : node.word;
+    looked_for += (looked_for.empty() ? "" : " ") + std::string(word);
     int id = 0;
-    if (!models.source_vocab->find(node.word, id)) {
-      throw std::runtime_error("the source vocabulary does not hold '" + std::string(node.word) +
-                               "'");
+    if (!models.source_vocab->find(word, id)) {
+      throw std::runtime_error(
+          "the source vocabulary does not hold '" + std::string(word) + "'" +
+          (node.tag != nullptr ? ", the tag of '" + std::string(node.word) + "'" : ""));
     }
     ids.push_back(id);
   }
@@ -43,7 +48,10 @@ int look_up(const options_t& options) {
   table.search_sentence(ids, cells);
   decoder::TargetData& block = cells[0][ids.size() - 1];
   if (block.empty()) {
-    throw std::runtime_error("the phrase table does not hold this phrase");
+    throw std::runtime_error("the phrase table does not hold '" + looked_for + "'");
+  }
+  if (looked_for != options.phrase) {
+    std::fprintf(stderr, "looked for '%s'\n", looked_for.c_str());
   }
   LineWriter writer(STDOUT_FILENO);
   writer.write(
@@ -87,13 +95,12 @@ int look_up(const options_t& options) {
 }  // namespace
 
 void add_lookup(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command = program.add_subcommand(
-      "lookup", "Show the translations of one phrase, with their scores (natural logarithms)");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "lookup",
+      "Show the translations of one phrase, with their scores (natural logarithms)", look_up);
   add_model_options(*command, options->model);
   command->add_option("phrase", options->phrase, "1 to 8 words, as people write them")->required();
   command->footer("Example:\n  kora lookup -m models/en-zh 'good morning'");
-  command->callback([&run, options] { run = [options] { return look_up(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -113,15 +113,18 @@ std::string usage(const CLI::App& command) {
   return line + "\n";
 }
 
-// A footer is notes, then "Example:" or "Examples:" and indented lines.
+// A footer is notes, then "Example:" or "Examples:" and indented lines, then the exit codes.
+std::string notes(const std::string& footer) {
+  const std::string text =
+      footer.substr(0, std::min(footer.find("Example"), footer.find(kExitCodeLine)));
+  return text.empty() ? "" : ".PP\n" + roff(text) + (text.back() == '\n' ? "" : "\n");
+}
+
 void put_footer(std::string& out, std::string footer) {
   if (const std::size_t at = footer.find(kExitCodeLine); at != std::string::npos) {
     footer.erase(at);
   }
   const std::size_t example = footer.find("Example");
-  if (example > 0 && !footer.empty()) {
-    out += ".SH NOTES\n" + roff(footer.substr(0, example)) + "\n";
-  }
   if (example == std::string::npos) {
     return;
   }
@@ -136,7 +139,9 @@ std::string page(const CLI::App& program, const CLI::App& command) {
   const std::string name = page_name(program, command);
   std::string out = ".TH \"" + name + "\" 1 \"\" \"" + program.version() + "\" \"Kora manual\"\n" +
                     ".SH NAME\n" + roff(name) + " \\- " + roff(command.get_description()) +
-                    "\n.SH SYNOPSIS\n" + usage(command) + ".SH OPTIONS\n";
+                    "\n.SH SYNOPSIS\n" + usage(command) + ".SH DESCRIPTION\n" +
+                    roff(command.get_description()) + ".\n" + notes(command.get_footer()) +
+                    ".SH OPTIONS\n";
   put_options(out, command);
   if (&program == &command) {
     out += ".SH COMMANDS\n";
@@ -152,11 +157,16 @@ std::string page(const CLI::App& program, const CLI::App& command) {
     }
   }
   put_footer(out, command.get_footer());
+  if (&program == &command || command.get_option_no_throw("--model") != nullptr) {
+    out += ".SH ENVIRONMENT\n.TP\n.B KORA_MODEL\nthe model folder when\n.B \\-m\nis not given\n";
+  }
   out +=
       ".SH EXIT STATUS\n.TP\n0\nfine\n.TP\n1\nbad input or a bad model\n.TP\n2\nwrong words on the "
       "command line\n.TP\n3\na file could not be read or written\n";
   if (&program != &command) {
     out += ".SH SEE ALSO\n.BR kora (1)\n";
+  } else {
+    out += ".SH FILES\n.TP\n.I models/en\\-zh\nthe model folder when nothing else is said\n";
   }
   return out;
 }
@@ -174,16 +184,38 @@ std::string completion_words(const CLI::App& command) {
   return names;
 }
 
+// How an option may be written.
+std::vector<std::string> names_of(const CLI::Option& option) {
+  std::vector<std::string> names;
+  for (const std::string& name : option.get_snames()) {
+    names.push_back("-" + name);
+  }
+  for (const std::string& name : option.get_lnames()) {
+    names.push_back("--" + name);
+  }
+  return names;
+}
+
+// What the shell offers for a value that is not one of a list: folders, files, or nothing for a
+// number.
+std::string file_kind(const CLI::Option& option) {
+  if (option.check_lname("model")) {
+    return "directory";
+  }
+  return option.get_type_name().starts_with("TEXT") ? "file" : "none";
+}
+
 // Cases of the completion for a command and what is below it; `words` are the command's own.
 void put_cases(const CLI::App& command, const std::string& words, std::string& values,
                std::string& names) {
   for (const CLI::Option* option : command.get_options()) {
-    const std::string list = listed_values(*option);
-    if (list.empty()) {
+    if (option->get_positional() || !takes_value(*option)) {
       continue;
     }
-    for (const std::string& name : option->get_lnames()) {
-      values += "    '" + words + "--" + name + "') list='" + list + "' ;;\n";
+    const std::string list = listed_values(*option);
+    const std::string given = list.empty() ? "kind=" + file_kind(*option) : "list='" + list + "'";
+    for (const std::string& name : names_of(*option)) {
+      values += "    '" + words + name + "') " + given + " ;;\n";
     }
   }
   names += "    '" + words + "') list='" + completion_words(command) + "' ;;\n";
@@ -205,13 +237,19 @@ std::string completion(const CLI::App& program) {
   }
   return "# bash completion for kora, made by 'kora manual completion'\n"
          "_kora() {\n"
-         "  local word=${COMP_WORDS[COMP_CWORD]} last=${COMP_WORDS[COMP_CWORD-1]} at='' list=''\n"
+         "  local word=${COMP_WORDS[COMP_CWORD]} last=${COMP_WORDS[COMP_CWORD-1]} at='' list='' "
+         "kind=''\n"
          "  [ \"$COMP_CWORD\" -gt 1 ] && at=\"${COMP_WORDS[1]} \"\n"
          "  case $at in\n    " +
          nested +
          ") [ \"$COMP_CWORD\" -gt 2 ] && at+=\"${COMP_WORDS[2]} \" ;;\n  esac\n"
          "  case $at$last in\n" +
-         values + "  esac\n  [ -n \"$list\" ] || case $at in\n" + names +
+         values +
+         "  esac\n"
+         "  if [ -n \"$kind\" ]; then\n"
+         "    [ $kind = none ] || mapfile -t COMPREPLY < <(compgen -A $kind -- \"$word\")\n"
+         "    return\n  fi\n  [ -n \"$list\" ] || case $at in\n" +
+         names +
          "  esac\n  mapfile -t COMPREPLY < <(compgen -W \"$list\" -- \"$word\")\n}\n"
          "complete -o default -F _kora kora\n";
 }
@@ -226,7 +264,8 @@ void add_manual(CLI::App& program, run_t& run) {
   auto options = std::make_shared<options_t>();
   CLI::App* command =
       program.add_subcommand("manual", "Print the man page of a command, or the bash completion");
-  command->group("");  // not for the list of commands
+  command->footer(
+      "Examples:\n  kora manual translate | man -l -\n  source <(kora manual completion)");
   command->add_option("name", options->name, "A command, 'kora', or 'completion'");
   command->add_option("--all", options->folder,
                       "Write all pages and the completion to this folder");

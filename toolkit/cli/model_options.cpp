@@ -2,6 +2,7 @@
 #include <filesystem>
 #include <vector>
 
+#include "common/causes.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/io/interrupt.h"
 
@@ -20,6 +21,10 @@ direction_t direction_named(const std::string& name) {
   if (!direction) {
     throw CLI::ValidationError(
         "--direction", "unknown direction '" + name + "'; use one of: " + direction_names());
+  }
+  if (!can_translate(*direction)) {
+    throw CLI::ValidationError("--direction", name + ": " + why_not_translated(*direction) +
+                                                  "; use one of: " + direction_names());
   }
   return *direction;
 }
@@ -77,6 +82,15 @@ model_folder_t open_model(const model_options_t& options) {
   return folder;
 }
 
+void require_translation(const model_folder_t& folder) {
+  const std::string reason = why_not_translated(folder.engine.direction);
+  if (!reason.empty()) {
+    throw std::runtime_error(folder.engine_path() + ": direction " +
+                             folder.engine.direction.name() + ": " + reason +
+                             "; use a model for one of: " + direction_names());
+  }
+}
+
 textProcess::LangType source_type(const model_folder_t& folder) {
   return language_type(folder.engine.direction.source);
 }
@@ -89,8 +103,8 @@ std::unique_ptr<translator::TransImpl> open_handle(const model_folder_t& folder)
   } catch (const std::bad_alloc&) {
     throw;
   } catch (const std::exception& cause) {
-    throw std::runtime_error(folder.path + ": " + cause.what() + "; 'kora check -m " + folder.path +
-                             "' says what is wrong");
+    throw std::runtime_error(folder.path + ": " + common::with_causes(cause) + "; 'kora check -m " +
+                             folder.path + "' says what is wrong");
   }
 }
 

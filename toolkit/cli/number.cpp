@@ -78,19 +78,14 @@ int convert(const options_t& options) {
 }  // namespace
 
 void add_number(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command = program.add_subcommand(
-      "number", "Read the numbers of standard input, one a line, and write them differently");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "number",
+      "Read the numbers of standard input, one a line, and write them differently", convert);
   command->add_option("from", options->from, "Notation, such as arabic-integer")->required();
   command->add_option("to", options->to, "Notation, such as chinese-integer")->required();
   command->footer(
       "What cannot be read or written becomes '-', and the exit code is 1.\n"
       "Example:\n  echo 3500 | kora number arabic-integer english-integer");
-  command->callback([&run, options] {
-    category(options->from);
-    category(options->to);
-    run = [options] { return convert(*options); };
-  });
 }
 
 }  // namespace koralite::toolkit::cli

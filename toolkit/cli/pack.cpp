@@ -28,9 +28,9 @@ int pack(options_t& options) {
 }  // namespace
 
 void add_pack(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
+  const auto [command, options] =
+      add_command<options_t>(program, run, "pack", "Make a model folder from text models", pack);
   pack_options_t& o = options->pack;
-  CLI::App* command = program.add_subcommand("pack", "Make a model folder from text models");
   command->add_option("--direction", options->direction, "Direction such as en-zh")->required();
   command->add_option("--phrases", o.phrases, "Phrase table: SOURCE ||| TARGET ||| SCORES")
       ->required();
@@ -38,6 +38,8 @@ void add_pack(CLI::App& program, run_t& run) {
   command->add_option("--lm", o.lang_model, "Language model of the target side, ARPA")->required();
   command->add_option("--weights", o.weights, "Weights of the scores of a phrase pair")
       ->capture_default_str();
+  command->add_flag("--keep-escapes", o.keep_escapes,
+                    "Leave words such as &apos; and &#124; as the tables have them");
   command->add_option("--dictionary", o.dictionary, "Chinese words: lines 'word count [tag]'");
   command->add_option("--surnames", o.surnames, "Surnames of Chinese persons, one a line");
   command->add_option("--ambiguous", o.ambiguous, "Chinese strings with a fixed segmentation");
@@ -61,7 +63,6 @@ void add_pack(CLI::App& program, run_t& run) {
       "Examples:\n  kora pack --direction en-zh --phrases phrases.gz --lm zh.arpa -o models/mine\n"
       "  kora pack --direction zh-en --phrases phrases.gz --lm en.arpa --dictionary words.txt \\\n"
       "    --rules data/rules/zh-en.rules --entities names.txt -o models/mine");
-  command->callback([&run, options] { run = [options] { return pack(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -55,6 +55,7 @@ int pack(const options_t& options) {
 auto from_resource(const std::string& path, const auto& read) {
   require_readable(path);
   try {
+    require_resource_file(path);
     return read(path);
   } catch (const std::runtime_error& error) {
     throw std::runtime_error(path + ": " + error.what() +
@@ -87,12 +88,13 @@ int list(const options_t& options) {
 void add_resource(CLI::App& program, run_t& run) {
   auto options = std::make_shared<options_t>();
   CLI::App* command = program.add_subcommand("resource", "Pack, unpack and list resource files");
-  command->require_subcommand(1);
+  command->require_subcommand(0, 1);  // so that an unknown one is named
   command->footer(
       "Examples:\n  kora resource pack --kind rules rules.txt -o rules\n"
       "  kora resource unpack rules");
 
-  CLI::App* packer = command->add_subcommand("pack", "Make a resource file from text");
+  CLI::App* packer =
+      add_command(*command, run, "pack", "Make a resource file from text", pack, options).command;
   packer->add_option("input", options->input, "Text file")->required();
   packer->add_option("-o,--output", options->output, "Resource file")->required();
   packer->add_option("--kind", options->kind, "What the text is")
@@ -100,15 +102,16 @@ void add_resource(CLI::App& program, run_t& run) {
       ->capture_default_str();
   packer->add_flag("--joined", options->joined,
                    "Entities of a source language without blanks between words");
-  packer->callback([&run, options] { run = [options] { return pack(*options); }; });
 
-  CLI::App* unpacker = command->add_subcommand("unpack", "Print the lines of a resource file");
+  CLI::App* unpacker =
+      add_command(*command, run, "unpack", "Print the lines of a resource file", unpack, options)
+          .command;
   unpacker->add_option("input", options->input, "Resource file")->required();
-  unpacker->callback([&run, options] { run = [options] { return unpack(*options); }; });
 
-  CLI::App* lister = command->add_subcommand("list", "Say what a resource file is made of");
+  CLI::App* lister =
+      add_command(*command, run, "list", "Say what a resource file is made of", list, options)
+          .command;
   lister->add_option("input", options->input, "Resource file")->required();
-  lister->callback([&run, options] { run = [options] { return list(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

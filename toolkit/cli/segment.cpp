@@ -108,12 +108,14 @@ void add_segment(CLI::App& program, run_t& run) {
   auto options = std::make_shared<options_t>();
   CLI::App* command =
       program.add_subcommand("segment", "Make segmentation models, and cut text with them");
-  command->require_subcommand(1);
+  command->require_subcommand(0, 1);  // so that an unknown one is named
   command->footer(
       "Examples:\n  kora segment build --words words.txt --surnames surnames.txt -o segment\n"
       "  kora segment cut --dictionary segment --names segment-names < text.zh");
 
-  CLI::App* builder = command->add_subcommand("build", "Make the model files from word lists");
+  CLI::App* builder =
+      add_command(*command, run, "build", "Make the model files from word lists", build, options)
+          .command;
   builder->add_option("--words", options->words, "Words: lines 'word count [tag]'")->required();
   builder->add_option("--surnames", options->surnames,
                       "Surnames, one a line: also writes OUTPUT-names");
@@ -121,13 +123,13 @@ void add_segment(CLI::App& program, run_t& run) {
                       "Strings with a fixed segmentation, blanks between the words: also writes "
                       "OUTPUT-ambiguous");
   builder->add_option("-o,--output", options->output, "The word list model")->required();
-  builder->callback([&run, options] { run = [options] { return build(*options); }; });
 
-  CLI::App* cutter = command->add_subcommand("cut", "Cut standard input into words, line by line");
+  CLI::App* cutter =
+      add_command(*command, run, "cut", "Cut standard input into words, line by line", cut, options)
+          .command;
   cutter->add_option("--dictionary", options->dictionary, "The word list model")->required();
   cutter->add_option("--names", options->names, "The name statistics");
   cutter->add_option("--ambiguous", options->ambiguous, "The strings with a fixed segmentation");
-  cutter->callback([&run, options] { run = [options] { return cut(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -85,9 +85,9 @@ int run_steps(const options_t& options) {
 }  // namespace
 
 void add_step(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command = program.add_subcommand(
-      "step", "Run one text step, or a whole chain, over the lines of standard input");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "step", "Run one text step, or a whole chain, over the lines of standard input",
+      run_steps);
   add_model_options(*command, options->model);
   command->add_option("name", options->name,
                       "A step, or 'source', 'target' or one of the model's two languages for a "
@@ -98,7 +98,6 @@ void add_step(CLI::App& program, run_t& run) {
   command->footer(
       "Examples:\n  kora step -m models/en-zh\n"
       "  echo \"It isn't.\" | kora step -m models/en-zh en --positions");
-  command->callback([&run, options] { run = [options] { return run_steps(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

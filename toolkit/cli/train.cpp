@@ -6,6 +6,7 @@
 #include "toolkit/cli/command.h"
 #include "toolkit/io/interrupt.h"
 #include "toolkit/io/progress.h"
+#include "toolkit/train/input_check.h"
 #include "toolkit/train/trainer.h"
 
 namespace koralite::toolkit::cli {
@@ -16,19 +17,20 @@ struct options_t {
   train_options_t train;
   std::string direction;
   bool plain = false;
+  bool force = false;
 };
 
 int run_training(options_t& options) {
   options.train.direction = direction_named(options.direction);
   options.train.compact = !options.plain;
   catch_interrupts();
-  for (const std::string& path : {options.train.dev_source, options.train.dev_target,
-                                  options.train.recase_text, options.train.sources}) {
+  for (const std::string& path : {options.train.recase_text, options.train.sources}) {
     require_readable(path);
   }
+  check_output_folder(options.train.output, !options.train.dev_source.empty(), options.force);
+  check_training_inputs(options.train);
   ProgressBar bar;
-  train(options.train, interruptible(bar),
-        [](const std::string& text) { std::fprintf(stderr, "%s\n", text.c_str()); });
+  train(options.train, interruptible(bar), [&bar](const std::string& text) { bar.say(text); });
   std::fprintf(stderr, "%s is ready. Try: echo TEXT | kora translate -m %s\n",
                options.train.output.c_str(), options.train.output.c_str());
   return kFine;
@@ -37,15 +39,18 @@ int run_training(options_t& options) {
 }  // namespace
 
 void add_train(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
+  const auto [command, options] = add_command<options_t>(
+      program, run, "train", "Make a model folder from parallel text", run_training);
   train_options_t& o = options->train;
-  CLI::App* command = program.add_subcommand("train", "Make a model folder from parallel text");
   command->add_option("--direction", options->direction, "Direction such as en-zh")->required();
   command->add_option("--source", o.source, "Source side, a sentence a line")->required();
   command->add_option("--target", o.target, "Target side, line by line its translation")
       ->required();
-  command->add_option("--dev-source", o.dev_source, "Sentences to tune the weights on");
-  command->add_option("--dev-target", o.dev_target, "Their translations");
+  CLI::Option* dev_source =
+      command->add_option("--dev-source", o.dev_source, "Sentences to tune the weights on");
+  CLI::Option* dev_target = command->add_option("--dev-target", o.dev_target, "Their translations");
+  dev_source->needs(dev_target);
+  dev_target->needs(dev_source);
   command->add_option("--lm-text", o.lm_text, "More text in the target language");
   command->add_option("--dictionary", o.dictionary, "Chinese words: lines 'word count [tag]'");
   command->add_option("--surnames", o.surnames, "Surnames of Chinese persons, one a line");
@@ -77,6 +82,8 @@ void add_train(CLI::App& program, run_t& run) {
   command->add_option("--max-targets", o.max_targets, "Translations kept per source phrase")
       ->capture_default_str();
   command->add_flag("--plain", options->plain, "Write the plain phrase table, not the compact one");
+  command->add_flag("--force", options->force,
+                    "Replace the folder also when its weights were tuned and these will not be");
   command->add_option("--tune-rounds", o.tune_rounds, "Rounds of tuning at most")
       ->capture_default_str();
   command->add_option("--nbest", o.nbest, "Translations per sentence to tune on")
@@ -86,7 +93,6 @@ void add_train(CLI::App& program, run_t& run) {
       "Examples:\n  kora train --direction en-zh --source a.en --target a.zh -o models/mine\n"
       "  kora train --direction en-zh --source a.en --target a.zh --dev-source dev.en \\\n"
       "    --dev-target dev.zh -t 4 -o models/mine");
-  command->callback([&run, options] { run = [options] { return run_training(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

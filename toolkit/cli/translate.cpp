@@ -1,4 +1,5 @@
 // kora translate: a line filter over the engine.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -18,6 +19,8 @@
 #include "toolkit/explain/word_links.h"
 #include "toolkit/folder/manifest.h"
 #include "toolkit/io/interrupt.h"
+#include "toolkit/io/parallel.h"
+#include "toolkit/io/progress.h"
 #include "toolkit/io/text_lines.h"
 #include "translator/text_translation.h"
 
@@ -117,12 +120,16 @@ std::string translate_line(const options_t& options, const model_folder_t& folde
          '\n';
 }
 
+// Bytes of standard input when it is a file, else 0.
+std::uint64_t size_of_input() {
+  struct stat status {};
+  const bool is_file = fstat(STDIN_FILENO, &status) == 0 && S_ISREG(status.st_mode);
+  return is_file ? static_cast<std::uint64_t>(status.st_size) : 0;
+}
+
 int translate(const options_t& options) {
   const model_folder_t folder = open_model(options.model);
-  if (!translator::can_split(source_type(folder))) {
-    throw std::runtime_error("text in '" + std::string(folder.engine.direction.source) +
-                             "' cannot be cut into sentences; use a model for another direction");
-  }
+  require_translation(folder);
   if (options.check) {
     const auto wrong = verify_manifest(folder, read_manifest(folder.path));
     if (!wrong.empty()) {
@@ -136,7 +143,8 @@ int translate(const options_t& options) {
       table += line + '\n';
     }
   }
-  std::vector<worker_t> workers(options.threads);
+  const std::size_t threads = thread_count(static_cast<unsigned>(options.threads));
+  std::vector<worker_t> workers(threads);
   for (worker_t& worker : workers) {
     worker.handle = open_handle(folder);
     choose_limits(options, *worker.handle);
@@ -157,7 +165,7 @@ int translate(const options_t& options) {
 
   if (!options.bulk.run.output_dir.empty()) {
     return run_bulk(
-        options.bulk, folder, options.threads, settings_of(options, tables),
+        options.bulk, folder, threads, settings_of(options, tables),
         [&](std::size_t worker, const std::string& text) {
           std::string output = translate_line(options, folder, workers[worker], text);
           output.pop_back();  // the line feed
@@ -169,12 +177,16 @@ int translate(const options_t& options) {
   catch_interrupts();
   const bool is_terminal = isatty(STDOUT_FILENO) != 0;
   const bool shows_progress = !is_terminal && isatty(STDERR_FILENO) != 0;
-  std::size_t lines = 0;
+  if (isatty(STDIN_FILENO) != 0) {
+    std::fputs("reading from the terminal; end with ctrl-D\n", stderr);
+  }
+  LineProgress progress(shows_progress, size_of_input());
   LineReader reader(STDIN_FILENO);
   LineWriter writer(STDOUT_FILENO);
   run_ordered(
-      options.threads, [&](std::string& line) { return reader.read(line); },
+      threads, [&](std::string& line) { return reader.read(line); },
       [&](std::size_t worker, const std::string& line) {
+        progress.read(line.size() + 1);
         return translate_line(options, folder, workers[worker], line);
       },
       [&](const std::string& output, bool is_last) {
@@ -182,14 +194,10 @@ int translate(const options_t& options) {
         if (is_last || is_terminal) {
           writer.flush();
         }
-        if (shows_progress && ++lines % 100 == 0) {
-          std::fprintf(stderr, "\r%zu lines", lines);
-        }
+        progress.wrote_line();
       });
   writer.flush();
-  if (shows_progress && lines >= 100) {
-    std::fprintf(stderr, "\r%zu lines\n", lines);
-  }
+  progress.finish();
   return kFine;
 }
 
@@ -199,8 +207,10 @@ void add_translate(CLI::App& program, run_t& run) {
   auto options = std::make_shared<options_t>();
   CLI::App* command = program.add_subcommand("translate", "Translate standard input, line by line");
   add_model_options(*command, options->model);
-  command->add_option("-t,--threads", options->threads, "Threads; the output is the same for any")
-      ->check(CLI::Range(1, 256))
+  command
+      ->add_option("-t,--threads", options->threads,
+                   "Threads, 0: all cores; the output is the same for any")
+      ->check(CLI::Range(0, 256))
       ->capture_default_str();
   CLI::Option* nbest =
       command

@@ -14,6 +14,7 @@
 #include "toolkit/io/interrupt.h"
 #include "toolkit/io/progress.h"
 #include "toolkit/io/text_lines.h"
+#include "toolkit/train/input_check.h"
 #include "toolkit/tune/engine_tuner.h"
 #include "toolkit/tune/limits.h"
 
@@ -145,7 +146,7 @@ int run_limits(const options_t& options) {
 int run_tuning(const options_t& options) {
   catch_interrupts();
   for (const std::string& path : options.references) {
-    require_readable(path);
+    check_same_length(options.source, path);
   }
   model_folder_t folder = open_model_folder(choose_model(options.model));
   const ScratchFolder scratch(folder);
@@ -170,8 +171,7 @@ int run_tuning(const options_t& options) {
   ProgressBar bar;
   const TuneResult result = tune(
       tuner, FolderTuner::weights_of(folder.decoder), tune_options,
-      [](const TuneRound& round) { std::fprintf(stderr, "%s\n", round.bleu.text().c_str()); },
-      interruptible(bar));
+      [&bar](const TuneRound& round) { bar.say(round.bleu.text()); }, interruptible(bar));
   for (std::size_t i = 0; i < result.weights.size(); ++i) {
     std::printf("%-12s %.6g\n", i == kTranslation ? "translation" : kFeatureNames[i].data(),
                 result.weights[i]);
@@ -186,12 +186,16 @@ int run_tuning(const options_t& options) {
   return kFine;
 }
 
+int tune_folder(const options_t& options) {
+  return options.limits ? run_limits(options) : run_tuning(options);
+}
+
 }  // namespace
 
 void add_tune(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command = program.add_subcommand(
-      "tune", "Find better weights for a model folder on sentences with translations");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "tune", "Find better weights for a model folder on sentences with translations",
+      tune_folder);
   command->add_option("-m,--model", options->model,
                       "Model folder [$KORA_MODEL, else models/en-zh, else the only one in models]");
   command->add_option("--source", options->source, "Sentences to tune on")->required();
@@ -224,9 +228,6 @@ void add_tune(CLI::App& program, run_t& run) {
       "The phrase table stays as it is; 'kora train' also tunes how its scores are made.\n"
       "Example:\n  kora tune -m models/en-zh --source dev.en -r dev.zh --write\n"
       "  kora tune -m models/en-zh --limits --source dev.en -r dev.zh --write");
-  command->callback([&run, options] {
-    run = [options] { return options->limits ? run_limits(*options) : run_tuning(*options); };
-  });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -63,9 +63,8 @@ int show(const options_t& options) {
 }  // namespace
 
 void add_vocab(CLI::App& program, run_t& run) {
-  auto options = std::make_shared<options_t>();
-  CLI::App* command =
-      program.add_subcommand("vocab", "List a vocabulary, or the ids of words: ID TAB WORD");
+  const auto [command, options] = add_command<options_t>(
+      program, run, "vocab", "List a vocabulary, or the ids of words: ID TAB WORD", show);
   add_model_options(*command, options->model);
   command->add_option("--side", options->side, "Side of the model")
       ->check(CLI::IsMember({"source", "target"}))
@@ -74,7 +73,6 @@ void add_vocab(CLI::App& program, run_t& run) {
   command->add_option("words", options->words,
                       "Words to look up; '-' is the id of a missing one, and the exit code is 1");
   command->footer("Example:\n  kora vocab -m models/en-zh --side source house tree");
-  command->callback([&run, options] { run = [options] { return show(*options); }; });
 }
 
 }  // namespace koralite::toolkit::cli

@@ -1,18 +1,14 @@
 #include "toolkit/eval/bleu.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <stdexcept>
 
+#include "kora/kora.h"
+#include "toolkit/io/text_form.h"
+
 namespace koralite::toolkit {
 namespace {
-
-std::string fixed(double value, int digits) {
-  char text[64];
-  const auto end = std::to_chars(text, text + sizeof text, value, std::chars_format::fixed, digits);
-  return {text, end.ptr};
-}
 
 std::uint64_t fingerprint(std::string_view word) {
   std::uint64_t x = 0xCBF29CE484222325ULL;
@@ -202,8 +198,8 @@ std::vector<BleuStats> BleuScorer::sentences(std::span<const std::string> transl
 std::string BleuScorer::signature() const {
   return "nrefs:" + std::to_string(references_) +
          "|case:" + (options_.lower_case ? "lc" : "mixed") +
-         "|eff:no|tok:" + std::string(name_of(options_.tokenizer)) +
-         "|smooth:exp|version:kora-1.0.0";
+         "|eff:no|tok:" + std::string(name_of(options_.tokenizer)) + "|smooth:exp|version:kora-" +
+         std::string(kora_get_version());
 }
 
 }  // namespace koralite::toolkit

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "kora/kora.h"
 #include "toolkit/eval/tokenizer.h"
 
 namespace koralite::toolkit {
@@ -119,7 +120,7 @@ std::vector<ChrfStats> ChrfScorer::sentences(std::span<const std::string> transl
 
 std::string ChrfScorer::signature() const {
   return "nrefs:" + std::to_string(references_) + "|case:" + (lower_case_ ? "lc" : "mixed") +
-         "|eff:yes|nc:6|nw:0|space:no|version:kora-1.0.0";
+         "|eff:yes|nc:6|nw:0|space:no|version:kora-" + std::string(kora_get_version());
 }
 
 }  // namespace koralite::toolkit

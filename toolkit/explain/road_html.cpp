@@ -1,84 +1,19 @@
 #include <algorithm>
 #include <map>
+#include <string_view>
 #include <utility>
 
+#include "road_page.h"
 #include "toolkit/explain/road.h"
 #include "toolkit/explain/road_words.h"
+#include "toolkit/io/text_form.h"
 
 namespace koralite::toolkit {
 
 namespace {
 
 constexpr std::size_t kOptionsShown = 6;  // of each span
-
-std::string escaped(const std::string& text) {
-  std::string result;
-  for (const char c : text) {
-    if (c == '&') {
-      result += "&amp;";
-    } else if (c == '<') {
-      result += "&lt;";
-    } else if (c == '>') {
-      result += "&gt;";
-    } else if (c == '"') {
-      result += "&quot;";
-    } else {
-      result += c;
-    }
-  }
-  return result;
-}
-
-constexpr const char* kPageHead = R"(<!DOCTYPE html>
-<html lang="en"><head><meta charset="utf-8"><meta name="viewport" content="width=device-width">
-<title>The road of a sentence</title><style>
-body{font:16px/1.5 system-ui,sans-serif;max-width:72rem;margin:2rem auto;padding:0 1rem;color:#223;
-background:#fafaf7}h1{font-size:1.3rem}h2{font-size:1rem;margin:1.6rem 0 .3rem;color:#667}
-section{background:#fff;border:1px solid #e2e2da;border-radius:10px;padding:1rem 1.4rem;margin:1rem 0}
-.picture{position:relative}.picture svg{position:absolute;inset:0;width:100%;height:100%;
-pointer-events:none}.picture path{fill:none;stroke-width:3;opacity:.55}.picture path.on{opacity:1;
-stroke-width:5}.row{font-size:1.25rem}.row+.row{margin-top:2.6rem}
-.p{display:inline-block;position:relative;border-radius:6px;padding:.1rem .5rem;margin:.15rem;
-cursor:help}.p.on{outline:2px solid #223}
-table{border-collapse:collapse;font-size:.85rem;width:100%}
-td,th{text-align:left;padding:.2rem .6rem;border-bottom:1px solid #eee}
-td.n,th.n{text-align:right;font-variant-numeric:tabular-nums}
-code{background:#f1f1ea;border-radius:4px;padding:0 .3rem;white-space:pre-wrap}.out{font-size:1.4rem}
-.scroll{overflow-x:auto}.grid{display:grid;gap:4px;font-size:.8rem;grid-auto-flow:row dense}
-.grid div{border:1px solid #e2e2da;border-radius:6px;padding:.1rem .4rem;cursor:help}
-.grid b{display:block;color:#667;font-weight:600;text-align:center}.grid .w{background:#f1f1ea;
-text-align:center;cursor:default}.o{display:block}.o.p{margin:0;padding:0 .3rem}
-small{color:#667}
-</style></head><body><h1>The road of a sentence</h1>
-)";
-
-// Hovering marks everything of one phrase; the curves between source and target need to know where
-// the browser put the words.
-constexpr const char* kPageEnd = R"(<script>
-for (const p of document.querySelectorAll('.p')) {
-  const same = () => document.querySelectorAll('[data-k="' + p.dataset.k + '"]');
-  p.onmouseenter = () => same().forEach(e => e.classList.add('on'));
-  p.onmouseleave = () => same().forEach(e => e.classList.remove('on'));
-}
-const draw = () => document.querySelectorAll('.picture').forEach(picture => {
-  const svg = picture.querySelector('svg'), frame = picture.getBoundingClientRect();
-  svg.innerHTML = '';
-  for (const s of picture.querySelectorAll('.row:first-of-type .p')) {
-    const t = picture.querySelector('.row:last-of-type .p[data-k="' + s.dataset.k + '"]');
-    const a = s.getBoundingClientRect(), b = t.getBoundingClientRect();
-    const path = document.createElementNS('http://www.w3.org/2000/svg', 'path');
-    const x = a.left + a.width / 2 - frame.left, y = a.bottom - frame.top;
-    const u = b.left + b.width / 2 - frame.left, v = b.top - frame.top, m = (y + v) / 2;
-    path.setAttribute('d', `M${x} ${y}C${x} ${m} ${u} ${m} ${u} ${v}`);
-    path.setAttribute('stroke', getComputedStyle(s).backgroundColor);
-    path.dataset.k = s.dataset.k;
-    svg.append(path);
-  }
-});
-draw();
-addEventListener('resize', draw);
-</script></body></html>
-)";
+constexpr std::string_view kSections = "<!-- sections -->\n";
 
 void put_steps(std::string& out, const char* title, const std::vector<road_step_t>& steps) {
   if (steps.empty()) {
@@ -86,8 +21,8 @@ void put_steps(std::string& out, const char* title, const std::vector<road_step_
   }
   out += std::string("<h2>") + title + "</h2><table>";
   for (const road_step_t& step : steps) {
-    out += "<tr><td>" + escaped(step.name) + "</td><td><code>" + escaped(step.before) +
-           "</code></td><td>→ <code>" + escaped(step.after) + "</code></td></tr>\n";
+    out += "<tr><td>" + escape_html(step.name) + "</td><td><code>" + escape_html(step.before) +
+           "</code></td><td>→ <code>" + escape_html(step.after) + "</code></td></tr>\n";
   }
   out += "</table>\n";
 }
@@ -136,7 +71,7 @@ class PartPage {
   }
 
   void put_chip(std::size_t step, const std::string& text) {
-    out_ += "<span class=p" + link(step) + hover(step) + ">" + escaped(text) + "</span>";
+    out_ += "<span class=p" + link(step) + hover(step) + ">" + escape_html(text) + "</span>";
   }
 
   void put_picture() {
@@ -163,8 +98,8 @@ class PartPage {
       const auto& step = best_.steps[k];
       const road_scores_t& scores = part_.scores[k];
       out_ += "<tr><td><span class=p" + link(k) + ">" +
-              escaped(words_between(part_, option(k).start, option(k).end)) + "</span></td><td>" +
-              escaped(step.text) + "</td>";
+              escape_html(words_between(part_, option(k).start, option(k).end)) +
+              "</span></td><td>" + escape_html(step.text) + "</td>";
       for (const float value : {scores.phrase, scores.language, scores.reordering,
                                 scores.distortion, scores.running, step.future}) {
         out_ += "<td class=n>" + score_text(value) + "</td>";
@@ -190,7 +125,7 @@ class PartPage {
     const auto chosen = chosen_.find(index);
     out_ +=
         (chosen == chosen_.end() ? "<span class=o" : "<span class=\"o p\"" + link(chosen->second)) +
-        title + ">" + escaped(option.target) + "</span>";
+        title + ">" + escape_html(option.target) + "</span>";
   }
 
   // Below the words a box for each span that has options, as wide as the span.
@@ -200,7 +135,7 @@ class PartPage {
         "<div class=scroll><div class=grid style=\"grid-template-columns:repeat(" +
         std::to_string(part_.words.size()) + ",minmax(5rem,1fr))\">\n";
     for (const road_word_t& word : part_.words) {
-      out_ += "<div class=w>" + escaped(word_text(word)) + "</div>";
+      out_ += "<div class=w>" + escape_html(word_text(word)) + "</div>";
     }
     const auto& options = part_.search.options;
     for (std::size_t first = 0; first < options.size();) {
@@ -211,7 +146,7 @@ class PartPage {
       }
       out_ += "\n<div style=\"grid-column:" + std::to_string(options[first].start + 1) + "/" +
               std::to_string(options[first].end + 2) + "\"><b>" +
-              escaped(words_between(part_, options[first].start, options[first].end)) + "</b>";
+              escape_html(words_between(part_, options[first].start, options[first].end)) + "</b>";
       for (std::size_t i = first; i < end; ++i) {
         if (i < first + kOptionsShown || chosen_.contains(i)) {
           put_option(i);
@@ -237,11 +172,13 @@ class PartPage {
 }  // namespace
 
 std::string road_as_html(const std::vector<road_t>& roads) {
-  std::string out = kPageHead;
+  // What stands before and behind the sections.
+  const std::size_t middle = kRoadPage.find(kSections);
+  std::string out(kRoadPage.substr(0, middle));
   for (std::size_t r = 0; r < roads.size(); ++r) {
     const road_t& road = roads[r];
-    out += "<section><div class=out>" + escaped(road.source) + "</div>\n<div class=out>" +
-           escaped(road.output) + "</div>\n";
+    out += "<section><div class=out>" + escape_html(road.source) + "</div>\n<div class=out>" +
+           escape_html(road.output) + "</div>\n";
     put_steps(out, "Text steps that changed something", road.steps);
     put_steps(out, "Word steps that changed something", road.word_steps);
     out += "<h2>Phrases <small>hover for scores</small></h2>\n";
@@ -254,16 +191,16 @@ std::string road_as_html(const std::vector<road_t>& roads) {
     if (!road.marks.empty()) {
       out += "<h2>Marks kept from the search</h2><code>";
       for (const road_word_t& mark : road.marks) {
-        out += escaped(mark.word) + " ";
+        out += escape_html(mark.word) + " ";
       }
       out.back() = '<';
       out += "/code>\n";
     }
-    out += "<h2>Decoded</h2><code>" + escaped(road.decoded) + "</code>\n";
+    out += "<h2>Decoded</h2><code>" + escape_html(road.decoded) + "</code>\n";
     put_steps(out, "Steps that wrote the result", road.post_steps);
     out += "</section>\n";
   }
-  return out + kPageEnd;
+  return out.append(kRoadPage.substr(middle + kSections.size()));
 }
 
 }  // namespace koralite::toolkit

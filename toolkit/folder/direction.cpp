@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "translator/text_translation.h"
+
 namespace koralite::toolkit {
 
 namespace {
@@ -21,6 +23,20 @@ constexpr std::array<std::string_view, 13> kLanguages = {"zh", "en", "ja", "ko",
                                                          "fr", "ru", "de", "pt", "lzh", "yue"};
 
 }  // namespace
+
+bool can_translate(const direction_t& direction) {
+  return translator::can_translate(language_type(direction.source),
+                                   language_type(direction.target));
+}
+
+std::string why_not_translated(const direction_t& direction) {
+  if (!translator::can_split(language_type(direction.source))) {
+    return "text in '" + std::string(direction.source) + "' cannot be cut into sentences";
+  }
+  return can_translate(direction)
+             ? ""
+             : "there are no text steps that write '" + std::string(direction.target) + "'";
+}
 
 std::span<const direction_t> directions() {
   return kTable;
@@ -45,6 +61,9 @@ std::optional<direction_t> find_direction(int code) {
 std::string direction_names() {
   std::string names;
   for (const direction_t& direction : kTable) {
+    if (!can_translate(direction)) {
+      continue;
+    }
     if (!names.empty()) {
       names += ' ';
     }
@@ -56,6 +75,14 @@ std::string direction_names() {
 bool has_no_blanks(std::string_view language) {
   return language == "zh" || language == "ja" || language == "th" || language == "lzh" ||
          language == "yue";
+}
+
+std::string language_codes() {
+  std::string codes;
+  for (const std::string_view code : kLanguages) {
+    codes += (codes.empty() ? "" : " ") + std::string(code);
+  }
+  return codes;
 }
 
 textProcess::LangType language_type(std::string_view code) {

@@ -20,6 +20,12 @@ struct direction_t {
   std::string name() const { return std::string(source) + '-' + std::string(target); }
 };
 
+// Whether the engine can translate in this direction. It knows more directions than these: texts
+// in some languages it cannot cut into sentences, and in others it cannot write.
+bool can_translate(const direction_t& direction);
+// Why it can't, as a sentence without its full stop; empty when it can.
+std::string why_not_translated(const direction_t& direction);
+
 // All directions in order of their codes.
 std::span<const direction_t> directions();
 
@@ -29,11 +35,14 @@ std::optional<direction_t> find_direction(std::string_view name);
 // The direction of a code 0 to 33, or none.
 std::optional<direction_t> find_direction(int code);
 
-// The names of all directions, blank-separated, for messages and help texts.
+// The names of all directions that can be translated, blank-separated, for messages and help texts.
 std::string direction_names();
 
 // Whether a language is written without blanks between its words.
 bool has_no_blanks(std::string_view language);
+
+// The codes of all languages, blank-separated.
+std::string language_codes();
 
 // The engine's language type of a language code ("zh" is 1); 0 for an unknown one.
 textProcess::LangType language_type(std::string_view code);

@@ -138,8 +138,13 @@ model_folder_t open_model_folder(const std::string& path, const std::string& dir
                              "copy the folder again, or name the file with --config");
   }
 
-  std::string name = direction;
-  if (name.empty() && !common::find_conf(lines, "[direction]", name)) {
+  std::string name;
+  const bool has_direction = common::find_conf(lines, "[direction]", name);
+  if (has_direction && !direction.empty() && name != direction) {
+    throw std::runtime_error(conf + ": a model for " + name + ", not " + direction);
+  }
+  name = has_direction ? name : direction;
+  if (name.empty()) {
     throw std::runtime_error(conf +
                              ": no section [direction]; add one, or give --direction, one "
                              "of: " +

@@ -8,6 +8,17 @@
 
 namespace koralite::toolkit {
 
+namespace {
+
+// Minutes and seconds.
+std::string clock_text(double seconds) {
+  const long whole = std::lround(seconds);
+  const std::string rest = std::to_string(whole % 60);
+  return std::to_string(whole / 60) + (rest.size() < 2 ? ":0" : ":") + rest;
+}
+
+}  // namespace
+
 ProgressBar::ProgressBar() : shown_(isatty(STDERR_FILENO) == 1) {}
 
 ProgressBar::~ProgressBar() {
@@ -37,10 +48,7 @@ std::string ProgressBar::line(std::string_view stage, double done, double second
                          : done > 0.02 ? seconds_so_far / done * (1 - done)
                                        : -1;
   if (seconds >= 0) {
-    const long whole = std::lround(seconds);
-    const std::string rest = std::to_string(whole % 60);
-    text += "  " + std::to_string(whole / 60) + (rest.size() < 2 ? ":0" : ":") + rest +
-            (done >= 1 ? " taken" : " left");
+    text += "  " + clock_text(seconds) + (done >= 1 ? " taken" : " left");
   }
   return text;
 }
@@ -62,6 +70,45 @@ void ProgressBar::update(std::string_view stage, double done) {
   const std::string text = line(stage, done, std::chrono::duration<double>(now - begin_).count());
   std::fprintf(stderr, "\r%s\033[K", text.c_str());
   std::fflush(stderr);
+}
+
+void ProgressBar::say(std::string_view text) {
+  std::string line = shown_ && !stage_.empty() ? "\r\033[K" : "";
+  line.append(text) += '\n';
+  std::fwrite(line.data(), 1, line.size(), stderr);
+  stage_.clear();  // the next update draws anew
+}
+
+std::string LineProgress::text(double seconds) const {
+  std::string text = std::to_string(lines_) + " lines";
+  if (seconds > 0) {
+    text += ", " + std::to_string(std::lround(static_cast<double>(lines_) / seconds)) + " lines/s";
+  }
+  const double done =
+      size_ == 0 ? 0 : static_cast<double>(bytes_.load()) / static_cast<double>(size_);
+  if (done > 0) {
+    text += ", " + std::to_string(static_cast<int>(std::min(done, 1.0) * 100)) + " %, " +
+            clock_text(seconds / done * std::max(1 - done, 0.0)) + " left";
+  }
+  return text;
+}
+
+void LineProgress::draw() {
+  const double seconds = std::chrono::duration<double>(Clock::now() - begin_).count();
+  std::fprintf(stderr, "\r%s\033[K", text(seconds).c_str());
+}
+
+void LineProgress::wrote_line() {
+  if (++lines_ % 100 == 0 && shown_) {
+    draw();
+  }
+}
+
+void LineProgress::finish() {
+  if (shown_ && lines_ >= 100) {
+    draw();
+    std::fputc('\n', stderr);
+  }
 }
 
 }  // namespace koralite::toolkit

@@ -5,7 +5,9 @@
 // when that is a terminal: logs and pipes stay clean.
 #pragma once
 
+#include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -36,6 +38,8 @@ class ProgressBar {
 
   Progress callback();
   void update(std::string_view stage, double done);
+  // Prints a line of its own: takes the bar off first.
+  void say(std::string_view text);
 
   // The text of the line: "stage  [####------]  40 %  0:12 left".
   static std::string line(std::string_view stage, double done, double seconds_so_far);
@@ -46,6 +50,33 @@ class ProgressBar {
   std::string stage_;
   Clock::time_point begin_{};
   Clock::time_point drawn_{};
+};
+
+// How far a filter is: lines, lines a second and, when the size of its input is known, the share
+// done and the time left. Drawn on standard error when `shown`, and only for work that takes a
+// while. read() may be called on any thread, the rest on one.
+class LineProgress {
+ public:
+  // `size`: bytes of the input, 0 when that is not known.
+  LineProgress(bool shown, std::uint64_t size) : shown_(shown), size_(size) {}
+
+  void read(std::size_t bytes) { bytes_ += bytes; }
+  void wrote_line();
+  // Leaves the last state standing.
+  void finish();
+
+  // The text: "250 lines, 125 lines/s, 40 %, 0:03 left".
+  std::string text(double seconds) const;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  void draw();
+
+  bool shown_;
+  std::uint64_t size_;
+  std::uint64_t lines_ = 0;
+  std::atomic<std::uint64_t> bytes_ = 0;
+  Clock::time_point begin_ = Clock::now();
 };
 
 }  // namespace koralite::toolkit

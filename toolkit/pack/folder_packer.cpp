@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
+#include <set>
 #include <stdexcept>
 
 #include "decoder/compact_lm_model.h"
@@ -177,8 +179,26 @@ void pack_folder(const pack_options_t& options, const tell_t& tell) {
 
   VocabBuilder source;
   VocabBuilder target;
-  const auto source_id = [&](std::string_view word) { return source.encode(word); };
-  const auto target_id = [&](std::string_view word) { return target.encode(word); };
+  std::set<std::string, std::less<>> escaped;  // words of any side
+  const auto plain = [&](std::string_view word) {
+    if (word.find('&') == std::string_view::npos) {
+      return std::string(word);
+    }
+    std::string text = unescaped(word);
+    if (text != word) {
+      escaped.emplace(word);
+    }
+    return options.keep_escapes ? std::string(word) : text;
+  };
+  std::set<std::string, std::less<>> capitals;
+  const auto source_id = [&](std::string_view word) {
+    const auto is_capital = [](char c) { return c >= 'A' && c <= 'Z'; };
+    if (options.direction.source == "en" && std::any_of(word.begin(), word.end(), is_capital)) {
+      capitals.emplace(word);
+    }
+    return source.encode(plain(word));
+  };
+  const auto target_id = [&](std::string_view word) { return target.encode(plain(word)); };
   target.encode("<s>");
   lang_model_options_t lm_options;
   lm_options.end_id = target.encode("</s>");
@@ -211,6 +231,18 @@ void pack_folder(const pack_options_t& options, const tell_t& tell) {
   const phrase_table_report_t written = builder.write(folder.file(p.trans_model));
   for (const std::string& line : written.warnings()) {
     tell(options.phrases + ": " + line);
+  }
+  if (!escaped.empty()) {
+    tell(std::to_string(escaped.size()) + " words are escaped, such as '" + *escaped.begin() +
+         (options.keep_escapes ? "': text never holds such words"
+                               : "': stored as people write them; --keep-escapes leaves them"));
+  }
+  if (!capitals.empty()) {
+    tell(
+        options.phrases + ": " + std::to_string(capitals.size()) +
+        " source words have capitals, such as '" + *capitals.begin() +
+        "': text is made small before it is looked up, so that they never match; train the table " +
+        "on small letters");
   }
   source.save(folder.file(p.source_vocab));
   target.save(folder.file(p.target_vocab));

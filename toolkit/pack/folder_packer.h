@@ -27,6 +27,7 @@ struct pack_options_t {
   std::string entities;    // names: lines SOURCE TAB TYPE TAB TARGET
   std::string recase;      // words with their capitals, for English output
   std::vector<double> weights = {1.0, 1.0, 1.0, 1.0};  // of the scores of a phrase pair
+  bool keep_escapes = false;  // leave "&apos;" and the like as they are in tables and ARPA model
   int order = 5;
   int max_targets = 50;
   bool compact = true;

@@ -1,8 +1,10 @@
 #include "toolkit/pack/phrase_text.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <utility>
 
 #include "toolkit/io/line_reader.h"
 
@@ -10,6 +12,19 @@ namespace koralite::toolkit {
 namespace {
 
 constexpr std::string_view kBar = "|||";
+
+// Where the next bar that stands between blanks is; others are part of a phrase.
+std::size_t find_bar(std::string_view text) {
+  const auto is_blank = [](char c) { return c == ' ' || c == '\t'; };
+  std::size_t at = text.find(kBar);
+  for (; at != std::string_view::npos; at = text.find(kBar, at + 1)) {
+    const std::size_t end = at + kBar.size();
+    if ((at == 0 || is_blank(text[at - 1])) && (end == text.size() || is_blank(text[end]))) {
+      break;
+    }
+  }
+  return at;
+}
 
 // One line after the other as source, target and scores.
 class TableReader {
@@ -19,7 +34,8 @@ class TableReader {
       : lines_(path), source_id_(source_id), target_id_(target_id), options_(options) {}
 
   // The next line whose words all have ids, with the logarithms of its first `scores` scores.
-  bool next(std::size_t scores) {
+  // A phrase table has no more than these.
+  bool next(std::size_t scores, bool has_more = true) {
     std::string_view line;
     while (lines_.next(line)) {
       if (line.find_first_not_of(" \t") == std::string_view::npos) {
@@ -33,7 +49,7 @@ class TableReader {
           score_list.data() == nullptr) {
         throw lines_.error("\"source ||| target ||| scores\" expected");
       }
-      read_scores(score_list, scores);
+      read_scores(score_list, scores, has_more);
       if (read_words(source_words, source_id_, source) &&
           read_words(target_words, target_id_, target)) {
         return true;
@@ -55,7 +71,7 @@ class TableReader {
     if (rest.data() == nullptr) {
       return {};
     }
-    const std::size_t bar = rest.find(kBar);
+    const std::size_t bar = find_bar(rest);
     const std::string_view taken = rest.substr(0, bar);
     rest = bar == std::string_view::npos ? std::string_view() : rest.substr(bar + kBar.size());
     return taken;
@@ -74,11 +90,12 @@ class TableReader {
     return true;
   }
 
-  void read_scores(std::string_view text, std::size_t wanted) {
+  void read_scores(std::string_view text, std::size_t wanted, bool has_more) {
     split_blanks(text, fields_);
-    if (fields_.size() < wanted) {
+    if (fields_.size() < wanted || (!has_more && fields_.size() > wanted)) {
       throw lines_.error(std::to_string(wanted) + " scores expected, but " +
-                         std::to_string(fields_.size()) + " found");
+                         std::to_string(fields_.size()) +
+                         (has_more ? " found" : " found; give a weight for each with --weights"));
     }
     logs.clear();
     for (std::size_t i = 0; i < wanted; ++i) {
@@ -104,11 +121,31 @@ class TableReader {
 
 }  // namespace
 
+std::string unescaped(std::string_view word) {
+  constexpr std::array<std::pair<std::string_view, char>, 8> kEscapes = {{{"&apos;", '\''},
+                                                                          {"&quot;", '"'},
+                                                                          {"&lt;", '<'},
+                                                                          {"&gt;", '>'},
+                                                                          {"&amp;", '&'},
+                                                                          {"&#124;", '|'},
+                                                                          {"&#91;", '['},
+                                                                          {"&#93;", ']'}}};
+  std::string text;
+  while (!word.empty()) {
+    const auto escape = std::find_if(kEscapes.begin(), kEscapes.end(), [&](const auto& entry) {
+      return word.starts_with(entry.first);
+    });
+    text += escape == kEscapes.end() ? word.front() : escape->second;
+    word.remove_prefix(escape == kEscapes.end() ? 1 : escape->first.size());
+  }
+  return text;
+}
+
 phrase_text_report_t read_phrase_table(const std::string& path, const word_id_t& source_id,
                                        const word_id_t& target_id, PhraseTableBuilder& builder,
                                        const phrase_text_options_t& options) {
   TableReader reader(path, source_id, target_id, options);
-  while (reader.next(options.weights.size())) {
+  while (reader.next(options.weights.size(), false)) {
     phrase_entry_t entry;
     entry.source = reader.source;
     entry.target = reader.target;

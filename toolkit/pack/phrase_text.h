@@ -4,8 +4,8 @@
 //   source ||| target ||| scores [||| alignment ||| counts ...]
 //   source ||| target ||| six probabilities
 //
-// Words stand apart by blanks, scores are probabilities. What breaks the format is
-// a std::runtime_error "PATH:LINE: what is wrong".
+// Words stand apart by blanks, and so do the bars between the fields; scores are probabilities.
+// What breaks the format is a std::runtime_error "PATH:LINE: what is wrong".
 #pragma once
 
 #include <cstdint>
@@ -18,6 +18,10 @@
 
 namespace koralite::toolkit {
 
+// A word as people write it, of one whose marks other toolkits have escaped: "&apos;" "&quot;"
+// "&lt;" "&gt;" "&amp;" "&#124;" "&#91;" "&#93;".
+std::string unescaped(std::string_view word);
+
 // The id of a word; a negative one leaves the phrase pair out.
 using word_id_t = std::function<std::int32_t(std::string_view)>;
 
@@ -29,7 +33,7 @@ struct phrase_text_report_t {
 
 struct phrase_text_options_t {
   // The weights of the scores, in the order of the file, whose weighted logarithms add up to the
-  // one translation score that is packed. A line with fewer scores is an error; more are ignored.
+  // one translation score that is packed. A line with another number of scores is an error.
   std::vector<double> weights = {1.0, 1.0, 1.0, 1.0};
   double smallest = 1e-10;  // stands for smaller probabilities
 };

@@ -9,6 +9,7 @@
 
 #include "textProcess/processor.h"
 #include "toolkit/io/io_error.h"
+#include "toolkit/io/text_form.h"
 #include "toolkit/resource/resource_file.h"
 
 namespace koralite::toolkit {
@@ -39,17 +40,6 @@ std::string escape(std::string_view text) {
     escaped += c;
   }
   return escaped;
-}
-
-std::string join(const std::vector<std::string>& words, const std::string& separator) {
-  std::string text;
-  for (std::size_t i = 0; i < words.size(); ++i) {
-    if (i > 0) {
-      text += separator;
-    }
-    text += words[i];
-  }
-  return text;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <limits>
 #include <stdexcept>
 
+#include "common/byte_reader.h"
 #include "common/des_file_reader.h"
 #include "common/mapped_file.h"
 #include "toolkit/io/atomic_file.h"
@@ -102,6 +103,27 @@ void write_resource_file(const std::string& path, std::span<const std::string> l
     file.write(record);
   }
   file.commit();
+}
+
+void require_resource_file(const std::string& path) {
+  const common::MappedFile file(path);
+  common::ByteReader reader(file.data());
+  std::uint32_t width = 0;
+  if (!reader.read_u32(width)) {
+    throw std::runtime_error("no resource file: it is shorter than the size of a record");
+  }
+  if (width == 0 || width > kRecordLimit || (file.size() - 4) % width != 0) {
+    throw std::runtime_error("no resource file: " + std::to_string(file.size() - 4) +
+                             " bytes are no records of " + std::to_string(width));
+  }
+  std::span<const unsigned char> record;
+  for (std::uint64_t i = 0; reader.read_bytes(width, record); ++i) {
+    const auto end = std::find(record.begin(), record.end(), 0);
+    if (std::any_of(end, record.end(), [](unsigned char byte) { return byte != 0; })) {
+      throw std::runtime_error("no resource file: bytes behind the end of record " +
+                               std::to_string(i));
+    }
+  }
 }
 
 std::vector<std::string> read_resource_file(const std::string& path) {

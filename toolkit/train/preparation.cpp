@@ -12,6 +12,7 @@
 #include "toolkit/folder/tag_words.h"
 #include "toolkit/io/corpus.h"
 #include "toolkit/io/parallel.h"
+#include "toolkit/io/text_form.h"
 #include "toolkit/train/shared_spans.h"
 
 namespace koralite::toolkit {
@@ -49,17 +50,6 @@ std::vector<std::string> words_of(std::string_view text) {
     words.emplace_back(word);
   }
   return words;
-}
-
-std::string join(const std::vector<std::string>& words, std::string_view between) {
-  std::string text;
-  for (const std::string& word : words) {
-    if (!text.empty()) {
-      text += between;
-    }
-    text += word;
-  }
-  return text;
 }
 
 // The first run of whole words from `begin` on whose letters are `letters`; (size, size) if none.
@@ -278,12 +268,15 @@ prepared_text_t prepare(const preparation_files_t& files, std::span<const std::s
       report.tags[tag].matched += count.matched;
     }
   }
-  if (report.kept == 0) {
+  // A model of less than half of the text would be called ready and translate little.
+  if (report.kept == 0 || 2 * (report.kept + report.repeated) < report.pairs) {
     throw std::runtime_error(
-        "no sentence pair is left after preparation: of " + std::to_string(report.pairs) +
-        " pairs " + std::to_string(report.empty) + " have an empty side, " +
-        std::to_string(report.identical) + " are identical, " + std::to_string(report.too_long) +
-        " too long, " + std::to_string(report.ill_formed) + " are not UTF-8");
+        (report.kept == 0 ? "no sentence pair is left" : "too few sentence pairs are left") +
+        std::string(" after preparation: of ") + std::to_string(report.pairs) + " pairs " +
+        std::to_string(report.empty) + " have an empty side, " + std::to_string(report.identical) +
+        " are identical, " + std::to_string(report.too_long) + " have more than " +
+        std::to_string(options.max_words) + " words, " + std::to_string(report.ill_formed) +
+        " are not UTF-8; mend the files or leave these lines out of both");
   }
   return result;
 }

@@ -1,10 +1,11 @@
 #include "toolkit/train/report.h"
 
 #include <algorithm>
-#include <charconv>
 #include <string_view>
 #include <utility>
 
+#include "report_page.h"
+#include "toolkit/io/text_form.h"
 #include "toolkit/tune/engine_tuner.h"
 
 namespace koralite::toolkit {
@@ -12,13 +13,6 @@ namespace koralite::toolkit {
 namespace {
 
 using row_t = std::vector<std::string>;
-
-std::string fixed(double value, int digits) {
-  char buffer[64];
-  const auto result =
-      std::to_chars(buffer, buffer + sizeof(buffer), value, std::chars_format::fixed, digits);
-  return {buffer, result.ptr};
-}
 
 std::string percent(std::uint64_t part, std::uint64_t whole) {
   return whole == 0
@@ -83,42 +77,14 @@ std::string plot(const std::vector<TuneRound>& rounds) {
   return svg + "</svg>\n";
 }
 
-constexpr std::string_view kHead =
-    "<!DOCTYPE html>\n<html lang=\"en\"><head><meta charset=\"utf-8\">\n"
-    "<meta name=\"viewport\" content=\"width=device-width\">\n<title>Training report</title>\n"
-    "<style>body{font:16px/1.5 system-ui,sans-serif;max-width:60em;margin:2em auto;padding:0 1em}"
-    "table{border-collapse:collapse;margin:1em 0}th,td{text-align:left;padding:.2em .8em;"
-    "border-bottom:1px solid #ddd;vertical-align:top}.n{text-align:right;"
-    "font-variant-numeric:tabular-nums}svg text{font-size:11px;text-anchor:middle}</style>\n"
-    "</head><body>\n";
+constexpr std::string_view kBody = "<!-- body -->\n";
 
 }  // namespace
 
-std::string escape_html(std::string_view text) {
-  std::string escaped;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        escaped += c;
-    }
-  }
-  return escaped;
-}
-
 std::string format_report(const train_result_t& result, const manifest_t& manifest) {
-  std::string page(kHead);
+  // What stands before and behind the body.
+  const std::size_t middle = kReportPage.find(kBody);
+  std::string page(kReportPage.substr(0, middle));
   page += "<h1>Training report</h1>\n<h2>Made from</h2>\n";
   std::vector<row_t> rows = {{"what", "value"}};
   for (const auto& [name, value] : manifest.built_from) {
@@ -188,7 +154,7 @@ std::string format_report(const train_result_t& result, const manifest_t& manife
   for (const std::string& warning : result.warnings) {
     page += "<p>Warning: " + escape_html(warning) + "</p>\n";
   }
-  return page + "</body></html>\n";
+  return page.append(kReportPage.substr(middle + kBody.size()));
 }
 
 }  // namespace koralite::toolkit

@@ -13,7 +13,4 @@ namespace koralite::toolkit {
 // The page as text.
 std::string format_report(const train_result_t& result, const manifest_t& manifest);
 
-// Escapes a text for use between HTML tags and in attributes.
-std::string escape_html(std::string_view text);
-
 }  // namespace koralite::toolkit

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <stdexcept>
 #include <unordered_set>
 #include <utility>
 
@@ -75,6 +76,12 @@ EngineTuner::EngineTuner(model_folder_t folder, std::span<const std::string> sou
       scorer_(references, {options.tokenizer, options.tokenizer == Tokenizer::k13a}),
       options_(options) {
   options_.threads = thread_count(options.threads);
+  for (const std::vector<std::string>& reference : references) {
+    if (reference.size() != source_.size()) {
+      throw std::runtime_error("tuning on " + std::to_string(source_.size()) + " lines with " +
+                               std::to_string(reference.size()) + " translations");
+    }
+  }
 }
 
 EngineTuner::~EngineTuner() = default;

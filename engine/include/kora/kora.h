@@ -9,8 +9,9 @@
 // handle serves one thread at a time. The engine starts no thread and takes no
 // lock.
 //
-// Text is UTF-8; any bytes are survived. Nothing is thrown, printed or logged
-// (but for the trace that a decoder parameter file may switch on). Model files
+// Text is UTF-8; any bytes are survived. Nothing is thrown. Nothing is printed, but for a
+// model folder whose decoder parameters have [debug] 1: its search is traced on standard
+// error. Model files
 // are mapped and must not be rewritten in place while a handle lives.
 //
 // C and other languages use kora_c.h, which is a library of its own face with

@@ -22,8 +22,9 @@
  *    the same "[prune]" setting, which `kora train` and `kora pack` always use.
  *  - Model files are mapped: while a translator lives they may be replaced (write
  *    beside, then rename) but not rewritten in place.
- *  - Nothing is printed, no thread is started, no signal handler is installed, no
- *    exception leaves a function, and the process is never ended.
+ *  - Nothing is printed, but for a model folder whose decoder parameters have [debug] 1:
+ *    its search is traced on standard error. No thread is started, no signal handler is
+ *    installed, no exception leaves a function, and the process is never ended.
  *  - Functions are added at the end, codes get new numbers; what is here keeps its
  *    meaning while the major version stays.
  */
@@ -51,7 +52,7 @@ typedef struct kora_c_translator kora_c_translator;
 enum {
   KORA_C_OK = 0,
   KORA_C_BAD_ARGUMENT = 1,       /* a null pointer, a text too long, an unknown flag */
-  KORA_C_BAD_DIRECTION = 2,      /* no such direction, or its source cannot be translated */
+  KORA_C_BAD_DIRECTION = 2,      /* no such direction, or one that cannot be translated */
   KORA_C_BAD_CONFIGURATION = 3,  /* unreadable, of another version, or too wide a search */
   KORA_C_BAD_MODEL = 4,          /* a model file is missing, damaged or does not fit */
   KORA_C_BAD_MANIFEST = 5,       /* the folder differs from its manifest, or has none */
@@ -81,13 +82,13 @@ KORA_API const char* kora_c_error_name(int32_t result);
  * to 33, or -1. Codes: zh en ja ko th ar es fr ru de pt lzh yue. */
 KORA_API int32_t kora_c_find_direction(const char* name, size_t length);
 
-/* Loads a translator. `direction` is a code 0 to 33; directions from Thai, Arabic,
- * Spanish, French, Russian, German, Portuguese, classical Chinese and Cantonese are
- * refused. `configuration` is the path of the engine configuration, null or empty
- * for "engine.conf" in the folder. A decoder parameter file whose [stack] or [option]
- * is above 1000 is refused: it bounds what a folder can make a sentence cost.
- * `message`, unless null, receives on failure a text that says what is wrong, to be
- * freed. */
+/* Loads a translator. `direction` is a code 0 to 33; texts can be
+ * translated from Chinese, English, Japanese and Korean to Chinese, English, Japanese,
+ * Korean, Thai, Arabic, Russian, classical Chinese and Cantonese; other directions are
+ * refused with KORA_C_BAD_DIRECTION. `configuration` is the path of the engine configuration, null
+ * or empty for "engine.conf" in the folder. A decoder parameter file whose [stack] or [option] is
+ * above 1000 is refused: it bounds what a folder can make a sentence cost. `message`, unless null,
+ * receives on failure a text that says what is wrong, to be freed. */
 KORA_API int32_t kora_c_open(int32_t direction, const char* configuration,
                              size_t configuration_length, const char* folder, size_t folder_length,
                              uint32_t flags, kora_c_translator** translator, char** message);
