@@ -5,9 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -90,6 +92,11 @@ class TrainerTest : public ::testing::Test {
     std::string output;
     translator::translate_text(handle, handle.source_type(), text, output);
     return output;
+  }
+
+  std::string translate_after_training(const std::string& text) {
+    run();
+    return translate(text);
   }
 
   kora_test::TempFolder folder_;
@@ -182,6 +189,102 @@ TEST_F(TrainerTest, ReversedDirectionLearnsCapitalsAndReadings) {
   EXPECT_EQ(translate("龘"), "Da");
 }
 
+// The text decides about words that it knows, the dictionary about others, and names only fill what
+// neither knows.
+TEST_F(TrainerTest, DictionaryAndNamesFillWhatTheTextLacks) {
+  folder_.write("pairs",
+                "umbrella\t雨伞\tnoun\nUmbrella\t伞\nice cream\t冰淇淋\nwater\t石头\n"
+                "books\t书\nsame\tsame\n");
+  folder_.write("names", "Springfield\tloc\t斯普林菲尔德\nwater\tloc\t沃特\n");
+  folder_.write("words",
+                kora_test::read_file(folder_.path("words")) + "雨伞 1\n伞 1\n冰淇淋 1\n石头 1\n");
+  EXPECT_THAT(translate_after_training("we need umbrella"), HasSubstr("umbrella"));
+  options_.word_pairs = folder_.path("pairs");
+  options_.names = folder_.path("names");
+  EXPECT_EQ(translate_after_training("we need umbrella"), "我们需要雨伞");
+  EXPECT_THAT(said_, HasSubstr("5 of 6 dictionary pairs kept"));
+  EXPECT_THAT(said_, HasSubstr("1 of 2 names hold a word that the text does not"));
+  EXPECT_EQ(translate("you want ice cream"), "你想要冰淇淋");
+  EXPECT_EQ(translate("they want water"), "他们想要水");
+  EXPECT_THAT(translate("you see Springfield"), HasSubstr("斯普林菲尔德"));
+  folder_.write("pairs", "water\t水\numbrella\n");
+  EXPECT_THAT(message_of([&] { run(); }), HasSubstr("pairs:2: a line must be SOURCE, TAB, TARGET"));
+}
+
+TEST_F(TrainerTest, NoisyPairsSeenOnceGo) {
+  folder_.write("a.en", kora_test::read_file(folder_.path("a.en")) + "we see gold and silver\n");
+  folder_.write("a.zh", kora_test::read_file(folder_.path("a.zh")) + "我们看见\n");
+  const auto lines_of = [&](double min_lexical) {
+    options_.min_lexical = min_lexical;
+    run();
+    std::size_t pairs = 0;
+    std::size_t noise = 0;
+    read_phrase_file(options_.output + ".work/phrases", [&](const phrase_line_t& phrase) {
+      ++pairs;
+      noise += phrase.source.size() > 4 && phrase.target.size() == 2 ? 1 : 0;
+    });
+    return std::pair(pairs, noise);
+  };
+  const auto all = lines_of(0);
+  const auto clean = lines_of(0.05);
+  EXPECT_GT(all.second, 0U);
+  EXPECT_EQ(clean.second, 0U);
+  EXPECT_GT(clean.first, all.first / 2);
+}
+
+// A user's own text in other directions: what was trained on must come back, for languages with
+// spaces and without.
+TEST_F(TrainerTest, FiveDirectionsOfTheUsersOwn) {
+  std::vector<std::string> rows;
+  for (const char* topic : {"greetings", "shopping", "weather"}) {
+    const std::string text = kora_test::read_file(std::string(KORA_SOURCE_DIR) +
+                                                  "/data/phrasebook/sentences/" + topic + ".tsv");
+    for (std::size_t begin = text.find('\n') + 1; begin < text.size();) {
+      const std::size_t end = text.find('\n', begin);
+      rows.push_back(text.substr(begin, end - begin));
+      begin = end + 1;
+    }
+  }
+  ASSERT_GT(rows.size(), 500U);
+  const auto column = [](const std::string& row, int number) {
+    std::size_t begin = 0;
+    for (; number > 0; --number) {
+      begin = row.find('\t', begin) + 1;
+    }
+    return row.substr(begin, row.find('\t', begin) - begin);
+  };
+  const std::vector<std::string> columns = {"en", "zh", "ja", "ko"};
+  options_.dictionary.clear();
+  for (const char* name : {"en-zh", "zh-en", "en-ja", "ja-zh", "ko-zh"}) {
+    options_.direction = *find_direction(name);
+    const auto number = [&](std::string_view language) {
+      return static_cast<int>(std::find(columns.begin(), columns.end(), language) -
+                              columns.begin());
+    };
+    const int from = number(options_.direction.source);
+    const int to = number(options_.direction.target);
+    std::string source;
+    std::string target;
+    for (const std::string& row : rows) {
+      source += column(row, from) + '\n';
+      target += column(row, to) + '\n';
+    }
+    folder_.write("own.source", source);
+    folder_.write("own.target", target);
+    options_.source = folder_.path("own.source");
+    options_.target = folder_.path("own.target");
+    options_.output = folder_.path(name);
+    run();
+    int right = 0;
+    int tried = 0;
+    for (std::size_t i = 0; i < rows.size(); i += 20) {
+      ++tried;
+      right += translate(column(rows[i], from)) == column(rows[i], to) ? 1 : 0;
+    }
+    EXPECT_GE(2 * right, tried) << name << ": " << right << " of " << tried;
+  }
+}
+
 TEST_F(TrainerTest, BadInputSaysWhatIsWrong) {
   const std::tuple<const char*, const char*, const char*> cases[] = {
       {"a\nb\n", "一\n", "the source has 2 lines, the target 1"},
@@ -196,6 +299,14 @@ TEST_F(TrainerTest, BadInputSaysWhatIsWrong) {
     EXPECT_THAT(message_of([&] { run(); }), HasSubstr(message));
     EXPECT_FALSE(std::filesystem::exists(options_.output)) << message;
   }
+}
+
+// Text may hold what parts the fields of the phrase file.
+TEST_F(TrainerTest, BarsInTheText) {
+  folder_.write("a.en", "we need ||| water\nwe need bread\n|||\n");
+  folder_.write("a.zh", "我们需要 ||| 水\n我们需要面包\n||| |||\n");
+  run();
+  EXPECT_EQ(translate("we need bread"), "我们需要面包");
 }
 
 // One pair, or one pair again and again, is little to learn from, but no reason to fail.

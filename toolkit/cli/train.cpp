@@ -57,6 +57,14 @@ void add_train(CLI::App& program, run_t& run) {
   command->add_option("--ambiguous", o.ambiguous, "Chinese strings with a fixed segmentation");
   command->add_option("--readings", o.readings, "Unihan readings, for pinyin");
   command->add_option("--entities", o.entities, "Names: lines SOURCE TAB TYPE TAB TARGET");
+  command->add_option("--names", o.names,
+                      "More names, for the finished model: those with a word new to the text");
+  command->add_option("--word-pairs", o.word_pairs, "A dictionary: lines SOURCE TAB TARGET");
+  command
+      ->add_option("--sightings", o.sightings,
+                   "How often a phrase of the dictionary passes for seen in the text")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
   command->add_option("--rules", o.rules, "Number rules");
   command->add_option("--recase-text", o.recase_text, "More English text with its capitals");
   command->add_option("--sources", o.sources,
@@ -79,12 +87,22 @@ void add_train(CLI::App& program, run_t& run) {
       ->add_option("--keep-short", o.always_significant,
                    "But keep all pairs of at most so many source words")
       ->capture_default_str();
+  command
+      ->add_option("--min-lexical", o.min_lexical,
+                   "Drop phrase pairs seen once whose words translate each other with a lower mean "
+                   "probability")
+      ->check(CLI::Range(0.0, 1.0))
+      ->capture_default_str();
   command->add_option("--max-targets", o.max_targets, "Translations kept per source phrase")
       ->capture_default_str();
   command->add_flag("--plain", options->plain, "Write the plain phrase table, not the compact one");
   command->add_flag("--force", options->force,
                     "Replace the folder also when its weights were tuned and these will not be");
   command->add_option("--tune-rounds", o.tune_rounds, "Rounds of tuning at most")
+      ->capture_default_str();
+  command
+      ->add_option("--tune-averages", o.tune_averages,
+                   "Optima from different seeds whose mean is tried in the end")
       ->capture_default_str();
   command->add_option("--nbest", o.nbest, "Translations per sentence to tune on")
       ->capture_default_str();

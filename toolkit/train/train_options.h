@@ -24,6 +24,9 @@ struct train_options_t {
   std::string ambiguous;    // strings with a fixed segmentation
   std::string readings;     // Unihan readings, for Chinese sources
   std::string entities;     // lines SOURCE TAB TYPE TAB TARGET
+  std::string names;        // the same, for the finished model only
+  std::string word_pairs;   // a dictionary: lines SOURCE TAB TARGET
+  double sightings = 2;     // how often a phrase of it passes for seen in text
   std::string rules;        // number rules as people write them
   std::string recase_text;  // more English text with its capitals
   std::string sources;      // table of where the text comes from: name, licence, more columns
@@ -36,9 +39,11 @@ struct train_options_t {
   double entropy_threshold = 0;        // of its pruning
   double min_significance = 0;         // of phrase pairs
   std::size_t always_significant = 0;  // source words up to which that does not matter
+  double min_lexical = 0;              // mean word probability below which a pair seen once goes
   std::size_t max_targets = 20;        // of a source phrase
   bool compact = true;
   int tune_rounds = 8;
+  int tune_averages = 3;  // optima whose mean is tried after the last round
   unsigned nbest = 100;
   std::vector<std::pair<std::string, std::string>> built_from;  // more lines for the manifest
 };

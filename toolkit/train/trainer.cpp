@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <iterator>
 #include <stdexcept>
+#include <unordered_set>
 #include <utility>
 
 #include "decoder/compact_lm_model.h"
@@ -16,9 +18,12 @@
 #include "toolkit/io/text_output.h"
 #include "toolkit/lm/ngram_estimator.h"
 #include "toolkit/pack/trained_phrases.h"
+#include "toolkit/phrases/dictionary_phrases.h"
 #include "toolkit/phrases/phrase_file.h"
+#include "toolkit/resource/entity_builder.h"
 #include "toolkit/train/report.h"
 #include "toolkit/train/training_resources.h"
+#include "toolkit/train/word_pairs.h"
 #include "translator/text_translation.h"
 #include "translator/trans_impl.h"
 
@@ -66,6 +71,21 @@ double number_in(const std::string& line) {
   return value;
 }
 
+constexpr std::size_t kMaxPhraseWords = 8;
+constexpr const char* kNamesFile = "names";  // entities and names of the finished folder
+
+void append(std::vector<std::string>& lines, std::vector<std::string> more) {
+  lines.insert(lines.end(), std::make_move_iterator(more.begin()),
+               std::make_move_iterator(more.end()));
+}
+
+// Whether a word of the line stands for a span.
+bool holds_tag(const std::string& line) {
+  return std::ranges::any_of(split_blanks(line), [](std::string_view word) {
+    return word == kLostSpan || is_tag_word(word);
+  });
+}
+
 class Trainer {
  public:
   Trainer(const train_options_t& options, const Progress& progress,
@@ -104,7 +124,8 @@ class Trainer {
     stages_.run("align", [&] { align_words(); });
     stages_.depend(decimal(options_.min_significance) + ' ' +
                    std::to_string(options_.always_significant) + ' ' +
-                   std::to_string(options_.max_targets));
+                   std::to_string(options_.max_targets) + ' ' + decimal(options_.sightings) + ' ' +
+                   decimal(options_.min_lexical));
     stages_.run("phrases", [&] { extract_phrases(); });
     stages_.depend(std::to_string(options_.order) + ' ' + decimal(options_.entropy_threshold));
     stages_.run("language model", [&] { estimate_language_model(); });
@@ -112,12 +133,21 @@ class Trainer {
     if (!options_.dev_source.empty()) {
       stages_.depend_on_file(options_.dev_source);
       stages_.depend_on_file(options_.dev_target);
-      stages_.depend(std::to_string(options_.tune_rounds) + ' ' + std::to_string(options_.nbest));
+      stages_.depend(std::to_string(options_.tune_rounds) + ' ' +
+                     std::to_string(options_.tune_averages) + ' ' + std::to_string(options_.nbest));
       stages_.run("tune", [&] { tune_weights(); });
       read_weights();
     }
     stages_.depend(options_.compact ? "compact" : "plain");
-    stages_.run("pack", [&] { pack(); });
+    if (options_.names.empty()) {
+      stages_.depend("-");
+    } else {
+      stages_.depend_on_file(options_.names);
+    }
+    stages_.run("pack", [&] {
+      add_names();
+      pack();
+    });
     publish();
     result_.times = stages_.times();
     if (!options_.dev_source.empty()) {
@@ -132,9 +162,9 @@ class Trainer {
   void depend_on_inputs() {
     const train_options_t& o = options_;
     stages_.depend("training format 1 " + o.direction.name());
-    std::vector<std::string> inputs = {o.source,   o.target,    o.dictionary,
-                                       o.surnames, o.ambiguous, o.readings,
-                                       o.entities, o.rules,     o.recase_text};
+    std::vector<std::string> inputs = {o.source,      o.target,    o.dictionary, o.surnames,
+                                       o.ambiguous,   o.readings,  o.entities,   o.rules,
+                                       o.recase_text, o.word_pairs};
     inputs.insert(inputs.end(), o.lm_text.begin(), o.lm_text.end());
     for (const std::string& input : inputs) {
       if (input.empty()) {
@@ -163,6 +193,7 @@ class Trainer {
       more.insert(more.end(), lines.begin(), lines.end());
     }
     write_lines(stages_.file("prepared.more"), more);
+    prepare_word_pairs(text.target);
 
     const preparation_report_t& r = text.report;
     std::string report;
@@ -175,6 +206,33 @@ class Trainer {
           tag + '\t' + std::to_string(count.found) + '\t' + std::to_string(count.matched) + '\n';
     }
     write_file(stages_.file("prepared.report"), report);
+  }
+
+  // The dictionary's pairs as phrases of words.
+  void prepare_word_pairs(std::span<const std::string> target_text) {
+    std::vector<std::string> source;
+    std::vector<std::string> target;
+    if (!options_.word_pairs.empty()) {
+      const word_pairs_t pairs = read_word_pairs(options_.word_pairs);
+      preparation_options_t options;
+      options.threads = options_.threads;
+      options.max_words = kMaxPhraseWords;
+      prepared_text_t text =
+          prepare(resources_.files(), pairs.source, pairs.target, options, progress_);
+      for (std::size_t i = 0; i < text.source.size(); ++i) {
+        if (!holds_tag(text.source[i]) && !holds_tag(text.target[i])) {
+          source.push_back(std::move(text.source[i]));
+          target.push_back(std::move(text.target[i]));
+        }
+      }
+      say_("  " + std::to_string(source.size()) + " of " + std::to_string(pairs.source.size()) +
+           " dictionary pairs kept");
+      if (has_no_blanks(options_.direction.target)) {
+        cut_unseen_words(target, target_text);
+      }
+    }
+    write_lines(stages_.file("dictionary.source"), source);
+    write_lines(stages_.file("dictionary.target"), target);
   }
 
   void read_preparation_report() {
@@ -204,13 +262,18 @@ class Trainer {
   // --------------------------------------------------------------------- models
 
   void align_words() {
-    const Bitext bitext = make_bitext(read_lines(stages_.file("prepared.source")),
-                                      read_lines(stages_.file("prepared.target")));
+    std::vector<std::string> source = read_lines(stages_.file("prepared.source"));
+    std::vector<std::string> target = read_lines(stages_.file("prepared.target"));
+    const std::size_t pairs = source.size();
+    // The dictionary teaches the aligner words; its own links are of no use.
+    append(source, read_lines(stages_.file("dictionary.source")));
+    append(target, read_lines(stages_.file("dictionary.target")));
+    const Bitext bitext = make_bitext(source, target);
     AlignOptions options;
     options.threads = options_.threads;
     const Alignment alignment = align_both(bitext, options, progress_);
     TextOutput file(stages_.file("alignment"));
-    for (std::size_t i = 0; i < alignment.size(); ++i) {
+    for (std::size_t i = 0; i < pairs; ++i) {
       file.write(to_text(alignment[i]) + '\n');
     }
     file.commit();
@@ -225,7 +288,7 @@ class Trainer {
   }
 
   void extract_phrases() {
-    const Bitext bitext = make_bitext(plain_text("prepared.source"), plain_text("prepared.target"));
+    Bitext bitext = make_bitext(plain_text("prepared.source"), plain_text("prepared.target"));
     Alignment alignment;
     for (const std::string& line : read_lines(stages_.file("alignment"))) {
       alignment.add(parse_links(line));
@@ -235,37 +298,84 @@ class Trainer {
     options.min_significance = options_.min_significance;
     options.always_significant = options_.always_significant;
     options.max_targets = options_.max_targets;
+    options.min_lexical = options_.min_lexical;
+    DictionaryPhrases dictionary(read_lines(stages_.file("dictionary.source")),
+                                 read_lines(stages_.file("dictionary.target")), options_.sightings,
+                                 bitext);
     TextOutput file(stages_.file("phrases"));
+    // A word that looks like what parts the fields of the file can't be written to it.
+    const WordId source_bars = bitext.source_words.find("|||");
+    const WordId target_bars = bitext.target_words.find("|||");
+    const PhraseSink write = [&](std::span<const PhrasePair> pairs) {
+      for (const PhrasePair& pair : pairs) {
+        if (std::ranges::count(pair.source, source_bars) > 0 ||
+            std::ranges::count(pair.target, target_bars) > 0) {
+          continue;
+        }
+        file.write(format_phrase(pair, bitext.source_words, bitext.target_words));
+      }
+    };
     const PhraseStatistics statistics = build_phrase_table(
         bitext, alignment, options,
         [&](std::span<const PhrasePair> pairs) {
-          for (const PhrasePair& pair : pairs) {
-            file.write(format_phrase(pair, bitext.source_words, bitext.target_words));
-          }
+          dictionary.mix(pairs, options.max_targets, write);
         },
         progress_);
+    dictionary.rest(options.max_targets, write);
     file.commit();
     say_("  " + std::to_string(statistics.pairs) + " phrase pairs, " +
          std::to_string(statistics.kept) + " kept");
+    if (dictionary.pairs() > 0) {
+      say_("  " + std::to_string(dictionary.added()) + " of " + std::to_string(dictionary.pairs()) +
+           " dictionary pairs are new to the text");
+    }
   }
 
   const TrainedPhrases& phrases() {
     if (!phrases_) {
-      phrases_ = std::make_unique<TrainedPhrases>(
-          stages_.file("phrases"), plain_text("prepared.source"), plain_text("prepared.target"));
+      std::vector<std::string> source = plain_text("prepared.source");
+      std::vector<std::string> target = plain_text("prepared.target");
+      // Twice, so that the dictionary's words come before those that the text has once.
+      for (int i = 0; i < 2; ++i) {
+        append(source, read_lines(stages_.file("dictionary.source")));
+        append(target, read_lines(stages_.file("dictionary.target")));
+      }
+      phrases_ = std::make_unique<TrainedPhrases>(stages_.file("phrases"), source, target);
     }
     return *phrases_;
+  }
+
+  // Targets of the dictionary with a word that no text holds: without them the language model
+  // would take every such word for an unknown one.
+  std::vector<std::string> unseen_targets(std::span<const std::string> text) const {
+    std::unordered_set<std::string_view> seen;
+    for (const std::string& line : text) {
+      for (const std::string_view word : split_blanks(line)) {
+        seen.insert(word);
+      }
+    }
+    const VocabBuilder& vocab = phrases_->target_vocab();
+    std::vector<std::string> lines = read_lines(stages_.file("dictionary.target"));
+    std::erase_if(lines, [&](const std::string& line) {
+      const std::vector<std::string_view> words = split_blanks(line);
+      std::int32_t id = 0;
+      return std::ranges::all_of(words, [&](std::string_view w) { return seen.contains(w); }) ||
+             !std::ranges::all_of(words, [&](std::string_view w) { return vocab.find(w, id); });
+    });
+    std::ranges::sort(lines);
+    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+    return lines;
   }
 
   void estimate_language_model() {
     const TrainedPhrases& table = phrases();
     table.source_vocab().save(model_.file("source.vocab"));
     table.target_vocab().save(model_.file("target.vocab"));
+    std::vector<std::string> lines = plain_text("prepared.target");
+    append(lines, plain_text("prepared.more"));
+    append(lines, unseen_targets(lines));
     NgramText text;
-    for (const std::string& line : plain_text("prepared.target")) {
-      text.add_line(line);
-    }
-    for (const std::string& line : plain_text("prepared.more")) {
+    for (const std::string& line : lines) {
       text.add_line(line);
     }
     NgramOptions options;
@@ -295,6 +405,7 @@ class Trainer {
 
     TuneOptions options;
     options.rounds = options_.tune_rounds;
+    options.averaged = options_.tune_averages;
     options.mert.threads = options_.threads;
     options.mert.ranges.assign(kFeatures, {});
     for (const std::size_t feature :
@@ -328,6 +439,36 @@ class Trainer {
         result_.rounds.push_back(round);
       }
     }
+  }
+
+  // Names that the models know nothing of, for the finished folder alone: in training they would
+  // take from the models what the text says of their words.
+  void add_names() {
+    fs::remove(model_.file(kNamesFile));
+    if (options_.names.empty()) {
+      return;
+    }
+    std::vector<entity_t> names = read_entities(options_.names);
+    const entity_options_t options =
+        chain_entity_options(options_.direction, stages_.file("source.conf"), model_.path);
+    const std::size_t all = names.size();
+    std::erase_if(names, [&](const entity_t& name) {
+      return std::ranges::all_of(options.words(name.source), [&](const std::string& word) {
+        std::int32_t id = 0;
+        return phrases().source_vocab().find(word, id);
+      });
+    });
+    say_("  " + std::to_string(names.size()) + " of " + std::to_string(all) +
+         " names hold a word that the text does not");
+    if (names.empty()) {
+      return;
+    }
+    if (!options_.entities.empty()) {
+      const auto entities = read_entities(options_.entities);
+      names.insert(names.begin(), entities.begin(), entities.end());
+    }
+    write_entity_file(names, options, model_.file(kNamesFile));
+    model_.engine.entities = kNamesFile;
   }
 
   void pack() {
