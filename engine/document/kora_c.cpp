@@ -421,7 +421,8 @@ std::int32_t kora_c_set_limits(kora_c_translator* translator, std::int32_t stack
     return KORA_C_BAD_ARGUMENT;
   }
   return guard(KORA_C_BAD_ARGUMENT, translator->message, [&] {
-    need(stack >= 0 && stack <= kMaxStack && options >= 0 && options <= kMaxOptions,
+    need(stack >= 0 && stack <= koralite::decoder::kWidestSearch && options >= 0 &&
+             options <= koralite::decoder::kWidestSearch,
          "stack and options are numbers from 0 to 1000");
     need(beam >= 0, "a beam below 0");
     auto limits = translator->own_limits;
