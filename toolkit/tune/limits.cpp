@@ -51,9 +51,15 @@ std::string name_of(const decoder::search_limits_t& limits) {
 
 std::vector<decoder::search_limits_t> usual_limits(const decoder::search_limits_t& own) {
   std::vector<decoder::search_limits_t> all = {own};
-  for (const std::int32_t stack : {10, 15, 25, 40, 60, 100}) {
+  // Weights that were tuned at one distortion limit do not fit a wider one: a set that is like the
+  // tuning set gains by it, other text loses.
+  std::vector<std::int32_t> distortions = {own.distortion};
+  if (own.distortion > 2) {
+    distortions.push_back(own.distortion - 2);
+  }
+  for (const std::int32_t stack : {10, 15, 20, 25, 30, 40, 60, 100}) {
     for (const std::int32_t options : {10, 20}) {
-      for (const std::int32_t distortion : {6, 8, 10}) {
+      for (const std::int32_t distortion : distortions) {
         const decoder::search_limits_t limits = {stack, options, distortion, own.beam};
         if (!same(limits, own)) {
           all.push_back(limits);

@@ -22,7 +22,8 @@ struct limits_point_t {
   double bleu = 0;
 };
 
-// Points to measure: what is usual for each limit, and the folder's own.
+// Points to measure: the folder's own, and what is usual for each limit, with no wider distortion
+// limit than the folder's.
 std::vector<decoder::search_limits_t> usual_limits(const decoder::search_limits_t& own);
 // Narrower beams at these limits, to be tried once the others are chosen.
 std::vector<decoder::search_limits_t> narrower_beams(const decoder::search_limits_t& limits);
