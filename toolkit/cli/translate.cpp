@@ -12,6 +12,7 @@
 
 #include "common/sha256.h"
 #include "document/document_translator.h"
+#include "document/text_encoding.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
 #include "toolkit/cli/ordered_pipeline.h"
@@ -79,6 +80,17 @@ struct worker_t {
   std::unique_ptr<translator::TransImpl> handle;
   std::unique_ptr<document::DocumentTranslator> documents;
 };
+
+// Text in another encoding would be translated into rubbish without a word.
+void refuse_other_encodings(const std::string& line, std::size_t number) {
+  const std::string encoding = document::find_encoding(line);
+  if (!encoding.empty()) {
+    throw std::runtime_error(
+        "line " + std::to_string(number) + " of standard input is not UTF-8 and looks like " +
+        encoding + "; convert the text first: " + document::conversion_advice(encoding, "FILE") +
+        " (or translate its bytes as they are with --raw)");
+  }
+}
 
 // What stands in the output for one line, line feed included.
 std::string translate_line(const options_t& options, const model_folder_t& folder,
@@ -183,8 +195,16 @@ int translate(const options_t& options) {
   LineProgress progress(shows_progress, size_of_input());
   LineReader reader(STDIN_FILENO);
   LineWriter writer(STDOUT_FILENO);
+  std::size_t lines_read = 0;
   run_ordered(
-      threads, [&](std::string& line) { return reader.read(line); },
+      threads,
+      [&](std::string& line) {
+        const bool some = reader.read(line);
+        if (some && !options.raw) {
+          refuse_other_encodings(line, ++lines_read);
+        }
+        return some;
+      },
       [&](std::size_t worker, const std::string& line) {
         progress.read(line.size() + 1);
         return translate_line(options, folder, workers[worker], line);
