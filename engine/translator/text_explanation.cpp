@@ -1,13 +1,13 @@
 #include "translator/text_explanation.h"
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <span>
+#include <string>
 #include <utility>
 
-#include "common/parse_number.h"
 #include "decoder/explanation.h"
-#include "decoder/score_text.h"
 #include "translator/text_translation.h"
 
 namespace koralite::translator {
@@ -59,15 +59,14 @@ class SentenceExplainer {
     ProcessWordSeq words(false);
     handle_.DoPreprocess(str, words);
     std::vector<std::string> texts;
-    std::vector<std::string> scores;
+    std::vector<float> scores;
     std::string log;
     handle_.translator().Translate(limit_, words, texts, scores, log);
     for (std::size_t i = 0; i < texts.size(); ++i) {
       ProcessStr text(false, std::move(texts[i]));
       handle_.DoPostprocess(text);
       result_.translations.push_back(
-          {std::move(text.text()),
-           i < scores.size() ? common::parse_leading_float(scores[i]) : 0.0F});
+          {std::move(text.text()), i < scores.size() ? scores[i] : 0.0F});
     }
   }
 
@@ -170,12 +169,18 @@ void write_list(const char* name, const List& list, std::string& json, Write&& w
   json += ']';
 }
 
+// As few digits as give this very number again.
+std::string shortest(float value) {
+  char text[32];
+  return {text, std::to_chars(text, text + sizeof text, value).ptr};
+}
+
 void write_texts(const char* name, const std::vector<scored_text_t>& texts, std::string& json) {
   write_list(name, texts, json, [&](const scored_text_t& scored) {
     json += "\"text\": ";
     write_text(scored.text, json);
     json += ", \"score\": ";
-    json += std::isfinite(scored.score) ? decoder::score_text(scored.score) : "null";
+    json += std::isfinite(scored.score) ? shortest(scored.score) : "null";
   });
 }
 
