@@ -306,7 +306,7 @@ class Command(unittest.TestCase):
         process = self.start("translate", "-m", "model", stdin=terminal)
         self.assertRegex(process.stderr.readline(), b"^reading from the terminal; end with ctrl-D")
         os.write(screen, b"water\n\4")
-        self.assertEqual(process.stdout.read().decode(), "水\n")
+        self.assertEqual((process.stdout.read().decode(), process.wait(60)), ("水\n", 0))
         for descriptor in (screen, terminal):
             os.close(descriptor)
 
@@ -341,6 +341,21 @@ class Command(unittest.TestCase):
             for page in (self.folder / "manual").glob("*.1"):
                 done = subprocess.run(["groff", "-man", "-ww", "-z", page], capture_output=True)
                 self.assertEqual(done.stderr.decode(), "", page)
+
+    def test_tuned_weights_are_not_lost(self):
+        shutil.copytree(self.folder / "trained", self.folder / "tuned")
+        conf = self.folder / "tuned" / "decoder.conf"
+        conf.write_text(re.sub(r"(?<=\[lang-weight\]\n).*", "0.75", conf.read_text()))
+        before = {p.name: p.read_bytes() for p in conf.parent.iterdir()}
+        train = ["train", "--direction", "zh-en", "--source", "text.zh", "--target", "text.en",
+                 "--order", 2, "-o", "tuned"]
+        done = self.run_kora(*train)
+        self.assertEqual(done.returncode, 3)
+        self.assertRegex(done.stderr.decode(), "^kora: tuned: holds weights that were tuned; give "
+                         "--dev-source .*, choose another name with -o, or replace it with --force")
+        self.assertEqual({p.name: p.read_bytes() for p in conf.parent.iterdir()}, before)
+        self.ok(*train, "--force")
+        self.assertNotIn("0.75", conf.read_text())
 
     def test_chooses_a_model(self):
         for env, code in (({"KORA_MODEL": "model"}, 0), ({}, 3)):

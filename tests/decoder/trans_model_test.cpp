@@ -111,10 +111,10 @@ TEST(Quantifier, TakesTheNearestSample) {
   }
   EXPECT_EQ(quantifier.unquantify(4), 3);
   EXPECT_EQ(quantifier.unquantify(255), 3);
-  EXPECT_EQ(Quantifier({-2, -2}).quantify(-2, error), 0);  // not above the first: before the last
-  EXPECT_EQ(Quantifier({-2, -2}).quantify(-1, error), 1);
   EXPECT_EQ(Quantifier().unquantify(7), 0);
   float error = 0;
+  EXPECT_EQ(Quantifier({-2, -2}).quantify(-2, error), 0);  // not above the first: before the last
+  EXPECT_EQ(Quantifier({-2, -2}).quantify(-1, error), 1);
   EXPECT_EQ(message_of([&] { Quantifier().quantify(1, error); }),
             "try to quantify float value with empty quantify sample");
   Quantifier disorder({3, 1, 2, 9});  // whatever it answers, it stays inside

@@ -80,8 +80,7 @@ std::string meant_by(const std::string& word, const CLI::App& program) {
 int fail_usage(const CLI::ParseError& error, const CLI::App& program) {
   std::string message = error.what();
   if (dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-    std::string word = message.substr(message.rfind(": ") + 2);
-    word = word.substr(0, word.find(' '));
+    const std::string word = message.substr(message.rfind(' ') + 1);  // it lists the last one first
     const std::string meant = meant_by(word, program);
     message = "'" + word + "' is not expected here" +
               (meant.empty() ? "" : "; did you mean '" + meant + "'?");

@@ -117,9 +117,10 @@ void require_resource_file(const std::string& path) {
                              " bytes are no records of " + std::to_string(width));
   }
   std::span<const unsigned char> record;
+  std::string line;
   for (std::uint64_t i = 0; reader.read_bytes(width, record); ++i) {
-    const auto end = std::find(record.begin(), record.end(), 0);
-    if (std::any_of(end, record.end(), [](unsigned char byte) { return byte != 0; })) {
+    common::unscramble_record(record, line);
+    if (!std::ranges::equal(record, scramble_record(line, width))) {
       throw std::runtime_error("no resource file: bytes behind the end of record " +
                                std::to_string(i));
     }
