@@ -58,9 +58,8 @@ TEST(ModelChecker, FindsTagWordsThatStandForNothing) {
   decoder::CompactLmModel scorer(folder.path("lm"), 8);
   // Two spans of the source stand behind two tag words of the target, not behind three.
   for (const int digits : {1, 2, 3}) {
-    toolkit::PhraseTableBuilder table({.compact = true,
-                                       .quantifier_path = folder.path("phrases.quant"),
-                                       .lang_model = &scorer});
+    toolkit::PhraseTableBuilder table(
+        {.compact = true, .quantifier_path = folder.path("phrases.quant"), .lang_model = &scorer});
     toolkit::phrase_entry_t entry;
     entry.source.push_back(from);
     entry.source.push_back(from);
