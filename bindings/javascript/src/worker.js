@@ -34,7 +34,7 @@ function parts(text) {
   const result = [];
   for (let begin = 0; begin < text.length; ) {
     let end = begin + kPart >= text.length ? -1 : text.indexOf('\n', begin + kPart);
-    if (end < 0) end = text.length;
+    if (end < 0 || end + 1 === text.length) end = text.length; // a last line feed is kept
     result.push({ begin, text: text.slice(begin, end) });
     begin = end + 1;
   }
