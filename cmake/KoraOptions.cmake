@@ -76,7 +76,7 @@ function(kora_prefer_counted program)
     endforeach()
     target_link_options(${program} PRIVATE LINKER:--whole-archive ${archives}
                         LINKER:--no-whole-archive)
-    target_link_libraries(${program} PRIVATE kora_translator)
+    target_link_libraries(${program} PRIVATE kora_document)
   endif()
 endfunction()
 

@@ -40,7 +40,7 @@ void check_code(std::int32_t code, const kora_c_translator* translator) {
           "a failure has a message and success has none");
 }
 
-void check_links(const Result& result, std::size_t source_size) {
+void check_links(const Result& result, std::size_t source_size, bool is_raw) {
   std::int32_t end = 0;
   for (std::size_t i = 0; i < result.count; ++i) {
     const std::int32_t* const link = result.links + 4 * i;
@@ -52,10 +52,16 @@ void check_links(const Result& result, std::size_t source_size) {
                 link[3] < static_cast<std::int64_t>(result.length),
             "links follow one another inside the output");
     for (std::int32_t at = end; at < link[2]; ++at) {
-      require(result.text[at] == ' ' || result.text[at] == '\n', "only blanks have no link");
+      require(!is_raw || result.text[at] == ' ' || result.text[at] == '\n',
+              "only blanks have no link in the bare engine's output");
     }
     end = link[3] + 1;
   }
+}
+
+// The bare engine protects nothing.
+bool is_raw(kora_c_translator* translator) {
+  return kora_c_set_protection(translator, KORA_C_PROTECT_ALL) != KORA_C_OK;
 }
 
 void translate(kora_c_translator* translator, const std::string& text) {
@@ -72,7 +78,7 @@ void translate(kora_c_translator* translator, const std::string& text) {
                                &aligned.links, &aligned.count);
   check_code(again, translator);
   require(again == code && aligned.view() == plain.view(), "the same text gives the same bytes");
-  check_links(aligned, text.size());
+  check_links(aligned, text.size(), is_raw(translator));
 }
 
 void nbest(kora_c_translator* translator, const std::string& text, std::uint32_t n) {
@@ -110,7 +116,7 @@ void open(Bytes& bytes, SmallFolders& folders, std::vector<kora_c_translator*>& 
     direction = static_cast<std::int32_t>(bytes.number(4));
   }
   const std::string configuration = how & 2U ? std::string(bytes.part()) : folder + "/engine.conf";
-  const std::uint32_t flags = how & 4U ? bytes.byte() % 4 : 0;
+  const std::uint32_t flags = how & 4U ? bytes.byte() % 8 : 0;
   const std::string place = how & 8U ? folder + std::string(bytes.part()) : folder;
   kora_c_translator* translator = nullptr;
   char* message = nullptr;

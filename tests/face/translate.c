@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
   int32_t result;
   if (argc != 3) return 2;
   result = kora_c_open(kora_c_find_direction("en-zh", 5), NULL, 0, argv[1], strlen(argv[1]),
-                       KORA_C_CHECK_MANIFEST, &translator, &message);
+                       KORA_C_CHECK_MANIFEST | KORA_C_RAW, &translator, &message);
   if (result != KORA_C_OK) {
     fprintf(stderr, "%s: %s\n", kora_c_error_name(result), message != NULL ? message : "");
     kora_c_free(message);

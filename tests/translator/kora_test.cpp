@@ -160,7 +160,8 @@ TEST_F(Kora, FacesGiveTheSameBytesOnEightThreads) {
   std::vector<std::thread> threads;
   for (std::string& result : results) {
     threads.emplace_back([&result] {
-      kora_c_translator* translator = opened(folder());
+      kora_c_translator* translator =
+          opened(folder(), KORA_C_OK, KORA_C_CHECK_MANIFEST | KORA_C_RAW);
       for (int i = 0; i < 50; ++i) {
         result = translated(translator, kText);
       }
@@ -176,7 +177,7 @@ TEST_F(Kora, FacesGiveTheSameBytesOnEightThreads) {
 }
 
 TEST_F(Kora, AlignmentTilesTheOutput) {
-  kora_c_translator* translator = opened(folder());
+  kora_c_translator* translator = opened(folder(), KORA_C_OK, KORA_C_RAW);
   const std::string inputs[] = {kText, "the cat sat.", "sat cat the hello", "", " ", "a\nb", "?!."};
   for (const std::string& input : inputs) {
     SCOPED_TRACE(input);
@@ -337,7 +338,7 @@ TEST_F(Kora, RefusesBadArguments) {
   EXPECT_EQ(open(4, "", path, 0), KORA_C_BAD_DIRECTION);  // from Thai
   EXPECT_EQ(open(1, "", "", 0), KORA_C_BAD_ARGUMENT);
   EXPECT_EQ(open(1, "", path + '\0', 0), KORA_C_BAD_ARGUMENT);
-  EXPECT_EQ(open(1, "", path, 2), KORA_C_BAD_ARGUMENT);
+  EXPECT_EQ(open(1, "", path, 4), KORA_C_BAD_ARGUMENT);
   EXPECT_EQ(open(1, path, path, 0), KORA_C_BAD_CONFIGURATION);  // a folder
   EXPECT_EQ(open(1, path + "/decoder.conf", path, 0), KORA_C_BAD_CONFIGURATION);
   EXPECT_EQ(kora_c_open(1, nullptr, 0, nullptr, 3, 0, &translator, nullptr), KORA_C_BAD_ARGUMENT);

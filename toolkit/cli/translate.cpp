@@ -9,12 +9,14 @@
 #include <string_view>
 #include <vector>
 
+#include "document/document_translator.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
 #include "toolkit/cli/ordered_pipeline.h"
 #include "toolkit/explain/word_links.h"
 #include "toolkit/folder/manifest.h"
 #include "toolkit/io/interrupt.h"
+#include "toolkit/io/text_lines.h"
 #include "translator/text_translation.h"
 
 namespace koralite::toolkit::cli {
@@ -35,6 +37,9 @@ struct options_t {
   bool check = false;
   bool fast = false;
   bool best = false;
+  bool raw = false;                     // the bare engine
+  std::vector<std::string> glossaries;  // files
+  bool is_case_sensitive = false;       // of the glossaries
 };
 
 // Narrower or wider than what the folder says, where that leaves room.
@@ -51,9 +56,29 @@ void choose_limits(const options_t& options, translator::TransImpl& handle) {
   handle.translator().set_limits(limits);
 }
 
+// A handle with what protects its text; without the latter the bare engine.
+struct worker_t {
+  std::unique_ptr<translator::TransImpl> handle;
+  std::unique_ptr<document::DocumentTranslator> documents;
+};
+
+// The bare engine's translation with its links.
+void translate_with_links(translator::TransImpl& handle, textProcess::LangType source,
+                          const std::string& line, std::string& output,
+                          std::vector<common::align_t>& links) {
+  try {
+    translator::translate_text(handle, source, line, output, links);
+  } catch (const std::runtime_error&) {
+    // Steps refuse to say where nothing came from, as of a line of zero bytes. It has no links.
+    links.clear();
+    translator::translate_text(handle, source, line, output);
+  }
+}
+
 // What stands in the output for one line, line feed included.
 std::string translate_line(const options_t& options, const model_folder_t& folder,
-                           translator::TransImpl& handle, const std::string& line) {
+                           const worker_t& worker, const std::string& line) {
+  translator::TransImpl& handle = *worker.handle;
   const textProcess::LangType source = source_type(folder);
   std::string output;
   if (options.nbest > 0) {
@@ -67,16 +92,19 @@ std::string translate_line(const options_t& options, const model_folder_t& folde
     return output + '\n';
   }
   if (options.alignment.empty()) {
+    if (worker.documents) {
+      return worker.documents->translate_text(line, false).text + '\n';
+    }
     translator::translate_text(handle, source, line, output);
     return output + '\n';
   }
   std::vector<common::align_t> links;
-  try {
-    translator::translate_text(handle, source, line, output, links);
-  } catch (const std::runtime_error&) {
-    // Steps refuse to say where nothing came from, as of a line of zero bytes. It has no links.
-    links.clear();
-    translator::translate_text(handle, source, line, output);
+  if (worker.documents) {
+    auto result = worker.documents->translate_text(line, true);
+    output = std::move(result.text);
+    links = std::move(result.links);
+  } else {
+    translate_with_links(handle, source, line, output, links);
   }
   const direction_t& direction = folder.engine.direction;
   return output + " ||| " +
@@ -99,10 +127,30 @@ int translate(const options_t& options) {
       throw std::runtime_error(wrong.front());
     }
   }
-  std::vector<std::unique_ptr<translator::TransImpl>> handles;
-  for (std::size_t i = 0; i < options.threads; ++i) {
-    handles.push_back(open_handle(folder));
-    choose_limits(options, *handles.back());
+  std::vector<std::string> tables;
+  for (const std::string& path : options.glossaries) {
+    std::string& table = tables.emplace_back();
+    for (const std::string& line : read_lines(path)) {
+      table += line + '\n';
+    }
+  }
+  std::vector<worker_t> workers(options.threads);
+  for (worker_t& worker : workers) {
+    worker.handle = open_handle(folder);
+    choose_limits(options, *worker.handle);
+    if (options.raw) {
+      continue;
+    }
+    worker.documents = std::make_unique<document::DocumentTranslator>(
+        *worker.handle, source_type(folder), language_type(folder.engine.direction.target));
+    for (std::size_t i = 0; i < tables.size(); ++i) {
+      const std::string report = worker.documents->lines().glossary().add(
+          tables[i], options.is_case_sensitive, *worker.handle);
+      if (&worker == workers.data() && !report.empty()) {
+        std::fprintf(stderr, "%s: entries that are left out:\n%s", options.glossaries[i].c_str(),
+                     report.c_str());
+      }
+    }
   }
 
   catch_interrupts();
@@ -114,7 +162,7 @@ int translate(const options_t& options) {
   run_ordered(
       options.threads, [&](std::string& line) { return reader.read(line); },
       [&](std::size_t worker, const std::string& line) {
-        return translate_line(options, folder, *handles[worker], line);
+        return translate_line(options, folder, workers[worker], line);
       },
       [&](const std::string& output, bool is_last) {
         writer.write(output);
@@ -163,6 +211,17 @@ void add_translate(CLI::App& program, run_t& run) {
       ->add_flag("--best", options->best,
                  "A wide search: several times as slow, a little better at most")
       ->excludes(fast);
+  CLI::Option* raw = command->add_flag(
+      "--raw", options->raw,
+      "The bare engine: nothing is protected, and blanks are not kept as they are");
+  command
+      ->add_option("--glossary", options->glossaries,
+                   "A table of terms, source TAB target, an empty target to keep the source; may "
+                   "be given several times")
+      ->excludes(raw)
+      ->excludes(nbest);
+  command->add_flag("--case-sensitive", options->is_case_sensitive,
+                    "Terms of the glossaries match only as they are written");
   command->add_flag("--check", options->check, "Compare the files with the manifest first");
   command->footer(
       "Examples:\n  echo 'good morning' | kora translate -m models/en-zh\n"

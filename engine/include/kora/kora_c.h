@@ -65,6 +65,11 @@ enum {
  * manifest.conf. Costs one reading of the folder. */
 #define KORA_C_CHECK_MANIFEST 1u
 
+/* Flag of kora_c_open and kora_c_open_memory: the bare engine, with the results of
+ * kora.h. Without it a translator protects what a translation must not change; see
+ * kora_c_translate_document. */
+#define KORA_C_RAW 2u
+
 /* The version of the library, such as "1.0.0". */
 KORA_API const char* kora_c_version(void);
 
@@ -96,16 +101,17 @@ KORA_API void kora_c_free(void* memory);
 /* What went wrong in the last call with this translator; "" if nothing did. */
 KORA_API const char* kora_c_message(const kora_c_translator* translator);
 
-/* Translates a text. Each line that is not empty gives one line of output; the
- * sentences of a line are joined by a blank. */
+/* Translates plain text: kora_c_translate_document with KORA_C_PLAIN_TEXT. With
+ * KORA_C_RAW each line that is not empty gives one line of output, and the sentences
+ * of a line are joined by a blank. */
 KORA_API int32_t kora_c_translate(kora_c_translator* translator, const char* text, size_t length,
                                   char** output, size_t* output_length);
 
 /* The same with an alignment: 4 * *link_count numbers, for each link the first and
  * last byte in `text`, then the first and last byte in the output, all inclusive.
  * Links are in order of the output and cover all of it but blanks between phrases
- * and sentences, and line feeds. No link begins or ends inside a character of
- * valid output. */
+ * and sentences, line ends, and what is copied as layout or markup. No link begins
+ * or ends inside a character of valid output. */
 KORA_API int32_t kora_c_translate_aligned(kora_c_translator* translator, const char* text,
                                           size_t length, char** output, size_t* output_length,
                                           int32_t** links, size_t* link_count);
@@ -159,6 +165,71 @@ KORA_API int32_t kora_c_open_memory(int32_t direction, const kora_c_file* files,
  * These are the results of the bare engine. */
 KORA_API int32_t kora_c_explain(kora_c_translator* translator, const char* text, size_t length,
                                 uint32_t n, char** json, size_t* json_length);
+
+/* Formats of documents. */
+enum {
+  KORA_C_PLAIN_TEXT = 0,
+  KORA_C_MARKUP = 1 /* HTML or XML, whole or a fragment */
+};
+
+/* Flag of kora_c_translate_document with KORA_C_MARKUP: translate the attributes alt,
+ * title and placeholder too. */
+#define KORA_C_ATTRIBUTES 1u
+
+/* Translates a document and keeps what must survive.
+ *  - Protected spans come out byte for byte, in the same number: placeholders (%s {0}
+ *    ${x}), tags, addresses, file names, code, numbers such as phone numbers, emoji,
+ *    accented and foreign words. Each travels as one word of its sentence. The mark and
+ *    letter of an accelerator ("&F") move to where the target's readers look for it.
+ *  - Plain text keeps line ends, indentation, list marks, tabs, empty lines and blanks
+ *    at the ends of lines. Sentences are joined by the blanks of the source, in Chinese
+ *    and Japanese by none. Sentences above 32 words are cut at clause ends.
+ *  - Markup: inline tags follow their words by the alignment, stay nested, and none is
+ *    lost or doubled; block tags and <br> end sentences; pre, code, script, style and
+ *    elements with translate="no" are left alone; entities are decoded and written
+ *    again. What is no tag is text.
+ * `links` and `link_count` are as in kora_c_translate_aligned, or both null. */
+KORA_API int32_t kora_c_translate_document(kora_c_translator* translator, const char* text,
+                                           size_t length, int32_t format, uint32_t flags,
+                                           char** output, size_t* output_length, int32_t** links,
+                                           size_t* link_count);
+
+/* Flag of kora_c_set_glossary: terms match only as they are written. */
+#define KORA_C_CASE_SENSITIVE 1u
+
+/* Adds terms to the translator's glossary: a line each, source TAB target; an empty
+ * target means that the source stays; empty lines and lines that begin with # are left
+ * out. Terms run through the source's text steps; the longest one that fits wins; a term
+ * given again gets the new target. A null table of length 0 clears the glossary.
+ * `report`, unless null, receives a line of text for each entry that can never match and
+ * why ("" if there is none), to be freed; such entries are no failure. */
+KORA_API int32_t kora_c_set_glossary(kora_c_translator* translator, const char* table,
+                                     size_t length, uint32_t flags, char** report);
+
+/* Kinds of protected spans, bits for kora_c_set_protection. */
+#define KORA_C_PROTECT_FORMATS 1u         /* %s %1$d %(name)s {0} ${x} $x $(x) @1 */
+#define KORA_C_PROTECT_ACCELERATORS 2u    /* &File _File */
+#define KORA_C_PROTECT_TAGS 4u            /* <b> <file> &amp; in plain text */
+#define KORA_C_PROTECT_ADDRESSES 8u       /* URLs, e-mail, hosts */
+#define KORA_C_PROTECT_FILES 16u          /* file names and paths */
+#define KORA_C_PROTECT_CODE 32u           /* identifiers, options, `code`, versions */
+#define KORA_C_PROTECT_MENTIONS 64u       /* #tag @name */
+#define KORA_C_PROTECT_SYMBOLS 128u       /* emoji, arrows, other symbols */
+#define KORA_C_PROTECT_PHONES 256u        /* telephone numbers */
+#define KORA_C_PROTECT_FOREIGN_WORDS 512u /* accented words, words of other scripts */
+#define KORA_C_PROTECT_PATTERNS 1024u     /* what kora_c_add_pattern added */
+#define KORA_C_PROTECT_NUMBERS 2048u      /* 100,000 and times of day */
+#define KORA_C_PROTECT_ALL 4095u          /* as after opening */
+
+/* Chooses the kinds of spans that are protected from now on; 0 for none. */
+KORA_API int32_t kora_c_set_protection(kora_c_translator* translator, uint32_t kinds);
+
+/* Adds a pattern of spans: bytes stand for themselves, * for one or more word bytes
+ * (letters, digits, _, bytes above 127), # for one or more digits, ? for one byte, \ for
+ * the next byte itself. At most 64 patterns of at most 256 bytes; none may be empty,
+ * begin with * or ?, or end in \ (KORA_C_BAD_ARGUMENT). */
+KORA_API int32_t kora_c_add_pattern(kora_c_translator* translator, const char* pattern,
+                                    size_t length);
 
 #ifdef __cplusplus
 }

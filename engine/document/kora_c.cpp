@@ -12,11 +12,13 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "common/engine_configuration.h"
 #include "common/file_path.h"
 #include "decoder/parameter.h"
+#include "document/document_translator.h"
 #include "kora/kora.h"
 #include "translator/direction_table.h"
 #include "translator/model_manifest.h"
@@ -36,6 +38,7 @@ using koralite::translator::TransImpl;
 struct kora_c_translator {
   MemoryFiles files;  // of a model in memory; outlives the engine
   std::unique_ptr<TransImpl> engine;
+  std::unique_ptr<koralite::document::DocumentTranslator> documents;  // null: the bare engine
   LangType source;
   std::string message;                                 // of the last call
   koralite::decoder::search_limits_t own_limits = {};  // of the folder
@@ -176,7 +179,7 @@ void check_search_width(const FilePath& path) {
 
 // The languages of a direction that may be opened with these flags.
 koralite::translator::language_pair_t languages_for(std::int32_t direction, std::uint32_t flags) {
-  need((flags & ~KORA_C_CHECK_MANIFEST) == 0, "an unknown flag");
+  need((flags & ~(KORA_C_CHECK_MANIFEST | KORA_C_RAW)) == 0, "an unknown flag");
   const auto languages = koralite::translator::languages_of(direction);
   if (!koralite::translator::can_split(languages.source)) {
     throw Failure(KORA_C_BAD_DIRECTION, "a direction that cannot be translated");
@@ -196,6 +199,10 @@ void load(kora_c_translator& translator, const koralite::translator::language_pa
   translator.engine = std::make_unique<TransImpl>(languages.source, languages.target, configuration,
                                                   folder, parameters);
   translator.own_limits = translator.engine->translator().limits();
+  if ((flags & KORA_C_RAW) == 0) {
+    translator.documents = std::make_unique<koralite::document::DocumentTranslator>(
+        *translator.engine, languages.source, languages.target);
+  }
 }
 
 // Makes a translator by `make(kora_c_translator&)`.
@@ -221,6 +228,86 @@ std::int32_t open_with(kora_c_translator** translator, char** message, Make&& ma
     }
   }
   return result;
+}
+
+// Where a translation goes; links are not asked for when either place is null.
+struct places_t {
+  char** output = nullptr;
+  std::size_t* output_length = nullptr;
+  std::int32_t** links = nullptr;
+  std::size_t* link_count = nullptr;
+};
+
+void translate_bare(kora_c_translator& translator, std::string_view text, bool with_links,
+                    std::string& result, std::vector<align_t>& links) {
+  if (with_links) {
+    koralite::translator::translate_text(*translator.engine, translator.source, text, result,
+                                         links);
+  } else {
+    koralite::translator::translate_text(*translator.engine, translator.source, text, result);
+  }
+}
+
+std::int32_t translate(kora_c_translator* translator, const char* text, std::size_t length,
+                       std::int32_t format, std::uint32_t flags, const places_t& to) {
+  if (to.output != nullptr) {
+    *to.output = nullptr;
+  }
+  if (to.output_length != nullptr) {
+    *to.output_length = 0;
+  }
+  if (to.links != nullptr) {
+    *to.links = nullptr;
+  }
+  if (to.link_count != nullptr) {
+    *to.link_count = 0;
+  }
+  if (translator == nullptr) {
+    return KORA_C_BAD_ARGUMENT;
+  }
+  return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
+    need(to.output != nullptr && to.output_length != nullptr,
+         "no place for the output or the links");
+    need((to.links == nullptr) == (to.link_count == nullptr), "a place for links without a count");
+    need(format == KORA_C_PLAIN_TEXT || format == KORA_C_MARKUP, "an unknown format");
+    need((flags & ~KORA_C_ATTRIBUTES) == 0, "an unknown flag");
+    const bool with_links = to.links != nullptr;
+    std::string result;
+    std::vector<align_t> links;
+    if (translator->documents == nullptr) {
+      need(format == KORA_C_PLAIN_TEXT, "a translator opened with KORA_C_RAW knows no markup");
+      translate_bare(*translator, view(text, length), with_links, result, links);
+    } else {
+      auto done = format == KORA_C_PLAIN_TEXT
+                      ? translator->documents->translate_text(view(text, length), with_links)
+                      : translator->documents->translate_markup(
+                            view(text, length), {with_links, (flags & KORA_C_ATTRIBUTES) != 0});
+      result = std::move(done.text);
+      links = std::move(done.links);
+    }
+    std::vector<std::int32_t> flat;
+    flat.reserve(4 * links.size());
+    for (const align_t& link : links) {
+      flat.insert(flat.end(),
+                  {link.source_first, link.source_last, link.target_first, link.target_last});
+    }
+    c_memory<std::int32_t> flat_copy;
+    if (with_links) {
+      flat_copy = copied(flat.data(), flat.size());
+    }
+    *to.output = copied(result.data(), result.size()).release();
+    *to.output_length = result.size();
+    if (with_links) {
+      *to.links = flat_copy.release();
+      *to.link_count = links.size();
+    }
+  });
+}
+
+koralite::document::LineTranslator& lines_of(kora_c_translator& translator) {
+  need(translator.documents != nullptr,
+       "a translator opened with KORA_C_RAW has no glossary and protects nothing");
+  return translator.documents->lines();
 }
 
 }  // namespace
@@ -305,62 +392,18 @@ const char* kora_c_message(const kora_c_translator* translator) {
 
 std::int32_t kora_c_translate(kora_c_translator* translator, const char* text, std::size_t length,
                               char** output, std::size_t* output_length) {
-  if (output != nullptr) {
-    *output = nullptr;
-  }
-  if (output_length != nullptr) {
-    *output_length = 0;
-  }
-  if (translator == nullptr) {
-    return KORA_C_BAD_ARGUMENT;
-  }
-  return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
-    need(output != nullptr && output_length != nullptr, "no place for the output");
-    std::string result;
-    koralite::translator::translate_text(*translator->engine, translator->source,
-                                         view(text, length), result);
-    *output = copied(result.data(), result.size()).release();
-    *output_length = result.size();
-  });
+  return translate(translator, text, length, KORA_C_PLAIN_TEXT, 0, {output, output_length});
 }
 
 std::int32_t kora_c_translate_aligned(kora_c_translator* translator, const char* text,
                                       std::size_t length, char** output, std::size_t* output_length,
                                       std::int32_t** links, std::size_t* link_count) {
-  if (output != nullptr) {
-    *output = nullptr;
+  const bool has_place = links != nullptr && link_count != nullptr;
+  if (translator != nullptr && !has_place) {
+    output = nullptr;  // refused like a place for the output that is missing
   }
-  if (output_length != nullptr) {
-    *output_length = 0;
-  }
-  if (links != nullptr) {
-    *links = nullptr;
-  }
-  if (link_count != nullptr) {
-    *link_count = 0;
-  }
-  if (translator == nullptr) {
-    return KORA_C_BAD_ARGUMENT;
-  }
-  return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
-    need(output != nullptr && output_length != nullptr && links != nullptr && link_count != nullptr,
-         "no place for the output or the links");
-    std::string result;
-    std::vector<align_t> alignment;
-    koralite::translator::translate_text(*translator->engine, translator->source,
-                                         view(text, length), result, alignment);
-    std::vector<std::int32_t> flat;
-    flat.reserve(4 * alignment.size());
-    for (const align_t& link : alignment) {
-      flat.insert(flat.end(),
-                  {link.source_first, link.source_last, link.target_first, link.target_last});
-    }
-    auto flat_copy = copied(flat.data(), flat.size());
-    *output = copied(result.data(), result.size()).release();
-    *output_length = result.size();
-    *links = flat_copy.release();
-    *link_count = alignment.size();
-  });
+  return translate(translator, text, length, KORA_C_PLAIN_TEXT, 0,
+                   {output, output_length, links, link_count});
 }
 
 std::int32_t kora_c_set_limits(kora_c_translator* translator, std::int32_t stack,
@@ -449,4 +492,54 @@ std::int32_t kora_c_explain(kora_c_translator* translator, const char* text, std
     *json = copied(result.data(), result.size()).release();
     *json_length = result.size();
   });
+}
+
+std::int32_t kora_c_translate_document(kora_c_translator* translator, const char* text,
+                                       std::size_t length, std::int32_t format, std::uint32_t flags,
+                                       char** output, std::size_t* output_length,
+                                       std::int32_t** links, std::size_t* link_count) {
+  return translate(translator, text, length, format, flags,
+                   {output, output_length, links, link_count});
+}
+
+std::int32_t kora_c_set_glossary(kora_c_translator* translator, const char* table,
+                                 std::size_t length, std::uint32_t flags, char** report) {
+  if (report != nullptr) {
+    *report = nullptr;
+  }
+  if (translator == nullptr) {
+    return KORA_C_BAD_ARGUMENT;
+  }
+  return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
+    need((flags & ~KORA_C_CASE_SENSITIVE) == 0, "an unknown flag");
+    auto& glossary = lines_of(*translator).glossary();
+    if (table == nullptr && length == 0) {
+      glossary.clear();
+      return;
+    }
+    const std::string problems = glossary.add(
+        view(table, length), (flags & KORA_C_CASE_SENSITIVE) != 0, *translator->engine);
+    if (report != nullptr) {
+      *report = copied(problems.data(), problems.size()).release();
+    }
+  });
+}
+
+std::int32_t kora_c_set_protection(kora_c_translator* translator, std::uint32_t kinds) {
+  if (translator == nullptr) {
+    return KORA_C_BAD_ARGUMENT;
+  }
+  return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
+    need((kinds & ~KORA_C_PROTECT_ALL) == 0, "an unknown kind");
+    lines_of(*translator).recognizer().set_kinds(kinds);
+  });
+}
+
+std::int32_t kora_c_add_pattern(kora_c_translator* translator, const char* pattern,
+                                std::size_t length) {
+  if (translator == nullptr) {
+    return KORA_C_BAD_ARGUMENT;
+  }
+  return guard(KORA_C_BAD_ARGUMENT, translator->message,
+               [&] { lines_of(*translator).recognizer().add_pattern(view(pattern, length)); });
 }
