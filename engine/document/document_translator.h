@@ -63,7 +63,8 @@ class DocumentTranslator {
  private:
   void translate_line(std::string_view line, std::size_t offset, bool with_links,
                       document_result_t& result);
-  void translate_cell(std::string_view cell, std::size_t offset, bool with_links,
+  // The first `kept` bytes of a cell end in no layout.
+  void translate_cell(std::string_view cell, std::size_t offset, std::size_t kept, bool with_links,
                       document_result_t& result);
 
   bool translate_tagged(std::string_view cell, std::size_t offset, bool with_links);

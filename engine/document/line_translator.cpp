@@ -7,6 +7,7 @@
 #include "common/text_class.h"
 #include "decoder/vocab.h"
 #include "document/clause_splitter.h"
+#include "document/fixed_expressions.h"
 #include "document/utf8.h"
 #include "translator/alignment.h"
 #include "translator/text_translation.h"
@@ -68,6 +69,17 @@ bool is_same_but_capitals(std::string_view a, std::string_view b) {
          });
 }
 
+// "%s" and "{}", but not "%1$s", "%1" or "%(name)s".
+bool is_unnumbered(std::string_view format) {
+  if (format == "{}") {
+    return true;
+  }
+  if (format[0] != '%' || format == "%%" || format.find('$') != std::string_view::npos) {
+    return false;
+  }
+  return common::text_is_letter(format.back()) && format[1] != '(' && format[1] != '{';
+}
+
 std::int32_t narrow(std::size_t value) {
   return static_cast<std::int32_t>(value);
 }
@@ -125,19 +137,34 @@ void LineTranslator::mask(std::string_view line, std::span<const forced_span_t> 
   accelerator_.reset();
 
   const std::vector<span_t> spans = recognizer_.find(line);
+  std::vector<expression_t> expressions;
+  if ((recognizer_.kinds() & kNumbers) != 0) {
+    expressions = find_expressions(line, source_, target_);
+  }
   const auto accelerators = std::count_if(
       spans.begin(), spans.end(), [](const span_t& span) { return span.kind == kAccelerators; });
   const bool terms = glossary_.matches_bytes() && !glossary_.empty();
   std::size_t next_forced = 0;
   std::size_t next_span = 0;
+  std::size_t next_expression = 0;
   std::size_t copied = 0;
   for (std::size_t at = 0; at < line.size();) {
     while (next_span < spans.size() && spans[next_span].begin < at) {
       ++next_span;
     }
-    const std::size_t next_at =
+    const std::size_t next_found =
         std::min(next_forced < forced.size() ? forced[next_forced].begin : line.size(),
                  next_span < spans.size() ? spans[next_span].begin : line.size());
+    // An expression comes before a span that it holds, never into one.
+    while (next_expression < expressions.size() &&
+           (expressions[next_expression].begin < at ||
+            (next_forced < forced.size() &&
+             expressions[next_expression].end > forced[next_forced].begin))) {
+      ++next_expression;
+    }
+    const std::size_t next_at = std::min(next_found, next_expression < expressions.size()
+                                                         ? expressions[next_expression].begin
+                                                         : line.size());
     if (terms && at < next_at) {
       const auto match = glossary_.find_bytes(line, at);
       if (match.length > 0 && at + match.length <= next_at) {
@@ -162,6 +189,12 @@ void LineTranslator::mask(std::string_view line, std::span<const forced_span_t> 
       copied = at = span.end;
       continue;
     }
+    if (next_expression < expressions.size() && expressions[next_expression].begin == at) {
+      const expression_t& found = expressions[next_expression++];
+      put_stand_in(line, {found.translation, "lit", found.begin, found.end});
+      copied = at = found.end;
+      continue;
+    }
     span_t span = spans[next_span++];
     if (next_forced < forced.size()) {
       span.end = std::min(span.end, forced[next_forced].begin);
@@ -176,8 +209,10 @@ void LineTranslator::mask(std::string_view line, std::span<const forced_span_t> 
       continue;
     }
     const std::string* const term = glossary_.find_exactly(bytes);
-    put_stand_in(line, {term != nullptr ? *term : std::string(bytes), tag_of(span.kind), span.begin,
-                        span.end});
+    held_t held{term != nullptr ? *term : std::string(bytes), tag_of(span.kind), span.begin,
+                span.end};
+    held.is_ordered = span.kind == kFormats && is_unnumbered(bytes);
+    put_stand_in(line, std::move(held));
     copied = at = span.end;
   }
   put_bytes(line, copied, line.size());
@@ -478,7 +513,7 @@ bool LineTranslator::search(std::string_view line, std::size_t begin, std::size_
     }
   }
 
-  const std::vector<found_stand_in_t> found = stand_ins_.find(output.text());
+  std::vector<found_stand_in_t> found = stand_ins_.find(output.text());
   if (spans > 0) {
     // Each span of the sentence exactly once.
     const std::vector<found_stand_in_t> wanted = stand_ins_.find(sentence);
@@ -496,8 +531,27 @@ bool LineTranslator::search(std::string_view line, std::size_t begin, std::size_
       return false;
     }
   }
+  keep_order(found);
   restore(line, output.text(), found, links, result);
   return true;
+}
+
+// Formats without numbers take their arguments one after the other: they come out in the
+// order of the source.
+void LineTranslator::keep_order(std::vector<found_stand_in_t>& found) const {
+  std::vector<std::size_t> indices;
+  for (const found_stand_in_t& one : found) {
+    if (stand_ins_[one.index].is_ordered) {
+      indices.push_back(one.index);
+    }
+  }
+  std::sort(indices.begin(), indices.end());
+  std::size_t next = 0;
+  for (found_stand_in_t& one : found) {
+    if (stand_ins_[one.index].is_ordered) {
+      one.index = indices[next++];
+    }
+  }
 }
 
 // Whether no blank may stand on one side of a restored span, because none stood there in the

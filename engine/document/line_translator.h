@@ -96,6 +96,7 @@ class LineTranslator {
   void restore(std::string_view line, std::string_view output,
                const std::vector<found_stand_in_t>& found,
                const std::vector<common::align_t>& links, line_result_t& result) const;
+  void keep_order(std::vector<found_stand_in_t>& found) const;
   bool keeps_together(std::string_view line, std::string_view output,
                       const std::vector<found_stand_in_t>& found, std::size_t which,
                       bool on_the_right) const;

@@ -163,10 +163,11 @@ bool DocumentTranslator::translate_tagged(std::string_view cell, std::size_t off
   return true;
 }
 
-void DocumentTranslator::translate_cell(std::string_view cell, std::size_t offset, bool with_links,
-                                        document_result_t& result) {
+void DocumentTranslator::translate_cell(std::string_view cell, std::size_t offset, std::size_t kept,
+                                        bool with_links, document_result_t& result) {
   const std::size_t begin = leading_blanks(cell);
-  const std::size_t end = begin + without_trailing_blanks(cell.substr(begin));
+  const std::size_t end =
+      std::max({begin, kept, begin + without_trailing_blanks(cell.substr(begin))});
   result.text += cell.substr(0, begin);
   if (begin < end) {
     const std::string_view words = cell.substr(begin, end - begin);
@@ -182,12 +183,26 @@ void DocumentTranslator::translate_cell(std::string_view cell, std::size_t offse
 
 void DocumentTranslator::translate_line(std::string_view line, std::size_t offset, bool with_links,
                                         document_result_t& result) {
-  std::size_t begin = leading_blanks(line);
-  begin += list_mark(line.substr(begin));
+  const std::vector<span_t> spans = lines_.recognizer().find(line);
+  const std::size_t first_span = spans.empty() ? line.size() : spans.front().begin;
+  std::size_t begin = std::min(leading_blanks(line), first_span);
+  if (const std::size_t mark = list_mark(line.substr(begin)); begin + mark <= first_span) {
+    begin += mark;
+  }
   result.text += line.substr(0, begin);
+  // A TAB inside a span parts no cells, a blank at its end is no layout.
+  std::size_t next = 0;
   while (begin < line.size()) {
-    const std::size_t end = std::min(line.find('\t', begin), line.size());
-    translate_cell(line.substr(begin, end - begin), offset + begin, with_links, result);
+    std::size_t end = std::min(line.find('\t', begin), line.size());
+    std::size_t kept = begin;  // what no trimming may cut off
+    for (; next < spans.size() && spans[next].begin < end; ++next) {
+      kept = spans[next].end;
+      if (spans[next].end > end) {
+        end = std::min(line.find('\t', spans[next].end), line.size());
+      }
+    }
+    translate_cell(line.substr(begin, end - begin), offset + begin, kept - begin, with_links,
+                   result);
     if (end < line.size()) {
       result.text += '\t';
     }

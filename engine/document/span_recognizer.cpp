@@ -129,7 +129,8 @@ class SpanScan {
         }
         continue;
       }
-      if (at >= text_.size() || text_[at] == '\n') {
+      if (at >= text_.size() || text_[at] == '\n' ||
+          (c == '?' && static_cast<unsigned char>(text_[at]) <= ' ')) {
         return kNone;
       }
       if (c == '\\') {
@@ -919,6 +920,10 @@ void SpanRecognizer::add_pattern(std::string_view pattern) {
   if (pattern.front() == '*' || pattern.front() == '?') {
     throw std::runtime_error("a pattern begins with what stands for itself or a digit: '" +
                              std::string(pattern) + "'");
+  }
+  const auto is_control = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
+  if (is_control(pattern.front()) || is_control(pattern.back())) {
+    throw std::runtime_error("a pattern neither begins nor ends in a blank");
   }
   std::size_t escapes = 0;
   while (escapes < pattern.size() && pattern[pattern.size() - 1 - escapes] == '\\') {

@@ -18,6 +18,7 @@ struct held_t {
   std::size_t begin = 0;    // where it stands in the line, in bytes
   std::size_t end = 0;      // behind its last byte
   bool moves_alone = true;  // false: a copied word, which no fallback has to put back
+  bool is_ordered = false;  // comes out in the order of the source among its like
 };
 
 struct found_stand_in_t {

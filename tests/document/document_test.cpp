@@ -168,7 +168,8 @@ TEST_F(Documents, GlossariesAreObeyed) {
   });
   for_cases("cases.txt", "glossary reports", [&](const Case& c) {
     const std::string report = make().lines().glossary().add(c[0], false, *handle_);
-    c[1].empty() ? EXPECT_EQ(report, "") : EXPECT_THAT(report, testing::HasSubstr(c[1]));
+    EXPECT_EQ(report.empty(), c[1].empty());
+    EXPECT_THAT(report, testing::HasSubstr(c[1]));
   });
   DocumentTranslator translator = make();
   translator.lines().glossary().add("Hello\tH", true, *handle_);
