@@ -119,11 +119,7 @@ void LineTranslator::put_stand_in(std::string_view line, held_t held) {
   if (end == line.size() || line[end] == ' ') {
     return;
   }
-  const char next = line[end];
-  const bool attaches =
-      source_ == LangType::kEnglish &&
-      (next == '\'' || ((next == '.' || next == ',' || next == '?' || next == '!') &&
-                        (end + 1 == line.size() || line[end + 1] == ' ')));
+  const bool attaches = source_ == LangType::kEnglish && stands_attached(line, end);
   if (!attaches) {
     put(" ", end - 1, end - 1);
   }
@@ -621,6 +617,13 @@ void LineTranslator::restore(std::string_view line, std::string_view output,
     }
     result.text += text;
     skip_to(one.end, start, narrow(result.text.size()) - 1);
+    // "p.m." ends a sentence by itself, where the source had no dot for that.
+    const std::string_view held = line.substr(
+        stand_ins_[one.index].begin, stand_ins_[one.index].end - stand_ins_[one.index].begin);
+    if (at + 1 == output.size() && output[at] == '.' && text.ends_with('.') &&
+        !held.ends_with('.')) {
+      skip_to(at + 1, narrow(result.text.size()) - 1, narrow(result.text.size()) - 1);
+    }
     if (at < output.size() && output[at] == ' ' && keeps_together(line, output, found, k, true)) {
       skip_to(at + 1, narrow(result.text.size()), narrow(result.text.size()) - 1);
     }

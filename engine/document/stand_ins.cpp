@@ -16,6 +16,12 @@ constexpr char kBetween = 'v';
 
 }  // namespace
 
+bool stands_attached(std::string_view text, std::size_t at) {
+  const char next = text[at];
+  return next == '\'' || ((next == '.' || next == ',' || next == '?' || next == '!') &&
+                          (at + 1 == text.size() || text[at + 1] == ' '));
+}
+
 void StandIns::reset(std::string_view text) {
   held_.clear();
   // One filler more than the longest run of them: then the prefix is new to the text.
@@ -47,6 +53,9 @@ std::string StandIns::add(held_t held) {
 }
 
 std::size_t StandIns::index_of(std::string_view word) const {
+  if (held_.empty()) {
+    return 0;
+  }
   const std::string_view rest = std::string_view(prefix_).substr(1);
   if (word.size() != prefix_.size() + 2 * kDigits || !word.substr(1).starts_with(rest) ||
       common::text_to_lower(word.front()) != prefix_.front()) {

@@ -27,6 +27,10 @@ struct found_stand_in_t {
   std::size_t index = 0;
 };
 
+// Whether what follows a stand-in at `at` stays attached to it, as the tokenizer wants it: a
+// contraction, or a mark that ends a sentence. Of text in languages with blanks.
+bool stands_attached(std::string_view text, std::size_t at);
+
 class StandIns {
  public:
   // Starts anew for a text; the words will not occur in it.

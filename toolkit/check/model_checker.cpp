@@ -26,6 +26,18 @@ constexpr std::uint16_t kGroupKey = 65535;
 
 using bytes_t = std::span<const unsigned char>;
 
+// Which protected spans a model was trained with; the others are unknown words to it.
+std::string known_span_tags(const decoder::Vocab& vocab) {
+  std::string known;
+  for (const char* name : {"lit", "mark", "ph"}) {
+    int id = 0;
+    if (vocab.find(("<" + std::string(name) + ">#0").c_str(), id)) {
+      known += (known.empty() ? "protected spans known as " : ", ") + std::string(name);
+    }
+  }
+  return known.empty() ? "protected spans are unknown words" : known;
+}
+
 void check_vocab(FileReport report, const std::string& path, decoder::Vocab& vocab) {
   const auto file = report.open();
   if (!file) {
@@ -73,7 +85,7 @@ void check_vocab(FileReport report, const std::string& path, decoder::Vocab& voc
     report.wrong("id 256", "is '" + std::string(unknown) + "', not '<unk>'");
   }
   report.fact(std::to_string(vocab.word_count()) + " words, " + std::to_string(vocab.ne_count()) +
-              " tag words");
+              " tag words; " + known_span_tags(vocab));
 }
 
 void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std::size_t words,

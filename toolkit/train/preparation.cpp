@@ -12,6 +12,7 @@
 #include "toolkit/folder/tag_words.h"
 #include "toolkit/io/corpus.h"
 #include "toolkit/io/parallel.h"
+#include "toolkit/train/shared_spans.h"
 
 namespace koralite::toolkit {
 
@@ -85,7 +86,9 @@ Preparer::Preparer(const preparation_files_t& files)
     : source_(language_type(files.direction.source), language_type(files.direction.target),
               files.source_conf, files.folder),
       target_(language_type(files.direction.target), language_type(files.direction.source),
-              files.target_conf, files.folder) {}
+              files.target_conf, files.folder),
+      source_spans_(language_type(files.direction.source)),
+      target_spans_(language_type(files.direction.target)) {}
 
 std::vector<std::string> Preparer::target(const std::string& line) {
   ProcessStr str(false, line);
@@ -124,12 +127,14 @@ std::vector<std::pair<std::string, std::string>> Preparer::names(const std::stri
 prepared_pair_t Preparer::pair(const std::string& source, const std::string& target,
                                std::map<std::string, tag_count_t>& tags) {
   prepared_pair_t result;
-  ProcessStr str(false, source);
+  const shared_spans_t shared = share_spans(source_spans_, target_spans_, source, target);
+  const document::StandIns& stand_ins = shared.stand_ins;
+  ProcessStr str(false, shared.source);
   ProcessWordSeq words(false);
   ProcessWordSeq removed(false);
   source_.Preprocess(str, words);
   source_.TruncatePunct(words, removed);
-  result.target = this->target(target);
+  result.target = this->target(shared.target);
   for (std::size_t i = removed.words().size(); i-- > 0 && !result.target.empty();) {
     if (result.target.back() != removed.words()[i].translation) {
       break;
@@ -139,6 +144,20 @@ prepared_pair_t Preparer::pair(const std::string& source, const std::string& tar
 
   std::map<std::string, std::uint32_t> spans;
   for (const common::word_node_t& node : words.words()) {
+    if (const std::size_t index = stand_ins.index_of(node.word); index < stand_ins.size()) {
+      const std::string name = stand_ins[index].tag;
+      std::uint32_t& number = spans['<' + name + ">#"];
+      const auto place = std::find(result.target.begin(), result.target.end(), node.word);
+      ++tags[name].found;
+      if (place == result.target.end() || number == kMaxSpans) {
+        result.source.emplace_back(kLostSpan);
+        continue;
+      }
+      ++tags[name].matched;
+      *place = '<' + name + ">#" + std::to_string(number++);
+      result.source.push_back(*place);
+      continue;
+    }
     if (node.tag == nullptr || node.translation == nullptr) {
       result.source.emplace_back(node.word);
       continue;
@@ -159,6 +178,12 @@ prepared_pair_t Preparer::pair(const std::string& source, const std::string& tar
     const auto first = result.target.begin() + static_cast<std::ptrdiff_t>(begin);
     *first = tag;
     result.target.erase(first + 1, result.target.begin() + static_cast<std::ptrdiff_t>(end));
+  }
+  // What has no partner among the source's words must not be learned as a word.
+  for (std::string& word : result.target) {
+    if (stand_ins.size() > 0 && stand_ins.index_of(word) < stand_ins.size()) {
+      word = kLostSpan;
+    }
   }
   return result;
 }

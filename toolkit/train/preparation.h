@@ -1,7 +1,8 @@
 // Turns sentence pairs as people write them into the words that training reads,
 // by the engine's own text steps, so that training text and run-time text agree
 // to the byte. Spans that the engine will translate by rule or dictionary become
-// tag words where the target side has the same translation.
+// tag words where the target side has the same translation, and so do protected spans
+// (placeholders, addresses, code) that both sides hold equally often.
 //
 // A Preparer owns the text pipelines of both languages; one serves one thread.
 // prepare() runs many on several threads; its result does not depend on how many.
@@ -14,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "document/span_recognizer.h"
 #include "textProcess/processor.h"
 #include "toolkit/folder/direction.h"
 #include "toolkit/io/progress.h"
@@ -56,6 +58,8 @@ class Preparer {
  private:
   textProcess::Processor source_;
   textProcess::Processor target_;  // its preprocessor reads the target language
+  document::SpanRecognizer source_spans_;
+  document::SpanRecognizer target_spans_;
 };
 
 struct preparation_options_t {
