@@ -41,25 +41,35 @@ class Placement {
   std::vector<std::pair<std::size_t, std::size_t>> run() {
     make_units();
     std::vector<std::pair<std::size_t, std::size_t>> ranges(segment_.elements.size());
-    // Where the next empty element of each parent goes.
-    std::vector<std::size_t> next(segment_.elements.size() + 1, 0);
     for (std::size_t e = 0; e < segment_.elements.size(); ++e) {
       const std::size_t parent = segment_.elements[e].parent;
       const auto around = parent == 0
                               ? std::pair<std::size_t, std::size_t>(0, translated_.text.size())
                               : ranges[parent - 1];
       if (!find_range(e, around, ranges[e])) {
-        const std::size_t place = std::clamp(next[parent], around.first, around.second);
+        const std::size_t place =
+            std::clamp(end_before(segment_.elements[e].begin), around.first, around.second);
         ranges[e] = {place, place};
       }
-      next[parent] = ranges[e].second;
-      next[e + 1] = ranges[e].first;
     }
     return ranges;
   }
 
  private:
   const std::string& text() const { return translated_.text; }
+
+  // Where the words that stand before a place of the source end in the output.
+  std::size_t end_before(std::size_t place) const {
+    std::size_t best = 0;
+    std::size_t end = 0;
+    for (const unit_t& unit : units_) {
+      if (unit.source_end <= place && unit.source_end >= best) {
+        best = unit.source_end;
+        end = unit.end;
+      }
+    }
+    return end;
+  }
 
   std::size_t owner_of(std::size_t begin, std::size_t end) const {
     std::size_t owner = 0;

@@ -216,7 +216,9 @@ class MarkupTranslation {
                                         append_decoded(text_, begin, end, segment);
                                       });
     result_.text += before_;
-    if (some) {
+    if (some && !has_words(segment_.text)) {
+      result_.text += builder_.inside();
+    } else if (some) {
       translate_segment(lines_, segment_, options_.with_links, piece_);
       append_piece(piece_, 0, result_);
     }

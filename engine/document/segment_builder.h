@@ -64,9 +64,20 @@ class SegmentBuilder {
       }
     }
     add_elements(first, last, place, segment);
+    inside_.clear();
+    for (std::size_t i = first; i < last; ++i) {
+      if (items_[i].kind == Kind::kText) {
+        inside_ += bytes(items_[i]);
+      } else {
+        inside_ += items_[i].markup;
+      }
+    }
     items_.clear();
     return true;
   }
+
+  // What the last finished segment is without a translation.
+  const std::string& inside() const { return inside_; }
 
   static void add_point(std::size_t begin, std::size_t end, std::string markup, segment_t& segment);
 
@@ -86,6 +97,7 @@ class SegmentBuilder {
 
   std::string_view document_;
   std::vector<item_t> items_;
+  std::string inside_;
   std::vector<Role> roles_;
   std::vector<std::size_t> partners_;
   std::vector<std::size_t> parents_;  // of opening tags: the opening tag around, + 1; 0 for none

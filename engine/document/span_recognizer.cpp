@@ -180,6 +180,9 @@ class SpanScan {
     }
     const bool numbered =
         digits > i && first != '0' && digits - i <= 2 && !(at > 0 && text_is_digit(text_[at - 1]));
+    if (numbered && first == 'L') {
+      return digits;
+    }
     return conversion(at + 1, numbered ? digits : kNone, at);
   }
 
@@ -635,9 +638,8 @@ class SpanScan {
     std::size_t digits = 0;
     std::size_t end = i;
     bool bracket = false;
-    bool blank = false;
     while (count < groups.size()) {
-      const bool open = byte(i) == '(';
+      const bool open = byte(i) == '(' && count == 0;
       if (open) {
         ++i;
         bracket = true;
@@ -658,8 +660,10 @@ class SpanScan {
         ++i;
       }
       end = i;
-      if (byte(i) == '-' || byte(i) == ' ') {
-        blank = blank || (byte(i) == ' ' && !(bracket && count == 1));
+      // Blanks part groups behind a "+" and behind brackets, but for lone digits.
+      const bool may_blank = (plus || (bracket && count == 1)) && text_is_digit(byte(i + 1)) &&
+                             text_is_digit(byte(i + 2));
+      if (byte(i) == '-' || (byte(i) == ' ' && may_blank)) {
         ++i;
       } else if (!open) {
         break;
@@ -674,7 +678,7 @@ class SpanScan {
     if (bracket) {
       return count == 3 && groups[1] >= 3 && groups[2] == 4 ? end : kNone;
     }
-    if (blank || text_[at] == '(') {
+    if (text_[at] == '(') {
       return kNone;
     }
     const bool shape = (count == 3 && groups[0] == 3 && groups[1] >= 3 && groups[2] == 4) ||
