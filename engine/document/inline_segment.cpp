@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/text_class.h"
+#include "document/markup_scanner.h"
 #include "document/utf8.h"
 
 namespace koralite::document {
@@ -297,6 +299,13 @@ class SegmentWriter {
   }
 
  private:
+  // A bare "<" must not become a tag by what now stands behind it.
+  bool may_begin_tag() const {
+    const char next = at_ + 1 < text_.size() ? text_[at_ + 1] : '\0';
+    return common::text_is_letter(next) || next == '/' || next == '!' || next == '?' ||
+           next == kPointOpen;
+  }
+
   void write_byte(char c) {
     if (in_point_) {
       if (c == kPointClose) {
@@ -313,9 +322,10 @@ class SegmentWriter {
     if (c == kPointOpen && !segment_.points.empty()) {
       in_point_ = true;
       number_ = 0;
-    } else if (c == '&' && escapes.is_markup && !escapes.bare_ampersand) {
+    } else if (c == '&' && escapes.is_markup &&
+               (!escapes.bare_ampersand || entity_at(text_, at_).length > 0)) {
       result_.text += "&amp;";
-    } else if (c == '<' && escapes.is_markup && !escapes.bare_less) {
+    } else if (c == '<' && escapes.is_markup && (!escapes.bare_less || may_begin_tag())) {
       result_.text += "&lt;";
     } else if (c == '>' && escapes.is_markup && !escapes.bare_greater) {
       result_.text += "&gt;";

@@ -122,17 +122,21 @@ class Scanner {
     return end;
   }
 
-  // The end of what ends in `mark`, or 0; a mark that is not there is not looked for again.
-  std::size_t end_of(std::string_view mark, std::size_t at, std::size_t& missing_from) {
-    if (at >= missing_from) {
-      return 0;
+  // The next end of a kind of tag, looked for once.
+  struct next_end_t {
+    std::size_t from = 0;
+    std::size_t end = 0;  // behind the mark; 0 before the first search
+  };
+
+  // The end of what ends in `mark`, or 0.
+  std::size_t end_of(std::string_view mark, std::size_t at, next_end_t& next) {
+    const bool known = next.end > 0 && next.from <= at && at + mark.size() <= next.end;
+    if (!known) {
+      next.from = at;
+      const std::size_t found = text_.find(mark, at);
+      next.end = found == std::string_view::npos ? std::string_view::npos : found + mark.size();
     }
-    const std::size_t found = text_.find(mark, at);
-    if (found == std::string_view::npos) {
-      missing_from = at;
-      return 0;
-    }
-    return found + mark.size();
+    return next.end == std::string_view::npos ? 0 : next.end;
   }
 
   bool read_tag(std::size_t at, token_t& token) {
@@ -140,22 +144,22 @@ class Scanner {
     const std::string_view rest = text_.substr(at);
     if (rest.starts_with("<!--")) {
       token.kind = TokenKind::kOther;
-      token.end = end_of("-->", at + 4, no_comment_end_);
+      token.end = end_of("-->", at + 4, comment_end_);
       return token.end > 0;
     }
     if (rest.starts_with("<![CDATA[")) {
       token.kind = TokenKind::kOther;
-      token.end = end_of("]]>", at + 9, no_section_end_);
+      token.end = end_of("]]>", at + 9, section_end_);
       return token.end > 0;
     }
     if (rest.starts_with("<?")) {
       token.kind = TokenKind::kOther;
-      token.end = end_of("?>", at + 2, no_instruction_end_);
+      token.end = end_of("?>", at + 2, instruction_end_);
       return token.end > 0;
     }
     if (rest.starts_with("<!")) {
       token.kind = TokenKind::kOther;
-      token.end = text_is_letter(byte(text_, at + 2)) ? end_of(">", at + 2, no_tag_end_) : 0;
+      token.end = text_is_letter(byte(text_, at + 2)) ? end_of(">", at + 2, tag_end_) : 0;
       return token.end > 0;
     }
     const bool closes = byte(text_, at + 1) == '/';
@@ -172,19 +176,23 @@ class Scanner {
         !(is_space(after) || after == '>' || (after == '/' && byte(text_, end + 1) == '>'))) {
       return false;
     }
-    const std::size_t first_close = end_of(">", end, no_tag_end_);
+    const std::size_t first_close = end_of(">", end, tag_end_);
     if (first_close == 0) {
       return false;
     }
     token.name = lowered(text_.substr(name, end - name));
     token.end = tag_end(end, first_close);
+    if (token.end == 0) {
+      return false;
+    }
     token.kind = closes                                                        ? TokenKind::kClose
                  : text_[token.end - 2] == '/' || is_one_of(token.name, kVoid) ? TokenKind::kEmpty
                                                                                : TokenKind::kOpen;
     return true;
   }
 
-  // Behind the ">" outside of quotes; where quotes don't close, behind the first one.
+  // Behind the ">" outside of quotes; where quotes don't close, behind the first one. 0 where
+  // another tag begins before that.
   std::size_t tag_end(std::size_t at, std::size_t first_close) const {
     const std::size_t limit = std::min(text_.size(), at + kLongestTag);
     char quote = '\0';
@@ -197,7 +205,7 @@ class Scanner {
       } else if ((c == '"' || c == '\'') && text_[i - 1] == '=') {
         quote = c;
       } else if (c == '<') {
-        break;
+        return 0;
       }
     }
     return first_close;
@@ -221,10 +229,10 @@ class Scanner {
 
   std::string_view text_;
   std::vector<token_t> tokens_;
-  std::size_t no_comment_end_ = std::string_view::npos;
-  std::size_t no_section_end_ = std::string_view::npos;
-  std::size_t no_instruction_end_ = std::string_view::npos;
-  std::size_t no_tag_end_ = std::string_view::npos;
+  next_end_t comment_end_;
+  next_end_t section_end_;
+  next_end_t instruction_end_;
+  next_end_t tag_end_;
 };
 
 }  // namespace
