@@ -113,7 +113,7 @@ class Command(unittest.TestCase):
         text = "Please take me to the museum. Thank you."
         roads = json.loads(self.ok("explain", "-m", "model", "--json", text))
         joined = " ".join(road["output"] for road in roads)
-        self.assertEqual(self.ok("translate", "-m", "model", data=text.encode()).decode(),
+        self.assertEqual(self.ok("translate", "-m", "model", "--raw", data=text.encode()).decode(),
                          joined + "\n")
         self.assertEqual(len(roads), 2)
         for part in (part for road in roads for part in road["parts"]):
@@ -170,11 +170,16 @@ class Command(unittest.TestCase):
         chance = random.Random(3)
         noise = bytes(chance.randrange(256) for _ in range(4000)) + b"\xff\xfe\n\0\0\n"
         (self.folder / "noise").write_bytes(noise)
-        for words in ("translate -m model", "translate -m full --alignment", "step -m full source",
+        for words in ("translate -m model --raw", "translate -m full --raw --alignment", "step -m full source",
                       "segment cut --dictionary full/segment", "lm -m model"):
             done = self.ok(*words.split(), data=noise)
             if not words.startswith("lm"):
                 self.assertEqual(done.count(b"\n"), noise.count(b"\n"), words)
+        for data, name in ((noise, b"ISO-8859-1"), ("water\n".encode("utf-16"), b"UTF-16"),
+                           ("water\n你好世界\n".encode("gb18030"), b"GB18030")):
+            done = self.run_kora("translate", "-m", "model", data=data)
+            self.assertEqual(done.returncode, 1)
+            self.assertIn(b"iconv -f " + name, done.stderr)
         self.run_kora("number", "arabic-integer", "english-integer", data=noise)
         inputs = {"phrases": "phrases.en-zh", "lm": "lm.en-zh", "rules": "rules-en.txt",
                   "dictionary": "words.txt", "entities": "names-en.txt", "readings": "readings.txt",

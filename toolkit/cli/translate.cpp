@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "document/document_translator.h"
+#include "document/text_encoding.h"
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
 #include "toolkit/cli/ordered_pipeline.h"
@@ -61,6 +63,17 @@ struct worker_t {
   std::unique_ptr<translator::TransImpl> handle;
   std::unique_ptr<document::DocumentTranslator> documents;
 };
+
+// Text in another encoding would be translated into rubbish without a word.
+void refuse_other_encodings(const std::string& line, std::size_t number) {
+  const std::string encoding = document::find_encoding(line);
+  if (!encoding.empty()) {
+    throw std::runtime_error(
+        "line " + std::to_string(number) + " of standard input is not UTF-8 and looks like " +
+        encoding + "; convert the text first: " + document::conversion_advice(encoding, "FILE") +
+        " (or translate its bytes as they are with --raw)");
+  }
+}
 
 // The bare engine's translation with its links.
 void translate_with_links(translator::TransImpl& handle, textProcess::LangType source,
@@ -159,8 +172,16 @@ int translate(const options_t& options) {
   std::size_t lines = 0;
   LineReader reader(STDIN_FILENO);
   LineWriter writer(STDOUT_FILENO);
+  std::size_t read = 0;
   run_ordered(
-      options.threads, [&](std::string& line) { return reader.read(line); },
+      options.threads,
+      [&](std::string& line) {
+        const bool some = reader.read(line);
+        if (some && !options.raw) {
+          refuse_other_encodings(line, ++read);
+        }
+        return some;
+      },
       [&](std::size_t worker, const std::string& line) {
         return translate_line(options, folder, workers[worker], line);
       },
