@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "toolkit/folder/tag_words.h"
+#include "toolkit/phrases/quote_balance.h"
 
 namespace koralite::toolkit {
 
@@ -53,7 +54,8 @@ void fill_vocab(const counts_t& used, std::span<const std::string> text, VocabBu
 }  // namespace
 
 TrainedPhrases::TrainedPhrases(const std::string& phrases, std::span<const std::string> source_text,
-                               std::span<const std::string> target_text) {
+                               std::span<const std::string> target_text,
+                               bool drops_unbalanced_quotes) {
   counts_t source_used;
   counts_t target_used;
   read_phrase_file(phrases, [&](const phrase_line_t& phrase) {
@@ -80,6 +82,10 @@ TrainedPhrases::TrainedPhrases(const std::string& phrases, std::span<const std::
     }
     if (!number_tags(phrase, target)) {
       ++report_.odd_tags;
+      return;
+    }
+    if (drops_unbalanced_quotes && !quotes_agree(phrase.source, target)) {
+      ++report_.unbalanced_quotes;
       return;
     }
     record_t record;

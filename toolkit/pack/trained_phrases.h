@@ -33,16 +33,18 @@ class TrainedPhrases {
 
   struct report_t {
     std::uint64_t lines = 0;
-    std::uint64_t lost = 0;        // hold a span whose translation the text did not have
-    std::uint64_t odd_tags = 0;    // tag words that do not belong together
-    std::uint64_t rare_words = 0;  // hold a word beyond the vocabulary's limit
+    std::uint64_t lost = 0;               // hold a span whose translation the text did not have
+    std::uint64_t odd_tags = 0;           // tag words that do not belong together
+    std::uint64_t unbalanced_quotes = 0;  // quotes that come in no pair on one side
+    std::uint64_t rare_words = 0;         // hold a word beyond the vocabulary's limit
     std::size_t source_words = 0;
     std::size_t target_words = 0;
   };
 
   // `phrases` as format_phrase wrote it; the texts (words between blanks) give the frequencies.
+  // Pairs whose sides disagree in quotes are left out when told to.
   TrainedPhrases(const std::string& phrases, std::span<const std::string> source_text,
-                 std::span<const std::string> target_text);
+                 std::span<const std::string> target_text, bool drops_unbalanced_quotes = true);
 
   const VocabBuilder& source_vocab() const { return source_vocab_; }
   const VocabBuilder& target_vocab() const { return target_vocab_; }

@@ -346,8 +346,9 @@ class Trainer {
     const TrainedPhrases& table = phrases();
     const TrainedPhrases::report_t& report = table.report();
     say_("  of " + std::to_string(report.lines) + " phrase pairs " + std::to_string(report.lost) +
-         " hold a span without translation, " + std::to_string(report.odd_tags) +
-         " tags that do not match, " + std::to_string(report.rare_words) + " rare words");
+         " hold a span without translation, " + std::to_string(report.unbalanced_quotes) +
+         " one quote of a pair, " + std::to_string(report.odd_tags) + " tags that do not match, " +
+         std::to_string(report.rare_words) + " rare words");
     const phrase_table_report_t packed =
         pack_phrases(table, std::span<const double>(result_.weights).subspan(kTranslation), options,
                      model_.file("phrases"));
