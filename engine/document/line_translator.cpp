@@ -464,6 +464,9 @@ void LineTranslator::decode(ProcessWordSeq& words, std::string& decoded,
     if (!decoded.empty()) {
       decoded += ' ';
     }
+    if (!with_links_) {
+      piece_links.clear();
+    }
     for (align_t link : piece_links) {
       link.source_first += narrow(begins[k]);
       link.source_last += narrow(begins[k]);
