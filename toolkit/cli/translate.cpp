@@ -12,6 +12,7 @@
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
 #include "toolkit/cli/ordered_pipeline.h"
+#include "toolkit/cli/translate_shards.h"
 #include "toolkit/explain/word_links.h"
 #include "toolkit/folder/manifest.h"
 #include "toolkit/io/interrupt.h"
@@ -35,6 +36,7 @@ struct options_t {
   bool check = false;
   bool fast = false;
   bool best = false;
+  bulk_options_t bulk;
 };
 
 // Narrower or wider than what the folder says, where that leaves room.
@@ -105,6 +107,17 @@ int translate(const options_t& options) {
     choose_limits(options, *handles.back());
   }
 
+  if (!options.bulk.run.output_dir.empty()) {
+    return run_bulk(
+        options.bulk, folder, options.threads, "",
+        [&](std::size_t worker, const std::string& text) {
+          std::string output = translate_line(options, folder, *handles[worker], text);
+          output.pop_back();  // the line feed
+          return output;
+        },
+        [&](std::size_t worker) -> translator::TransImpl& { return *handles[worker]; });
+  }
+
   catch_interrupts();
   const bool is_terminal = isatty(STDOUT_FILENO) != 0;
   const bool shows_progress = !is_terminal && isatty(STDERR_FILENO) != 0;
@@ -164,11 +177,13 @@ void add_translate(CLI::App& program, run_t& run) {
                  "A wide search: several times as slow, a little better at most")
       ->excludes(fast);
   command->add_flag("--check", options->check, "Compare the files with the manifest first");
+  add_bulk_options(*command, options->bulk)->excludes(nbest)->excludes(alignment);
   command->footer(
       "Examples:\n  echo 'good morning' | kora translate -m models/en-zh\n"
       "  kora translate --threads 4 < book.en > book.zh\n"
       "  kora translate --nbest 5 < questions.en\n"
-      "  kora translate --alignment < book.en");
+      "  kora translate --alignment < book.en\n"
+      "  kora translate -t 4 --output-dir out --shard-size 100000 big.txt.gz");
   command->callback([&run, options, alignment] {
     if (alignment->count() > 0 && options->alignment.empty()) {
       options->alignment = "words";

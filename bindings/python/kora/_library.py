@@ -97,9 +97,7 @@ def _load(path: str) -> ctypes.CDLL:
         library.kora_c_version.restype = c_char_p
         version = (library.kora_c_version() or b"").decode("utf-8", "replace")
     except AttributeError as cause:
-        raise LibraryError(
-            f"{path}: no function kora_c_version; this is another library"
-        ) from cause
+        raise LibraryError(f"{path}: no function kora_c_version: not this library") from cause
     if version.split(".")[0] != str(MAJOR):
         raise LibraryError(
             f"{path}: version {version or 'unknown'}, but this package needs {MAJOR}.x; install the "
