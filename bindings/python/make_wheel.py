@@ -1,4 +1,4 @@
-"""Writes the wheel: the package, the shared library inside it, and the wheel's own records.
+"""Writes the wheel: the package, the shared libraries inside it, and the wheel's own records.
 
 A wheel is a zip file with a list of digests, so that nothing but Python is needed to write one. The
 same input gives the same bytes.
@@ -22,7 +22,12 @@ LIBRARY = "libtranslator_jni.so.1"
 
 def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__)
-    parser.add_argument("--library", required=True, type=pathlib.Path, help="the shared library")
+    parser.add_argument(
+        "--libraries",
+        required=True,
+        type=pathlib.Path,
+        help="the folder of the installed libraries",
+    )
     parser.add_argument("--output", required=True, type=pathlib.Path, help="the folder to write to")
     parser.add_argument("--platform", default=f"linux_{platform.machine()}", help="platform tag")
     options = parser.parse_args()
@@ -30,7 +35,9 @@ def main() -> int:
     init = (HERE / "kora" / "__init__.py").read_text("utf-8")
     version = re.findall(r'^__version__ = "(.*)"$', init, re.MULTILINE)[0]
     if options.platform == f"linux_{platform.machine()}":  # else it cannot be loaded here
-        library = ctypes.CDLL(str(options.library.resolve()))
+        for path in options.libraries.glob("liblexicut.so*"):
+            ctypes.CDLL(str(path.resolve()))
+        library = ctypes.CDLL(str((options.libraries / LIBRARY).resolve()))
         library.kora_c_version.restype = ctypes.c_char_p
         found = library.kora_c_version().decode()
         if found != version:
@@ -43,7 +50,10 @@ def main() -> int:
         f"kora/{path.name}": path.read_bytes()
         for path in [*(HERE / "kora").glob("*.py"), HERE / "kora" / "py.typed"]
     }
-    files[f"kora/{LIBRARY}"] = options.library.read_bytes()
+    for path in options.libraries.glob("lib*.so*"):
+        # Each once, under the name by which the loader asks for it, the shortest one with a number.
+        if re.fullmatch(r"lib\w+\.so\.\d+", path.name):
+            files[f"kora/{path.name}"] = path.read_bytes()
     readme = (HERE / "README.md").read_text("utf-8")
     files[f"{information}/METADATA"] = (
         f"Metadata-Version: 2.1\nName: kora\nVersion: {version}\n"
@@ -67,7 +77,7 @@ def main() -> int:
         for name in sorted(files, key=lambda name: (name == record, name)):
             entry = zipfile.ZipInfo(name, (1980, 1, 1, 0, 0, 0))
             entry.compress_type = zipfile.ZIP_DEFLATED
-            entry.external_attr = (0o755 if name.endswith(LIBRARY) else 0o644) << 16
+            entry.external_attr = (0o755 if ".so" in name else 0o644) << 16
             archive.writestr(entry, files[name])
     beside.replace(wheel)
     print(wheel)

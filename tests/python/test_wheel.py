@@ -24,9 +24,17 @@ def run(*words, **more):
 
 
 def make(folder):
-    library = pathlib.Path(os.environ["KORA_LIBRARY"])
+    prefix = folder / "prefix"
+    build = os.environ["KORA_BUILD"]
+    run("cmake", "--install", build, "--component", "libkora1", "--strip", "--prefix", prefix)
+    (library,) = prefix.rglob("libtranslator_jni.so.1")
     printed = run(
-        sys.executable, PACKAGE / "make_wheel.py", "--library", library, "--output", folder
+        sys.executable,
+        PACKAGE / "make_wheel.py",
+        "--libraries",
+        library.parent,
+        "--output",
+        folder,
     )
     return pathlib.Path(printed.strip())
 
@@ -36,7 +44,7 @@ def test_wheel(tmp_path, small):
     assert re.fullmatch(r"kora-[\d.]+-py3-none-linux_\w+\.whl", wheel.name)
     assert make(tmp_path / "two").read_bytes() == wheel.read_bytes()
     names = zipfile.ZipFile(wheel).namelist()
-    assert {"kora/py.typed", "kora/libtranslator_jni.so.1"} <= set(names)
+    assert {"kora/py.typed", "kora/libtranslator_jni.so.1", "kora/liblexicut.so.1"} <= set(names)
 
     run(sys.executable, "-m", "venv", tmp_path / "venv")
     python = tmp_path / "venv" / "bin" / "python"

@@ -82,8 +82,13 @@ def _candidates() -> List[str]:
     named = os.environ.get("KORA_LIBRARY")
     if named:
         return [named]
-    beside = pathlib.Path(__file__).parent / NAME
-    return [str(beside)] if beside.exists() else [NAME]
+    beside = pathlib.Path(__file__).parent
+    if not (beside / NAME).exists():
+        return [NAME]
+    for other in beside.glob("liblexicut.so*"):
+        # What the library needs is found by its name once it is loaded.
+        ctypes.CDLL(str(other))
+    return [str(beside / NAME)]
 
 
 def _load(path: str) -> ctypes.CDLL:
@@ -97,11 +102,11 @@ def _load(path: str) -> ctypes.CDLL:
         library.kora_c_version.restype = c_char_p
         version = (library.kora_c_version() or b"").decode("utf-8", "replace")
     except AttributeError as cause:
-        raise LibraryError(f"{path}: no function kora_c_version: not this library") from cause
+        raise LibraryError(f"{path}: no function kora_c_version") from cause
     if version.split(".")[0] != str(MAJOR):
         raise LibraryError(
-            f"{path}: version {version or 'unknown'}, but this package needs {MAJOR}.x; install the "
-            "library and the package of one release"
+            f"{path}: version {version or 'unknown'}, but this package needs {MAJOR}.x; install "
+            "the library and the package of one release"
         )
     for name, (result, arguments) in {**_FUNCTIONS, **_LATER}.items():
         try:

@@ -210,7 +210,9 @@ class Translator:
         if code < 0:
             raise BadDirectionError(f"there is no direction {name!r}; one is named like 'en-zh'")
         self.direction: str = name
-        flags = (_CHECK_MANIFEST if check else 0) | (_RAW if raw else 0)
+        flags = _CHECK_MANIFEST if check else 0
+        if raw and hasattr(lib, "kora_c_translate_document"):  # older libraries are always bare
+            flags |= _RAW
         self._open: Callable[[int], _Handle] = lambda more: _Handle(
             code, configuration, os.fsencode(folder), flags & ~more
         )
