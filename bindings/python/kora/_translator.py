@@ -123,7 +123,10 @@ class _Handle:
         text = take_text(self.lib, message.value)
         if code != 0:
             self._address.value = None
-            raise error_of(code, text)
+            name = os.fsdecode(folder)
+            if code in (3, 4):  # the library names no remedy, and not always the folder
+                text += f"; 'kora check -m {name}' says what is wrong"
+            raise error_of(code, text if name in text else f"{name}: {text}")
 
     def check(self) -> None:
         """Throws if the handle cannot be used here."""
