@@ -71,7 +71,7 @@ def kill_one_command(folder):
 
 @pytest.fixture(scope="session")
 def place(tmp_path_factory):
-    """A folder with `model`, `text` (4,700 lines, some equal), and `single`, the result of one run."""
+    """A folder with `model`, `text` (4,700 lines, some equal), and `single`, what one run made."""
     folder = tmp_path_factory.mktemp("scale")
     phrasebook.write_all(folder)
     kora("pack", "--direction", "en-zh", "--phrases", folder / "phrases.en-zh", "--lm",

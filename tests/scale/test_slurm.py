@@ -1,5 +1,6 @@
 """docs/scale/slurm.sh on a cluster of this machine, with its own configuration and daemons: a task
-whose command is killed, one whose whole job is put back, and a daemon that is killed and comes back.
+whose command is killed, one that is put back into the queue, and a daemon that is killed and comes
+back.
 """
 
 import contextlib
