@@ -10,6 +10,7 @@
 #include "common/sha256.h"
 #include "decoder/vocab.h"
 #include "toolkit/cli/command.h"
+#include "toolkit/folder/manifest.h"
 #include "toolkit/io/interrupt.h"
 #include "translator/text_translation.h"
 
@@ -39,8 +40,8 @@ void parse_shards(const std::string& words, bulk::shard_options_t& options) {
 // all files. Without a manifest the sizes of the files must do.
 std::string describe(const model_folder_t& folder) {
   std::string text;
-  for (const std::string& path :
-       {folder.engine_path(), folder.file(folder.engine.decoder), folder.file(kManifestName)}) {
+  for (const std::string& path : {folder.engine_path(), folder.file(folder.engine.decoder),
+                                  folder.file(std::string(kManifestName))}) {
     std::ifstream file(path, std::ios::binary);
     text.append(std::istreambuf_iterator<char>(file), {}).append("\n");
   }
