@@ -10,6 +10,12 @@ from conftest import command
 from phrasebook import PAIRS
 
 
+def needs(name):
+    return pytest.mark.skipif(
+        not hasattr(kora._library(), name), reason=f"the library has no {name} yet"
+    )
+
+
 @pytest.mark.parametrize("raw", [False, True])
 def test_gives_what_the_command_gives(book, lines, raw):
     with kora.Translator(book, raw=raw) as translator:
@@ -19,7 +25,10 @@ def test_gives_what_the_command_gives(book, lines, raw):
         assert translator.translate(line.encode() for line in lines) == one_by_one
         for threads, chunk in ((1, 1), (2, 16), (5, 3)):
             assert list(translator.batch(lines, threads=threads, chunk=chunk)) == one_by_one
-    printed = command("translate", "-m", book, text="".join(line + "\n" for line in lines).encode())
+    bare = ["--raw"] if raw and hasattr(kora._library(), "kora_c_translate_document") else []
+    printed = command(
+        "translate", "-m", book, *bare, text="".join(line + "\n" for line in lines).encode()
+    )
     assert printed.decode().split("\n")[:-1] == one_by_one
 
 
@@ -167,3 +176,56 @@ def test_thread_translator(small):
     thread.start()
     thread.join()
     assert there[0] is not here and there[0].translate("hello") == here.translate("hello")
+
+
+@needs("kora_c_translate_document")
+def test_documents(translator):
+    text = "hello world\n\n  - good morning {0} %s\r\n"
+    plain = translator.translate_document(text)
+    assert plain.startswith("你好世界\n\n  - ") and plain.endswith("\r\n")
+    assert plain.count("{0}") == plain.count("%s") == 1
+    html = "<p class=x>hello <b>world</b><br>good &amp; morning</p><pre>hello</pre>"
+    found = translator.translate_document(html, format="html")
+    assert found.startswith("<p class=x>你好<b>世界</b><br>") and found.endswith("<pre>hello</pre>")
+    image = '<img alt="hello world">'
+    assert translator.translate_document(image, format="html") == image
+    assert "你好世界" in translator.translate_document(image, format="xml", attributes=True)
+    with pytest.raises(kora.BadArgumentError, match="text, html, xml"):
+        translator.translate_document("a", format="doc")
+
+
+@needs("kora_c_set_glossary")
+def test_glossary(translator):
+    def cat(**more):
+        return translator.translate_document("the cat sat", **more)
+
+    before = cat()
+    assert "猫" in before and "喵" not in before
+    assert "喵" in cat(glossary={"cat": "喵"})
+    assert cat() == before  # it was for one document
+    assert translator.set_glossary({"cat": "喵", "xyzzy": ""}) == ""
+    assert "喵" in cat() and "喵" in translator.translate("the cat sat")
+    assert all("喵" in line for line in translator.batch(["the cat sat"] * 50, threads=3))
+    both = translator.translate_document("the cat sat good", glossary="good\t善\n")
+    assert "喵" in both and "善" in both
+    assert "善" not in cat() and "喵" in cat()
+    assert translator.set_glossary(None) == "" and cat() == before
+    with pytest.raises(kora.BadArgumentError, match="holds a tab"):
+        translator.set_glossary({"a\tb": "c"})
+
+
+@needs("kora_c_explain")
+def test_explain(translator):
+    text = "😀 hello world. the cat sat"
+    sentences = translator.explain(text, 2)
+    assert len(sentences) == 2
+    for sentence in sentences:
+        part = text[sentence.source_start : sentence.source_end]
+        assert part.strip() in ("😀 hello world.", "the cat sat")
+        assert 1 <= len(sentence.translations) <= 2
+        for phrase in sentence.phrases:
+            assert text[phrase.source_start : phrase.source_end].strip()
+            assert 1 <= len(phrase.alternatives) <= 2
+    words = {text[p.source_start : p.source_end]: p.alternatives[0].text
+             for s in sentences for p in s.phrases}  # fmt: skip
+    assert "你好" in words.get("hello world", words.get("hello", ""))
