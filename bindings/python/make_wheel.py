@@ -51,8 +51,8 @@ def main() -> int:
         for path in [*(HERE / "kora").glob("*.py"), HERE / "kora" / "py.typed"]
     }
     for path in options.libraries.glob("lib*.so*"):
-        # Each once, under the name by which the loader asks for it, the shortest one with a number.
-        if re.fullmatch(r"lib\w+\.so\.\d+", path.name):
+        # Each once, under the name by which the loader asks for it: one number or none.
+        if re.fullmatch(r"lib\w+\.so(\.\d+)?", path.name):
             files[f"kora/{path.name}"] = path.read_bytes()
     readme = (HERE / "README.md").read_text("utf-8")
     files[f"{information}/METADATA"] = (

@@ -1,10 +1,14 @@
 #include "toolkit/cli/translate_shards.h"
 
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
 #include <charconv>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <string_view>
 #include <utility>
 
 #include "common/sha256.h"
@@ -53,8 +57,20 @@ std::string describe(const model_folder_t& folder) {
   return text;
 }
 
+// Whether a token is more than punctuation.
+bool has_letter_or_digit(std::string_view word) {
+  for (std::int32_t at = 0; at < static_cast<std::int32_t>(word.size());) {
+    UChar32 c = 0;
+    U8_NEXT(word.data(), at, static_cast<std::int32_t>(word.size()), c);
+    if (c >= 0 && u_isalnum(c)) {
+      return true;
+    }
+  }
+  return false;
+}
+
 // Counts the words of a text as the handle cuts it, and names those that the source vocabulary does
-// not have; numbers, names and the like, which need none, are known.
+// not have; numbers, names and the like, which need none, are known. Punctuation is no word.
 void count_words(translator::TransImpl& handle, textProcess::LangType source,
                  const decoder::Vocab& vocab, const std::string& text,
                  bulk::translation_t& translation) {
@@ -63,6 +79,9 @@ void count_words(translator::TransImpl& handle, textProcess::LangType source,
     textProcess::ProcessWordSeq words(false);
     handle.DoPreprocess(str, words);
     for (const common::word_node_t& node : words.words()) {
+      if (!has_letter_or_digit(node.word)) {
+        continue;
+      }
       ++translation.words;
       int id = 0;
       if (node.translation == nullptr && !vocab.find(node.word, id)) {
