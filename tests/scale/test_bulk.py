@@ -41,8 +41,8 @@ def test_any_threads_cache_and_compression_give_the_same_manifest(place, tmp_pat
         done = bulk(place, tmp_path / "out" / name, *words.split(), source=tmp_path / name)
         assert (tmp_path / "out" / name / "manifest.json").read_bytes() == wanted
         different = int(re.search(rb"from (\d+) different", done.stdout).group(1))
-        # Equal lines of different blocks are made again without memory for them.
-        assert different == 4501 if "--cache" not in words else 4501 <= different <= 4600
+        # Without memory for them equal lines of different shards are made again.
+        assert different == 4501 if "--cache" not in words else 4501 < different < 4690
         for cut in (len(packed[name]) - 20, len(packed[name]) // 2):
             (tmp_path / ("cut-" + name)).write_bytes(packed[name][:cut])
             done = bulk(place, tmp_path / "cut", source=tmp_path / ("cut-" + name), check=False)

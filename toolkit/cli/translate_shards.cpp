@@ -1,7 +1,7 @@
 #include "toolkit/cli/translate_shards.h"
 
 #include <unicode/uchar.h>
-#include <unicode/utf8.h>
+#include <unicode/unistr.h>
 
 #include <charconv>
 #include <cstdio>
@@ -59,10 +59,10 @@ std::string describe(const model_folder_t& folder) {
 
 // Whether a token is more than punctuation.
 bool has_letter_or_digit(std::string_view word) {
-  for (std::int32_t at = 0; at < static_cast<std::int32_t>(word.size());) {
-    UChar32 c = 0;
-    U8_NEXT(word.data(), at, static_cast<std::int32_t>(word.size()), c);
-    if (c >= 0 && u_isalnum(c)) {
+  const auto text = icu::UnicodeString::fromUTF8(
+      icu::StringPiece(word.data(), static_cast<std::int32_t>(word.size())));
+  for (std::int32_t at = 0; at < text.length(); at = text.moveIndex32(at, 1)) {
+    if (u_isalnum(text.char32At(at)) != 0) {
       return true;
     }
   }
