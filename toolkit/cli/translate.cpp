@@ -109,7 +109,7 @@ int translate(const options_t& options) {
 
   if (!options.bulk.run.output_dir.empty()) {
     return run_bulk(
-        options.bulk, folder, options.threads, "",
+        options.bulk, folder, options.threads, options.fast ? "fast" : (options.best ? "best" : ""),
         [&](std::size_t worker, const std::string& text) {
           std::string output = translate_line(options, folder, *handles[worker], text);
           output.pop_back();  // the line feed
