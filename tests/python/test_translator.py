@@ -229,3 +229,19 @@ def test_explain(translator):
     words = {text[p.source_start : p.source_end]: p.alternatives[0].text
              for s in sentences for p in s.phrases}  # fmt: skip
     assert "你好" in words.get("hello world", words.get("hello", ""))
+
+
+def test_limits(book, lines):
+    with kora.Translator(book, raw=True) as translator:
+        wide = translator.translate(lines)
+        translator.set_limits(stack=1, options=1, distortion=0, beam=0.1)
+        narrow = translator.translate(lines)
+        assert narrow != wide
+        assert list(translator.batch(lines, threads=3)) == narrow  # all handles
+        translator.set_limits(stack=1000)
+        translator.set_limits()
+        assert list(translator.batch(lines, threads=3)) == wide
+        for wrong in ({"stack": 1001}, {"options": -1}, {"beam": -1.0}, {"distortion": 2**40}):
+            with pytest.raises(kora.BadArgumentError):
+                translator.set_limits(**wrong)
+        assert translator.translate(lines[0]) == wide[0]

@@ -57,7 +57,7 @@ def test_wheel(tmp_path, small):
     assert len(example) == 1
     printed = run(python, "-c", example[0], cwd=work).splitlines()
     assert printed[0] == "你好世界"
-    assert printed[1].startswith("['早上好', '猫坐着'")
+    assert printed[1].startswith("['早上好', '这猫坐着'")
     assert printed[-3:] == ["你好世界"] * 3
     code = "import kora; print(kora.__file__, kora._library.__module__)"
     assert str(tmp_path / "venv") in run(python, "-c", code, cwd=work)

@@ -78,7 +78,7 @@ def place(tmp_path_factory):
          folder / "lm.en-zh", "--order", 2, "-o", folder / "model")  # fmt: skip
     chance = random.Random(5)
     words = sorted({word for pair in phrasebook.PAIRS for word in pair[0].split()}) + ["xyzzy"]
-    lines = [" ".join(chance.choices(words, k=chance.randrange(10, 40))) for _ in range(4500)]
+    lines = [" ".join(chance.choices(words, k=chance.randrange(8, 25))) for _ in range(4500)]
     lines += lines[:150] + [""] * 50
     chance.shuffle(lines)
     (folder / "text").write_text("".join(line + "\n" for line in lines))

@@ -19,6 +19,7 @@ from typing import (
     Iterator,
     List,
     Mapping,
+    NamedTuple,
     Optional,
     Tuple,
     Type,
@@ -27,7 +28,7 @@ from typing import (
     overload,
 )
 
-from ._errors import BadArgumentError, BadDirectionError, ClosedError, ForkedError, KoraError
+from ._errors import BadArgumentError, BadDirectionError, ClosedError, ForkedError
 from ._errors import TextError, TranslationFailedError, error_of
 from ._library import later, library, take, take_text
 from ._records import Alignment, Candidate, Link, Offsets, Phrase, Sentence
@@ -41,6 +42,7 @@ _CHECK_MANIFEST = 1
 _RAW = 2
 _ATTRIBUTES = 1
 _CASE_SENSITIVE = 1
+_OWN_DISTORTION = -(2**31)
 _FORMATS = {"text": 0, "html": 1, "xml": 1}
 
 
@@ -98,6 +100,15 @@ def _direction_of_folder(configuration: pathlib.Path) -> Optional[str]:
     if b"[direction]" not in lines[:-1]:
         return None
     return lines[lines.index(b"[direction]") + 1].decode("utf-8", "replace").strip() or None
+
+
+class _Settings(NamedTuple):
+    """What was set after opening; each handle takes it over before its next call."""
+
+    number: int = 0  # rises with every change
+    glossary: bytes = b""
+    glossary_flags: int = 0
+    limits: Optional[Tuple[int, int, int, float]] = None
 
 
 class _Handle:
@@ -194,7 +205,7 @@ class Translator:
         raw: bool = False,
     ) -> None:
         self._handles: List[_Handle] = []  # the first one answers all calls but batches
-        self._settings: Tuple[int, bytes, int] = (0, b"", 0)  # number, glossary table, its flags
+        self._settings = _Settings()
         self._lock = threading.Lock()  # guards the two above
         self.folder = pathlib.Path(folder)
         lib = library()
@@ -455,14 +466,42 @@ class Translator:
             handle.check()
             with handle.lock:
                 self._clear_terms(handle)
-                try:
-                    report = self._add_terms(handle, table, flags)
-                except KoraError:
-                    handle.settings = -1
-                    raise
-                self._settings = (self._settings[0] + 1, table, flags)
-                handle.settings = self._settings[0]
+                handle.settings = -1  # whatever happens, the next call sets all that is to be
+                report = self._add_terms(handle, table, flags)
+                settings = self._settings
+                self._settings = settings._replace(
+                    number=settings.number + 1, glossary=table, glossary_flags=flags
+                )
         return report
+
+    def set_limits(
+        self,
+        *,
+        stack: int = 0,
+        options: int = 0,
+        distortion: Optional[int] = None,
+        beam: float = 0.0,
+    ) -> None:
+        """Makes the search of all later calls wider or narrower: quality against time.
+
+        stack         hypotheses kept for each number of translated words, at most 1000
+        options       translations of each phrase, at most 1000
+        distortion    how far phrases may move, in words; negative: any distance
+        beam          how far behind the best one a hypothesis may be, in units of score
+
+        What is left out, or 0, is what the folder says. BadArgumentError for anything else.
+        """
+        for name, value in (("stack", stack), ("options", options), ("distortion", distortion)):
+            if value is not None and not -(2**31) < value < 2**31:
+                raise BadArgumentError(f"{name} is {value}")
+        limits = (stack, options, _OWN_DISTORTION if distortion is None else distortion, beam)
+        with self._lock:
+            handle = self._handles[0]
+            handle.check()
+            with handle.lock:
+                handle.call(later(handle.lib, "kora_c_set_limits"), *limits)
+                settings = self._settings
+                self._settings = settings._replace(number=settings.number + 1, limits=limits)
 
     def batch(
         self, lines: Iterable[Text], *, threads: Optional[int] = None, chunk: int = 16
@@ -512,11 +551,14 @@ class Translator:
         """Runs a call under the handle's lock with the translator's settings."""
         handle.check()
         with handle.lock:
-            number, table, flags = self._settings
-            if handle.settings != number and not handle.closed:
-                self._clear_terms(handle)
-                self._add_terms(handle, table, flags)
-                handle.settings = number
+            settings = self._settings
+            if handle.settings != settings.number and not handle.closed:
+                if settings.limits is not None:
+                    handle.call(later(handle.lib, "kora_c_set_limits"), *settings.limits)
+                if hasattr(handle.lib, "kora_c_set_glossary"):
+                    self._clear_terms(handle)
+                    self._add_terms(handle, settings.glossary, settings.glossary_flags)
+                handle.settings = settings.number
             return call(handle)
 
     def _take_handles(self, count: int) -> List[_Handle]:
