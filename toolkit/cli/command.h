@@ -54,6 +54,7 @@ direction_t direction_named(const std::string& name);
 
 void add_check(CLI::App& program, run_t& run);
 void add_explain(CLI::App& program, run_t& run);
+void add_import(CLI::App& program, run_t& run);
 void add_info(CLI::App& program, run_t& run);
 void add_lm(CLI::App& program, run_t& run);
 void add_lookup(CLI::App& program, run_t& run);

@@ -40,6 +40,7 @@ int main(int argc, char** argv) {
   add_check(program, run);
   add_eval(program, run);
   add_explain(program, run);
+  add_import(program, run);
   add_info(program, run);
   add_lm(program, run);
   add_lookup(program, run);

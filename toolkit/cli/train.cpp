@@ -52,6 +52,14 @@ void add_train(CLI::App& program, run_t& run) {
   command->add_option("--ambiguous", o.ambiguous, "Chinese strings with a fixed segmentation");
   command->add_option("--readings", o.readings, "Unihan readings, for pinyin");
   command->add_option("--entities", o.entities, "Names: lines SOURCE TAB TYPE TAB TARGET");
+  command->add_option("--names", o.names,
+                      "More names, for the finished model: those with a word new to the text");
+  command->add_option("--word-pairs", o.word_pairs, "A dictionary: lines SOURCE TAB TARGET");
+  command
+      ->add_option("--sightings", o.sightings,
+                   "How often a phrase of the dictionary passes for seen in the text")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
   command->add_option("--rules", o.rules, "Number rules");
   command->add_option("--recase-text", o.recase_text, "More English text with its capitals");
   command->add_option("--sources", o.sources,

@@ -24,6 +24,9 @@ struct train_options_t {
   std::string ambiguous;    // strings with a fixed segmentation
   std::string readings;     // Unihan readings, for Chinese sources
   std::string entities;     // lines SOURCE TAB TYPE TAB TARGET
+  std::string names;        // the same, for the finished model only
+  std::string word_pairs;   // a dictionary: lines SOURCE TAB TARGET
+  double sightings = 2;     // how often a phrase of it passes for seen in text
   std::string rules;        // number rules as people write them
   std::string recase_text;  // more English text with its capitals
   std::string sources;      // table of where the text comes from: name, licence, more columns

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <iterator>
 #include <stdexcept>
+#include <unordered_set>
 #include <utility>
 
 #include "decoder/compact_lm_model.h"
@@ -16,7 +18,9 @@
 #include "toolkit/io/text_output.h"
 #include "toolkit/lm/ngram_estimator.h"
 #include "toolkit/pack/trained_phrases.h"
+#include "toolkit/phrases/dictionary_phrases.h"
 #include "toolkit/phrases/phrase_file.h"
+#include "toolkit/resource/entity_builder.h"
 #include "toolkit/train/report.h"
 #include "toolkit/train/training_resources.h"
 #include "translator/text_translation.h"
@@ -66,6 +70,44 @@ double number_in(const std::string& line) {
   return value;
 }
 
+constexpr std::size_t kMaxPhraseWords = 8;
+constexpr const char* kNamesFile = "names";  // entities and names of the finished folder
+
+void append(std::vector<std::string>& lines, std::vector<std::string> more) {
+  lines.insert(lines.end(), std::make_move_iterator(more.begin()),
+               std::make_move_iterator(more.end()));
+}
+
+// Whether a word of the line stands for a span.
+bool holds_tag(const std::string& line) {
+  return std::ranges::any_of(split_blanks(line), [](std::string_view word) {
+    return word == kLostSpan || is_tag_word(word);
+  });
+}
+
+struct word_pairs_t {
+  std::vector<std::string> source;
+  std::vector<std::string> target;
+};
+
+// Lines SOURCE TAB TARGET, more columns do not matter.
+word_pairs_t read_word_pairs(const std::string& path) {
+  word_pairs_t pairs;
+  const std::vector<std::string> lines = read_lines(path);
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const std::size_t tab = lines[i].find('\t');
+    if (tab == 0 || tab == std::string::npos) {
+      throw std::runtime_error(path + ':' + std::to_string(i + 1) +
+                               ": a line must be SOURCE, TAB, TARGET");
+    }
+    const std::size_t end = lines[i].find('\t', tab + 1);
+    pairs.source.push_back(lines[i].substr(0, tab));
+    pairs.target.push_back(
+        lines[i].substr(tab + 1, end == std::string::npos ? end : end - tab - 1));
+  }
+  return pairs;
+}
+
 class Trainer {
  public:
   Trainer(const train_options_t& options, const Progress& progress,
@@ -104,7 +146,7 @@ class Trainer {
     stages_.run("align", [&] { align_words(); });
     stages_.depend(decimal(options_.min_significance) + ' ' +
                    std::to_string(options_.always_significant) + ' ' +
-                   std::to_string(options_.max_targets));
+                   std::to_string(options_.max_targets) + ' ' + decimal(options_.sightings));
     stages_.run("phrases", [&] { extract_phrases(); });
     stages_.depend(std::to_string(options_.order) + ' ' + decimal(options_.entropy_threshold));
     stages_.run("language model", [&] { estimate_language_model(); });
@@ -117,7 +159,15 @@ class Trainer {
       read_weights();
     }
     stages_.depend(options_.compact ? "compact" : "plain");
-    stages_.run("pack", [&] { pack(); });
+    if (options_.names.empty()) {
+      stages_.depend("-");
+    } else {
+      stages_.depend_on_file(options_.names);
+    }
+    stages_.run("pack", [&] {
+      add_names();
+      pack();
+    });
     publish();
     result_.times = stages_.times();
     if (!options_.dev_source.empty()) {
@@ -132,9 +182,9 @@ class Trainer {
   void depend_on_inputs() {
     const train_options_t& o = options_;
     stages_.depend("training format 1 " + o.direction.name());
-    std::vector<std::string> inputs = {o.source,   o.target,    o.dictionary,
-                                       o.surnames, o.ambiguous, o.readings,
-                                       o.entities, o.rules,     o.recase_text};
+    std::vector<std::string> inputs = {o.source,      o.target,    o.dictionary, o.surnames,
+                                       o.ambiguous,   o.readings,  o.entities,   o.rules,
+                                       o.recase_text, o.word_pairs};
     inputs.insert(inputs.end(), o.lm_text.begin(), o.lm_text.end());
     for (const std::string& input : inputs) {
       if (input.empty()) {
@@ -163,6 +213,7 @@ class Trainer {
       more.insert(more.end(), lines.begin(), lines.end());
     }
     write_lines(stages_.file("prepared.more"), more);
+    prepare_word_pairs();
 
     const preparation_report_t& r = text.report;
     std::string report;
@@ -175,6 +226,30 @@ class Trainer {
           tag + '\t' + std::to_string(count.found) + '\t' + std::to_string(count.matched) + '\n';
     }
     write_file(stages_.file("prepared.report"), report);
+  }
+
+  // The dictionary's pairs as phrases of words.
+  void prepare_word_pairs() {
+    std::vector<std::string> source;
+    std::vector<std::string> target;
+    if (!options_.word_pairs.empty()) {
+      const word_pairs_t pairs = read_word_pairs(options_.word_pairs);
+      preparation_options_t options;
+      options.threads = options_.threads;
+      options.max_words = kMaxPhraseWords;
+      prepared_text_t text =
+          prepare(resources_.files(), pairs.source, pairs.target, options, progress_);
+      for (std::size_t i = 0; i < text.source.size(); ++i) {
+        if (!holds_tag(text.source[i]) && !holds_tag(text.target[i])) {
+          source.push_back(std::move(text.source[i]));
+          target.push_back(std::move(text.target[i]));
+        }
+      }
+      say_("  " + std::to_string(source.size()) + " of " + std::to_string(pairs.source.size()) +
+           " dictionary pairs kept");
+    }
+    write_lines(stages_.file("dictionary.source"), source);
+    write_lines(stages_.file("dictionary.target"), target);
   }
 
   void read_preparation_report() {
@@ -204,13 +279,18 @@ class Trainer {
   // --------------------------------------------------------------------- models
 
   void align_words() {
-    const Bitext bitext = make_bitext(read_lines(stages_.file("prepared.source")),
-                                      read_lines(stages_.file("prepared.target")));
+    std::vector<std::string> source = read_lines(stages_.file("prepared.source"));
+    std::vector<std::string> target = read_lines(stages_.file("prepared.target"));
+    const std::size_t pairs = source.size();
+    // The dictionary teaches the aligner words; its own links are of no use.
+    append(source, read_lines(stages_.file("dictionary.source")));
+    append(target, read_lines(stages_.file("dictionary.target")));
+    const Bitext bitext = make_bitext(source, target);
     AlignOptions options;
     options.threads = options_.threads;
     const Alignment alignment = align_both(bitext, options, progress_);
     TextOutput file(stages_.file("alignment"));
-    for (std::size_t i = 0; i < alignment.size(); ++i) {
+    for (std::size_t i = 0; i < pairs; ++i) {
       file.write(to_text(alignment[i]) + '\n');
     }
     file.commit();
@@ -225,7 +305,7 @@ class Trainer {
   }
 
   void extract_phrases() {
-    const Bitext bitext = make_bitext(plain_text("prepared.source"), plain_text("prepared.target"));
+    Bitext bitext = make_bitext(plain_text("prepared.source"), plain_text("prepared.target"));
     Alignment alignment;
     for (const std::string& line : read_lines(stages_.file("alignment"))) {
       alignment.add(parse_links(line));
@@ -235,18 +315,29 @@ class Trainer {
     options.min_significance = options_.min_significance;
     options.always_significant = options_.always_significant;
     options.max_targets = options_.max_targets;
+    DictionaryPhrases dictionary(read_lines(stages_.file("dictionary.source")),
+                                 read_lines(stages_.file("dictionary.target")), options_.sightings,
+                                 bitext);
     TextOutput file(stages_.file("phrases"));
+    const PhraseSink write = [&](std::span<const PhrasePair> pairs) {
+      for (const PhrasePair& pair : pairs) {
+        file.write(format_phrase(pair, bitext.source_words, bitext.target_words));
+      }
+    };
     const PhraseStatistics statistics = build_phrase_table(
         bitext, alignment, options,
         [&](std::span<const PhrasePair> pairs) {
-          for (const PhrasePair& pair : pairs) {
-            file.write(format_phrase(pair, bitext.source_words, bitext.target_words));
-          }
+          dictionary.mix(pairs, options.max_targets, write);
         },
         progress_);
+    dictionary.rest(options.max_targets, write);
     file.commit();
     say_("  " + std::to_string(statistics.pairs) + " phrase pairs, " +
          std::to_string(statistics.kept) + " kept");
+    if (dictionary.pairs() > 0) {
+      say_("  " + std::to_string(dictionary.added()) + " of " + std::to_string(dictionary.pairs()) +
+           " dictionary pairs are new to the text");
+    }
   }
 
   const TrainedPhrases& phrases() {
@@ -257,15 +348,34 @@ class Trainer {
     return *phrases_;
   }
 
+  // Targets of the dictionary with a word that no text holds: without them the language model
+  // would take every such word for an unknown one.
+  std::vector<std::string> unseen_targets(std::span<const std::string> text) const {
+    std::unordered_set<std::string_view> seen;
+    for (const std::string& line : text) {
+      for (const std::string_view word : split_blanks(line)) {
+        seen.insert(word);
+      }
+    }
+    std::vector<std::string> lines = read_lines(stages_.file("dictionary.target"));
+    std::erase_if(lines, [&](const std::string& line) {
+      return std::ranges::all_of(split_blanks(line),
+                                 [&](std::string_view word) { return seen.contains(word); });
+    });
+    std::ranges::sort(lines);
+    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+    return lines;
+  }
+
   void estimate_language_model() {
     const TrainedPhrases& table = phrases();
     table.source_vocab().save(model_.file("source.vocab"));
     table.target_vocab().save(model_.file("target.vocab"));
+    std::vector<std::string> lines = plain_text("prepared.target");
+    append(lines, plain_text("prepared.more"));
+    append(lines, unseen_targets(lines));
     NgramText text;
-    for (const std::string& line : plain_text("prepared.target")) {
-      text.add_line(line);
-    }
-    for (const std::string& line : plain_text("prepared.more")) {
+    for (const std::string& line : lines) {
       text.add_line(line);
     }
     NgramOptions options;
@@ -328,6 +438,36 @@ class Trainer {
         result_.rounds.push_back(round);
       }
     }
+  }
+
+  // Names that the models know nothing of, for the finished folder alone: in training they would
+  // take from the models what the text says of their words.
+  void add_names() {
+    fs::remove(model_.file(kNamesFile));
+    if (options_.names.empty()) {
+      return;
+    }
+    std::vector<entity_t> names = read_entities(options_.names);
+    const entity_options_t options =
+        chain_entity_options(options_.direction, stages_.file("source.conf"), model_.path);
+    const std::size_t all = names.size();
+    std::erase_if(names, [&](const entity_t& name) {
+      return std::ranges::all_of(options.words(name.source), [&](const std::string& word) {
+        std::int32_t id = 0;
+        return phrases().source_vocab().find(word, id);
+      });
+    });
+    say_("  " + std::to_string(names.size()) + " of " + std::to_string(all) +
+         " names hold a word that the text does not");
+    if (names.empty()) {
+      return;
+    }
+    if (!options_.entities.empty()) {
+      const auto entities = read_entities(options_.entities);
+      names.insert(names.begin(), entities.begin(), entities.end());
+    }
+    write_entity_file(names, options, model_.file(kNamesFile));
+    model_.engine.entities = kNamesFile;
   }
 
   void pack() {
