@@ -82,10 +82,20 @@ void add_train(CLI::App& program, run_t& run) {
       ->add_option("--keep-short", o.always_significant,
                    "But keep all pairs of at most so many source words")
       ->capture_default_str();
+  command
+      ->add_option("--min-lexical", o.min_lexical,
+                   "Drop phrase pairs seen once whose words translate each other with a lower mean "
+                   "probability")
+      ->check(CLI::Range(0.0, 1.0))
+      ->capture_default_str();
   command->add_option("--max-targets", o.max_targets, "Translations kept per source phrase")
       ->capture_default_str();
   command->add_flag("--plain", options->plain, "Write the plain phrase table, not the compact one");
   command->add_option("--tune-rounds", o.tune_rounds, "Rounds of tuning at most")
+      ->capture_default_str();
+  command
+      ->add_option("--tune-averages", o.tune_averages,
+                   "Optima from different seeds whose mean is tried in the end")
       ->capture_default_str();
   command->add_option("--nbest", o.nbest, "Translations per sentence to tune on")
       ->capture_default_str();

@@ -12,10 +12,14 @@ namespace koralite::toolkit {
 
 namespace {
 
-// Ids behind the first word of a phrase, and all ids of the language model, have 16 bits, and 65535
-// is taken; ordinary words follow the tag words.
+// Ids past the first word of a source phrase, and all ids of the language model, have 16 bits, and
+// 65535 is taken; ordinary words follow the tag words.
 constexpr std::size_t kFirstWord = 256;
 constexpr std::size_t kMaxWords = 65535 - kFirstWord;
+// The first word of a source phrase has more room: rare words, most of them from a dictionary,
+// stand alone.
+constexpr std::int32_t kLaterWordLimit = 65535;
+constexpr std::size_t kMaxFirstWords = 500000;
 
 // Smallest probability that is told from zero.
 constexpr double kLeastProbability = 1e-30;
@@ -23,7 +27,8 @@ constexpr double kLeastProbability = 1e-30;
 using counts_t = std::unordered_map<std::string, std::uint64_t>;
 
 // Gives ids to the words in `used`, the frequent ones first. Those beyond the limit get none.
-void fill_vocab(const counts_t& used, std::span<const std::string> text, VocabBuilder& vocab) {
+void fill_vocab(const counts_t& used, std::span<const std::string> text, std::size_t most,
+                VocabBuilder& vocab) {
   counts_t counts = used;
   for (auto& [word, count] : counts) {
     count = 0;
@@ -44,7 +49,7 @@ void fill_vocab(const counts_t& used, std::span<const std::string> text, VocabBu
     return a.first != b.first ? a.first > b.first : a.second < b.second;
   });
   for (const auto& [count, word] : order) {
-    if (is_tag_word(word) || vocab.word_count() < kMaxWords) {
+    if (is_tag_word(word) || vocab.word_count() < most) {
       vocab.encode(word);
     }
   }
@@ -68,8 +73,8 @@ TrainedPhrases::TrainedPhrases(const std::string& phrases, std::span<const std::
   });
   target_vocab_.encode("<s>");
   target_vocab_.encode("</s>");
-  fill_vocab(source_used, source_text, source_vocab_);
-  fill_vocab(target_used, target_text, target_vocab_);
+  fill_vocab(source_used, source_text, kMaxFirstWords, source_vocab_);
+  fill_vocab(target_used, target_text, kMaxWords, target_vocab_);
 
   std::vector<std::string> target;
   read_phrase_file(phrases, [&](const phrase_line_t& phrase) {
@@ -97,6 +102,7 @@ TrainedPhrases::TrainedPhrases(const std::string& phrases, std::span<const std::
     };
     for (const std::string_view word : phrase.source) {
       put(source_vocab_, word);
+      is_known = is_known && (words_.size() == record.words + 1 || words_.back() < kLaterWordLimit);
     }
     for (const std::string& word : target) {
       put(target_vocab_, word);

@@ -416,6 +416,14 @@ class Builder {
     }
   }
 
+  // Whether words of one side are missing on the other, by the lexical weights.
+  bool is_noise(const PhrasePair& pair) const {
+    return pair.forward_lexical <
+               std::pow(options_.min_lexical, static_cast<double>(pair.target.size())) ||
+           pair.backward_lexical <
+               std::pow(options_.min_lexical, static_cast<double>(pair.source.size()));
+  }
+
   void score_source(std::span<const Counted> counted, Scored& part) const {
     std::uint64_t total = 0;
     std::uint64_t sentences = 0;
@@ -456,6 +464,9 @@ class Builder {
           target.count;
       pair.forward_lexical = words_.forward_weight(pair.source, pair.target, pair.links);
       pair.backward_lexical = words_.backward_weight(pair.source, pair.target, pair.links);
+      if (in.count == 1 && is_noise(pair)) {
+        continue;
+      }
       part.pairs.push_back(pair);
     }
     if (part.pairs.size() == begin) {

@@ -36,9 +36,11 @@ struct PhraseOptions {
   std::size_t max_target = 8;  // words, 1 to 8
   OrientationModel orientation = OrientationModel::kPhrase;
   PhraseSmoothing smoothing = PhraseSmoothing::kKneserNey;
-  std::uint32_t min_count = 1;             // rarer pairs are dropped
-  double min_significance = 0;             // -ln of Fisher's p below which a pair is dropped
-  std::size_t always_significant = 0;      // source words up to which it is kept all the same
+  std::uint32_t min_count = 1;         // rarer pairs are dropped
+  double min_significance = 0;         // -ln of Fisher's p below which a pair is dropped
+  std::size_t always_significant = 0;  // source words up to which it is kept all the same
+  double min_lexical = 0;  // geometric mean of word probabilities, either way, below which a pair
+                           // that was seen once is dropped
   std::size_t max_targets = 0;             // kept per source phrase, best first; 0: all
   std::size_t memory = 1U << 30U;          // bytes for what one run extracts
   unsigned threads = 0;                    // 0: all cores

@@ -168,6 +168,20 @@ void RecaseBuilder::add_line(std::string_view line) {
   }
 }
 
+void RecaseBuilder::add_entry(std::string_view entry) {
+  const std::vector<std::string_view> tokens = split_blanks(entry);
+  if (tokens.empty() || tokens.size() > options_.max_words || entry.size() >= options_.max_bytes) {
+    return;
+  }
+  std::string form;
+  for (const std::string_view token : tokens) {
+    form += form.empty() ? "" : " ";
+    form += token;
+  }
+  // An entry that no text has is certain enough.
+  forms_[form] += options_.min_count;
+}
+
 void RecaseBuilder::forget_rare() {
   while (forms_.size() > options_.max_forms / 2) {
     ++rare_;

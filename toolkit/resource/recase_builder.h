@@ -33,6 +33,10 @@ class RecaseBuilder {
   // are left out: sentence starts, headings and lines all in capitals.
   void add_line(std::string_view line);
 
+  // Counts a word or group of words that stands for itself, as in a dictionary: its capitals are
+  // meant.
+  void add_entry(std::string_view entry);
+
   // The entries: every group of words whose usual form is not what shorter entries, or lower case,
   // would make of it. Sorted as the resource wants them.
   std::vector<std::string> entries() const;

@@ -39,9 +39,11 @@ struct train_options_t {
   double entropy_threshold = 0;        // of its pruning
   double min_significance = 0;         // of phrase pairs
   std::size_t always_significant = 0;  // source words up to which that does not matter
+  double min_lexical = 0;              // mean word probability below which a pair seen once goes
   std::size_t max_targets = 20;        // of a source phrase
   bool compact = true;
   int tune_rounds = 8;
+  int tune_averages = 3;  // optima whose mean is tried after the last round
   unsigned nbest = 100;
   std::vector<std::pair<std::string, std::string>> built_from;  // more lines for the manifest
 };

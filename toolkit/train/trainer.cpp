@@ -23,6 +23,7 @@
 #include "toolkit/resource/entity_builder.h"
 #include "toolkit/train/report.h"
 #include "toolkit/train/training_resources.h"
+#include "toolkit/train/word_pairs.h"
 #include "translator/text_translation.h"
 #include "translator/trans_impl.h"
 
@@ -85,29 +86,6 @@ bool holds_tag(const std::string& line) {
   });
 }
 
-struct word_pairs_t {
-  std::vector<std::string> source;
-  std::vector<std::string> target;
-};
-
-// Lines SOURCE TAB TARGET, more columns do not matter.
-word_pairs_t read_word_pairs(const std::string& path) {
-  word_pairs_t pairs;
-  const std::vector<std::string> lines = read_lines(path);
-  for (std::size_t i = 0; i < lines.size(); ++i) {
-    const std::size_t tab = lines[i].find('\t');
-    if (tab == 0 || tab == std::string::npos) {
-      throw std::runtime_error(path + ':' + std::to_string(i + 1) +
-                               ": a line must be SOURCE, TAB, TARGET");
-    }
-    const std::size_t end = lines[i].find('\t', tab + 1);
-    pairs.source.push_back(lines[i].substr(0, tab));
-    pairs.target.push_back(
-        lines[i].substr(tab + 1, end == std::string::npos ? end : end - tab - 1));
-  }
-  return pairs;
-}
-
 class Trainer {
  public:
   Trainer(const train_options_t& options, const Progress& progress,
@@ -146,7 +124,8 @@ class Trainer {
     stages_.run("align", [&] { align_words(); });
     stages_.depend(decimal(options_.min_significance) + ' ' +
                    std::to_string(options_.always_significant) + ' ' +
-                   std::to_string(options_.max_targets) + ' ' + decimal(options_.sightings));
+                   std::to_string(options_.max_targets) + ' ' + decimal(options_.sightings) + ' ' +
+                   decimal(options_.min_lexical));
     stages_.run("phrases", [&] { extract_phrases(); });
     stages_.depend(std::to_string(options_.order) + ' ' + decimal(options_.entropy_threshold));
     stages_.run("language model", [&] { estimate_language_model(); });
@@ -154,7 +133,8 @@ class Trainer {
     if (!options_.dev_source.empty()) {
       stages_.depend_on_file(options_.dev_source);
       stages_.depend_on_file(options_.dev_target);
-      stages_.depend(std::to_string(options_.tune_rounds) + ' ' + std::to_string(options_.nbest));
+      stages_.depend(std::to_string(options_.tune_rounds) + ' ' +
+                     std::to_string(options_.tune_averages) + ' ' + std::to_string(options_.nbest));
       stages_.run("tune", [&] { tune_weights(); });
       read_weights();
     }
@@ -315,6 +295,7 @@ class Trainer {
     options.min_significance = options_.min_significance;
     options.always_significant = options_.always_significant;
     options.max_targets = options_.max_targets;
+    options.min_lexical = options_.min_lexical;
     DictionaryPhrases dictionary(read_lines(stages_.file("dictionary.source")),
                                  read_lines(stages_.file("dictionary.target")), options_.sightings,
                                  bitext);
@@ -405,6 +386,7 @@ class Trainer {
 
     TuneOptions options;
     options.rounds = options_.tune_rounds;
+    options.averaged = options_.tune_averages;
     options.mert.threads = options_.threads;
     options.mert.ranges.assign(kFeatures, {});
     for (const std::size_t feature :

@@ -17,10 +17,24 @@
 #include "toolkit/resource/rule_source.h"
 #include "toolkit/segment/segment_builder.h"
 #include "toolkit/segment/word_breaks.h"
+#include "toolkit/train/word_pairs.h"
 
 namespace koralite::toolkit {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) {
+    text += text.empty() ? "" : " ";
+    text += word;
+  }
+  return text;
+}
+
+}  // namespace
 
 void TrainingResources::make_segmenter(std::string_view language, const std::string& text,
                                        const std::string& path) {
@@ -190,14 +204,12 @@ void TrainingResources::learn_capitals() {
     lines.insert(lines.end(), more.begin(), more.end());
   }
   for (const std::string& line : lines) {
-    std::string text;
-    for (const std::string& word : preparer.cased_target(line)) {
-      if (!text.empty()) {
-        text += ' ';
-      }
-      text += word;
+    builder.add_line(joined(preparer.cased_target(line)));
+  }
+  if (!options_.word_pairs.empty()) {
+    for (const std::string& word : read_word_pairs(options_.word_pairs).target) {
+      builder.add_entry(joined(preparer.cased_target(word)));
     }
-    builder.add_line(text);
   }
   const auto entries = builder.entries();
   fs::remove(model_.file("recase"));

@@ -334,17 +334,18 @@ TuneResult tune(NbestProvider& provider, std::span<const double> start, const Tu
   std::vector<double> weights(start.begin(), start.end());
   NbestLists pool;
   double expected = 0;
-  for (int round = 0; round < options.rounds; ++round) {
+  std::size_t added = 0;  // candidates, by the latest translation
+  const auto translate = [&] {
     NbestLists lists = provider.decode(weights);
     check(lists, weights, {});
-    if (round == 0) {
+    if (result.rounds.empty()) {
       pool.resize(lists.size());
     }
     if (lists.size() != pool.size()) {
       throw std::runtime_error("the tuning set changed between two rounds");
     }
     BleuStats stats;
-    std::size_t added = 0;
+    added = 0;
     std::size_t candidates = 0;
     for (std::size_t s = 0; s < lists.size(); ++s) {
       if (!lists[s].empty()) {
@@ -368,6 +369,17 @@ TuneResult tune(NbestProvider& provider, std::span<const double> start, const Tu
     if (after_round) {
       after_round(done);
     }
+  };
+  const auto optimise = [&](std::span<const double> from, std::uint64_t seed) {
+    MertOptions mert = options.mert;
+    mert.seed += seed;
+    MertResult found = optimise_weights(pool, from, mert);
+    rescale(found.weights, start, options.mert.fixed);
+    return found;
+  };
+
+  for (int round = 0; round < options.rounds; ++round) {
+    translate();
     report(progress, "tune", static_cast<double>(round + 1) / options.rounds);
     if (added == 0 || result.rounds.size() - 1 - result.best >=
                           static_cast<std::size_t>(std::max(options.patience, 1))) {
@@ -376,11 +388,8 @@ TuneResult tune(NbestProvider& provider, std::span<const double> start, const Tu
     if (round + 1 == options.rounds) {
       break;
     }
-    MertOptions mert = options.mert;
-    mert.seed += static_cast<std::uint64_t>(round);
-    MertResult found = optimise_weights(pool, weights, mert);
+    const MertResult found = optimise(weights, static_cast<std::uint64_t>(round));
     expected = found.score;
-    rescale(found.weights, start, options.mert.fixed);
     double moved = 0;
     double total = 0;
     for (std::size_t k = 0; k < weights.size(); ++k) {
@@ -391,6 +400,20 @@ TuneResult tune(NbestProvider& provider, std::span<const double> start, const Tu
       break;
     }
     weights = found.weights;
+  }
+  if (options.averaged > 1 && result.rounds.size() > 1) {
+    // One optimum fits the tuning set by chance in some weights; the mean of several does less so.
+    const std::vector<double> best = result.rounds[result.best].weights;
+    weights.assign(best.size(), 0.0);
+    expected = 0;
+    for (int i = 0; i < options.averaged; ++i) {
+      const MertResult found = optimise(best, 1000 + static_cast<std::uint64_t>(i));
+      for (std::size_t k = 0; k < weights.size(); ++k) {
+        weights[k] += found.weights[k] / options.averaged;
+      }
+      expected += found.score / options.averaged;
+    }
+    translate();
   }
   if (!result.rounds.empty()) {
     result.weights = result.rounds[result.best].weights;

@@ -76,6 +76,8 @@ struct TuneOptions {
   int rounds = 10;         ///< translations of the tuning set at most
   double enough = 0.0001;  ///< stop when no weight moves by more (of their sum)
   int patience = 3;        ///< or when so many rounds brought no better translation
+  /// Optima on all candidates, from as many seeds, whose mean is tried in the end; below 2: none.
+  int averaged = 0;
 };
 
 struct TuneRound {
