@@ -9,6 +9,8 @@ PAIRS = [line.split("\t") for line in
 
 # Small files that kora pack takes beside the models.
 RESOURCES = {
+    "memory.tsv": "where is it ?\t它在哪里？\nyes\t\nthank you\t谢谢\n",
+    "nothing.tmx": "<tmx><body/></tmx>",
     "surnames.txt": "王\n李\n张\n",
     "ambiguous.txt": "中 山路\n长江 大桥\n",
     "anti.txt": "王国\n张开\n",

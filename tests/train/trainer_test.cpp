@@ -92,6 +92,11 @@ class TrainerTest : public ::testing::Test {
     return output;
   }
 
+  std::string translate_after_training(const std::string& text) {
+    run();
+    return translate(text);
+  }
+
   kora_test::TempFolder folder_;
   train_options_t options_;
   std::string said_;
@@ -180,6 +185,49 @@ TEST_F(TrainerTest, ReversedDirectionLearnsCapitalsAndReadings) {
   run();
   EXPECT_EQ(translate("你想要水。"), "You want water.");
   EXPECT_EQ(translate("龘"), "Da");
+}
+
+// The text decides about words that it knows, the dictionary about others, and names only fill what
+// neither knows.
+TEST_F(TrainerTest, DictionaryAndNamesFillWhatTheTextLacks) {
+  folder_.write("pairs",
+                "umbrella\t雨伞\tnoun\nUmbrella\t伞\nice cream\t冰淇淋\nwater\t石头\n"
+                "books\t书\nsame\tsame\n");
+  folder_.write("names", "Springfield\tloc\t斯普林菲尔德\nwater\tloc\t沃特\n");
+  folder_.write("words",
+                kora_test::read_file(folder_.path("words")) + "雨伞 1\n伞 1\n冰淇淋 1\n石头 1\n");
+  EXPECT_THAT(translate_after_training("we need umbrella"), HasSubstr("umbrella"));
+  options_.word_pairs = folder_.path("pairs");
+  options_.names = folder_.path("names");
+  EXPECT_EQ(translate_after_training("we need umbrella"), "我们需要雨伞");
+  EXPECT_THAT(said_, HasSubstr("5 of 6 dictionary pairs kept"));
+  EXPECT_THAT(said_, HasSubstr("1 of 2 names hold a word that the text does not"));
+  EXPECT_EQ(translate("you want ice cream"), "你想要冰淇淋");
+  EXPECT_EQ(translate("they want water"), "他们想要水");
+  EXPECT_THAT(translate("you see Springfield"), HasSubstr("斯普林菲尔德"));
+  folder_.write("pairs", "water\t水\numbrella\n");
+  EXPECT_THAT(message_of([&] { run(); }), HasSubstr("pairs:2: a line must be SOURCE, TAB, TARGET"));
+}
+
+TEST_F(TrainerTest, NoisyPairsSeenOnceGo) {
+  folder_.write("a.en", kora_test::read_file(folder_.path("a.en")) + "we see gold and silver\n");
+  folder_.write("a.zh", kora_test::read_file(folder_.path("a.zh")) + "我们看见\n");
+  const auto lines_of = [&](double min_lexical) {
+    options_.min_lexical = min_lexical;
+    run();
+    std::size_t pairs = 0;
+    std::size_t noise = 0;
+    read_phrase_file(options_.output + ".work/phrases", [&](const phrase_line_t& phrase) {
+      ++pairs;
+      noise += phrase.source.size() > 4 && phrase.target.size() == 2 ? 1 : 0;
+    });
+    return std::pair(pairs, noise);
+  };
+  const auto all = lines_of(0);
+  const auto clean = lines_of(0.05);
+  EXPECT_GT(all.second, 0U);
+  EXPECT_EQ(clean.second, 0U);
+  EXPECT_GT(clean.first, all.first / 2);
 }
 
 TEST_F(TrainerTest, BadInputSaysWhatIsWrong) {
