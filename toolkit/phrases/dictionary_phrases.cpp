@@ -1,6 +1,7 @@
 #include "toolkit/phrases/dictionary_phrases.h"
 
 #include <algorithm>
+#include <cmath>
 #include <stdexcept>
 
 namespace koralite::toolkit {
@@ -66,7 +67,7 @@ DictionaryPhrases::DictionaryPhrases(std::span<const std::string> source,
     longest_target_ = std::max(longest_target_, meaning.size());
     targets_[key_of(meaning)];
     const double rank = static_cast<double>(senses.size());
-    senses.push_back({std::move(meaning), 1 / (1 + rank), 0, 0});
+    senses.push_back({std::move(meaning), 1 / std::sqrt(1 + rank), 0, 0});
     ++pairs_;
   }
   count_targets(bitext.target);
@@ -89,6 +90,12 @@ void DictionaryPhrases::count_targets(const TokenText& text) {
 }
 
 void DictionaryPhrases::set_probabilities() {
+  // Dictionaries list rare words beside usual ones; the text tells which are which.
+  for (entry_t& entry : entries_) {
+    for (sense_t& sense : entry.senses) {
+      sense.weight *= std::sqrt(1 + static_cast<double>(target_of(sense).count));
+    }
+  }
   for (const entry_t& entry : entries_) {
     for (const sense_t& sense : entry.senses) {
       targets_.at(key_of(sense.target)).weight += sense.weight;

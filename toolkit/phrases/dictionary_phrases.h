@@ -21,9 +21,10 @@ namespace koralite::toolkit {
 
 class DictionaryPhrases {
  public:
-  // `source[i]` translates to `target[i]`, words between blanks, at most eight a side; a pair may
-  // come again, which counts for it, and earlier senses of a phrase count for more. `sightings` is
-  // how often a phrase passes for seen. Throws std::runtime_error when the sides differ in length.
+  // `source[i]` translates to `target[i]`, words between blanks, at most eight a side. A sense
+  // weighs more the earlier it comes, the more often the pair is there and the more usual its
+  // target is in the text. `sightings` is how often a phrase passes for seen. Throws
+  // std::runtime_error when the sides differ in length.
   DictionaryPhrases(std::span<const std::string> source, std::span<const std::string> target,
                     double sightings, Bitext& bitext);
 
@@ -39,7 +40,7 @@ class DictionaryPhrases {
  private:
   struct sense_t {
     std::vector<WordId> target;
-    double weight = 0;    // as told
+    double weight = 0;
     double forward = 0;   // p(target | source) by the dictionary alone
     double backward = 0;  // p(source | target)
   };
