@@ -5,9 +5,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <limits>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -228,6 +230,59 @@ TEST_F(TrainerTest, NoisyPairsSeenOnceGo) {
   EXPECT_GT(all.second, 0U);
   EXPECT_EQ(clean.second, 0U);
   EXPECT_GT(clean.first, all.first / 2);
+}
+
+// A user's own text in other directions: what was trained on must come back, for languages with
+// spaces and without.
+TEST_F(TrainerTest, FiveDirectionsOfTheUsersOwn) {
+  std::vector<std::string> rows;
+  for (const char* topic : {"greetings", "shopping", "weather"}) {
+    const std::string text = kora_test::read_file(std::string(KORA_SOURCE_DIR) +
+                                                  "/data/phrasebook/sentences/" + topic + ".tsv");
+    for (std::size_t begin = text.find('\n') + 1; begin < text.size();) {
+      const std::size_t end = text.find('\n', begin);
+      rows.push_back(text.substr(begin, end - begin));
+      begin = end + 1;
+    }
+  }
+  ASSERT_GT(rows.size(), 500U);
+  const auto column = [](const std::string& row, int number) {
+    std::size_t begin = 0;
+    for (; number > 0; --number) {
+      begin = row.find('\t', begin) + 1;
+    }
+    return row.substr(begin, row.find('\t', begin) - begin);
+  };
+  const std::vector<std::string> columns = {"en", "zh", "ja", "ko"};
+  options_.dictionary.clear();
+  for (const char* name : {"en-zh", "zh-en", "en-ja", "ja-zh", "ko-zh"}) {
+    options_.direction = *find_direction(name);
+    const auto number = [&](std::string_view language) {
+      return static_cast<int>(std::find(columns.begin(), columns.end(), language) -
+                              columns.begin());
+    };
+    const int from = number(options_.direction.source);
+    const int to = number(options_.direction.target);
+    std::string source;
+    std::string target;
+    for (const std::string& row : rows) {
+      source += column(row, from) + '\n';
+      target += column(row, to) + '\n';
+    }
+    folder_.write("own.source", source);
+    folder_.write("own.target", target);
+    options_.source = folder_.path("own.source");
+    options_.target = folder_.path("own.target");
+    options_.output = folder_.path(name);
+    run();
+    int right = 0;
+    int tried = 0;
+    for (std::size_t i = 0; i < rows.size(); i += 20) {
+      ++tried;
+      right += translate(column(rows[i], from)) == column(rows[i], to) ? 1 : 0;
+    }
+    EXPECT_GE(2 * right, tried) << name << ": " << right << " of " << tried;
+  }
 }
 
 TEST_F(TrainerTest, BadInputSaysWhatIsWrong) {
