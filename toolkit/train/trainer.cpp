@@ -193,7 +193,7 @@ class Trainer {
       more.insert(more.end(), lines.begin(), lines.end());
     }
     write_lines(stages_.file("prepared.more"), more);
-    prepare_word_pairs();
+    prepare_word_pairs(text.target);
 
     const preparation_report_t& r = text.report;
     std::string report;
@@ -209,7 +209,7 @@ class Trainer {
   }
 
   // The dictionary's pairs as phrases of words.
-  void prepare_word_pairs() {
+  void prepare_word_pairs(std::span<const std::string> target_text) {
     std::vector<std::string> source;
     std::vector<std::string> target;
     if (!options_.word_pairs.empty()) {
@@ -227,6 +227,9 @@ class Trainer {
       }
       say_("  " + std::to_string(source.size()) + " of " + std::to_string(pairs.source.size()) +
            " dictionary pairs kept");
+      if (has_no_blanks(options_.direction.target)) {
+        cut_unseen_words(target, target_text);
+      }
     }
     write_lines(stages_.file("dictionary.source"), source);
     write_lines(stages_.file("dictionary.target"), target);
@@ -323,8 +326,14 @@ class Trainer {
 
   const TrainedPhrases& phrases() {
     if (!phrases_) {
-      phrases_ = std::make_unique<TrainedPhrases>(
-          stages_.file("phrases"), plain_text("prepared.source"), plain_text("prepared.target"));
+      std::vector<std::string> source = plain_text("prepared.source");
+      std::vector<std::string> target = plain_text("prepared.target");
+      // Twice, so that the dictionary's words come before those that the text has once.
+      for (int i = 0; i < 2; ++i) {
+        append(source, read_lines(stages_.file("dictionary.source")));
+        append(target, read_lines(stages_.file("dictionary.target")));
+      }
+      phrases_ = std::make_unique<TrainedPhrases>(stages_.file("phrases"), source, target);
     }
     return *phrases_;
   }
@@ -338,10 +347,13 @@ class Trainer {
         seen.insert(word);
       }
     }
+    const VocabBuilder& vocab = phrases_->target_vocab();
     std::vector<std::string> lines = read_lines(stages_.file("dictionary.target"));
     std::erase_if(lines, [&](const std::string& line) {
-      return std::ranges::all_of(split_blanks(line),
-                                 [&](std::string_view word) { return seen.contains(word); });
+      const std::vector<std::string_view> words = split_blanks(line);
+      std::int32_t id = 0;
+      return std::ranges::all_of(words, [&](std::string_view w) { return seen.contains(w); }) ||
+             !std::ranges::all_of(words, [&](std::string_view w) { return vocab.find(w, id); });
     });
     std::ranges::sort(lines);
     lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
