@@ -301,6 +301,14 @@ TEST_F(TrainerTest, BadInputSaysWhatIsWrong) {
   }
 }
 
+// Text may hold what parts the fields of the phrase file.
+TEST_F(TrainerTest, BarsInTheText) {
+  folder_.write("a.en", "we need ||| water\nwe need bread\n|||\n");
+  folder_.write("a.zh", "我们需要 ||| 水\n我们需要面包\n||| |||\n");
+  run();
+  EXPECT_EQ(translate("we need bread"), "我们需要面包");
+}
+
 // One pair, or one pair again and again, is little to learn from, but no reason to fail.
 TEST_F(TrainerTest, TinyTextsTrain) {
   for (const int copies : {1, 1000}) {

@@ -303,8 +303,15 @@ class Trainer {
                                  read_lines(stages_.file("dictionary.target")), options_.sightings,
                                  bitext);
     TextOutput file(stages_.file("phrases"));
+    // A word that looks like what parts the fields of the file can't be written to it.
+    const WordId source_bars = bitext.source_words.find("|||");
+    const WordId target_bars = bitext.target_words.find("|||");
     const PhraseSink write = [&](std::span<const PhrasePair> pairs) {
       for (const PhrasePair& pair : pairs) {
+        if (std::ranges::count(pair.source, source_bars) > 0 ||
+            std::ranges::count(pair.target, target_bars) > 0) {
+          continue;
+        }
         file.write(format_phrase(pair, bitext.source_words, bitext.target_words));
       }
     };
