@@ -179,6 +179,12 @@ int translate(const options_t& options) {
     return run_bulk(
         options.bulk, folder, threads, settings_of(options, tables),
         [&](std::size_t worker, const std::string& text) {
+          const std::string encoding = options.raw ? "" : document::find_encoding(text);
+          if (!encoding.empty()) {
+            throw std::runtime_error("not UTF-8, looks like " + encoding +
+                                     "; convert the file first: " +
+                                     document::conversion_advice(encoding, options.bulk.run.input));
+          }
           std::string output = translate_line(options, folder, workers[worker], text);
           output.pop_back();  // the line feed
           return output;
