@@ -7,8 +7,8 @@ namespace koralite::decoder {
 namespace {
 
 constexpr std::size_t kFirstPrefixSlots = 4096;
-constexpr std::size_t kRowBytes = std::size_t{1} << 20U;       // of all rows, unless one is larger
-constexpr std::size_t kTemplateBytes = std::size_t{1} << 20U;  // likewise
+constexpr std::size_t kRowBytes = std::size_t{1} << 19U;       // of all rows, unless one is larger
+constexpr std::size_t kTemplateBytes = std::size_t{1} << 19U;  // likewise
 constexpr std::size_t kMaxWalked = std::size_t{1} << 14U;
 constexpr std::uint32_t kNoRow = 0xFFFFFFFFU;
 
@@ -189,6 +189,8 @@ JointScorer::row_t JointScorer::row(std::uint32_t context) {
     next_row_ = (next_row_ + 1) % row_limit_;
     row_count_ = std::max(row_count_, number + 1);
     if (row_scores_.size() < row_count_ * row_size_) {
+      row_scores_.reserve(row_limit_ * row_size_);  // no more than that is ever needed
+      row_walks_.reserve(row_limit_ * row_size_);
       row_scores_.resize(row_count_ * row_size_);
       row_walks_.resize(row_count_ * row_size_);
     }
