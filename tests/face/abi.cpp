@@ -32,12 +32,16 @@ SAME(kora_c_translate_nbest, i32 (*)(handle, text, size, u32, char**, size**, fl
 SAME(kora_c_set_limits, i32 (*)(handle, i32, i32, i32, float))
 SAME(kora_c_open_memory, i32 (*)(i32, const kora_c_file*, size, u32, handles, char**))
 SAME(kora_c_explain, i32 (*)(handle, text, size, u32, char**, size*))
+SAME(kora_c_translate_document, i32 (*)(handle, text, size, i32, u32, char**, size*, i32**, size*))
+SAME(kora_c_set_glossary, i32 (*)(handle, text, size, u32, char**))
+SAME(kora_c_set_protection, i32 (*)(handle, u32))
+SAME(kora_c_add_pattern, i32 (*)(handle, text, size))
 // clang-format on
 
 static_assert(KORA_C_OK == 0 && KORA_C_BAD_ARGUMENT == 1 && KORA_C_BAD_DIRECTION == 2 &&
               KORA_C_BAD_CONFIGURATION == 3 && KORA_C_BAD_MODEL == 4 && KORA_C_BAD_MANIFEST == 5 &&
               KORA_C_TRANSLATION_FAILED == 6 && KORA_C_NO_MEMORY == 7);
-static_assert(KORA_C_CHECK_MANIFEST == 1U);
+static_assert(KORA_C_CHECK_MANIFEST == 1U && KORA_C_RAW == 2U);
 
 static_assert(sizeof(kora_c_file) == 4 * sizeof(void*));
 static_assert(offsetof(kora_c_file, name) == 0 &&

@@ -109,7 +109,7 @@ TEST(RuleTranslator, PrintsItsRules) {
     longest += "&&s0>0";
   }
   const std::vector<std::string> odd = {longest + " |||   ||| x ||| NUM",
-                                        "(ai) ||| s0 s1! =1& &2> =3== =4 |||   ||| x ||| NUM"};
+                                        "(ai) ||| s0 s1! =1& &2> =3= =4 |||   ||| x ||| NUM"};
   make<EcNumTranslator>(odd)->print_rules(folder.path("printed").c_str());
   EXPECT_EQ(kora_test::read_file(folder.path("printed")), odd[0] + "\n" + odd[1] + "\n");
   EXPECT_THROW(make<EcNumTranslator>(rules)->print_rules("/no/such/folder/x"), std::runtime_error);

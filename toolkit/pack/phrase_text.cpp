@@ -93,9 +93,9 @@ class TableReader {
   void read_scores(std::string_view text, std::size_t wanted, bool has_more) {
     split_blanks(text, fields_);
     if (fields_.size() < wanted || (!has_more && fields_.size() > wanted)) {
-      throw lines_.error(std::to_string(wanted) + " scores expected, but " +
-                         std::to_string(fields_.size()) +
-                         (has_more ? " found" : " found; give a weight for each with --weights"));
+      throw lines_.error(
+          std::to_string(wanted) + " scores expected, but " + std::to_string(fields_.size()) +
+          (fields_.size() < wanted ? " found" : " found; give a weight for each with --weights"));
     }
     logs.clear();
     for (std::size_t i = 0; i < wanted; ++i) {

@@ -227,6 +227,7 @@ class Translator:
         flags = _CHECK_MANIFEST if check else 0
         if raw and hasattr(lib, "kora_c_translate_document"):  # older libraries are always bare
             flags |= _RAW
+        self._raw = raw
         self._open: Callable[[int], _Handle] = lambda more: _Handle(
             code, configuration, os.fsencode(folder), flags & ~more
         )
@@ -555,9 +556,10 @@ class Translator:
             if handle.settings != settings.number and not handle.closed:
                 if settings.limits is not None:
                     handle.call(later(handle.lib, "kora_c_set_limits"), *settings.limits)
-                if hasattr(handle.lib, "kora_c_set_glossary"):
+                if not self._raw and hasattr(handle.lib, "kora_c_set_glossary"):
                     self._clear_terms(handle)
-                    self._add_terms(handle, settings.glossary, settings.glossary_flags)
+                    if settings.glossary:
+                        self._add_terms(handle, settings.glossary, settings.glossary_flags)
                 handle.settings = settings.number
             return call(handle)
 
