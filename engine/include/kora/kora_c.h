@@ -134,7 +134,9 @@ KORA_API int32_t kora_c_set_limits(kora_c_translator* translator, int32_t stack,
  * feeds are ordinary bytes). `outputs` holds the texts one after the other, each
  * followed by a zero byte; text i is outputs[ends[i - 1] + 1] (0 for the first) up
  * to but without outputs[ends[i]]. scores[i] is its total, higher is better. Equal
- * texts found in different ways are listed each time. n of 0 gives none. */
+ * texts found in different ways are listed each time. n of 0 gives none. The first may
+ * differ from what kora_c_translate gives: the text is one sentence here, nothing in it is
+ * protected, and its punctuation at the end goes through the search. */
 KORA_API int32_t kora_c_translate_nbest(kora_c_translator* translator, const char* text,
                                         size_t length, uint32_t n, char** outputs, size_t** ends,
                                         float** scores, size_t* count);
