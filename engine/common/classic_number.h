@@ -24,15 +24,16 @@ inline bool classic_parse(const std::string& text, double& value) {
 #endif
 }
 
-// The value as "%g" writes it.
-inline std::string classic_text(double value) {
+// The value as "%.DIGITSg" writes it.
+inline std::string classic_text(double value, int digits = 6) {
 #if defined(__EMSCRIPTEN__)
   char text[32];
-  const int size = std::snprintf(text, sizeof text, "%g", value);
+  const int size = std::snprintf(text, sizeof text, "%.*g", digits, value);
   return {text, static_cast<std::size_t>(size)};
 #else
   std::ostringstream stream;
   stream.imbue(std::locale::classic());
+  stream.precision(digits);
   stream << value;
   return stream.str();
 #endif

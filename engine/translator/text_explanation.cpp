@@ -1,12 +1,13 @@
 #include "translator/text_explanation.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <span>
 #include <string>
 #include <utility>
 
+#include "common/classic_number.h"
+#include "common/parse_number.h"
 #include "decoder/explanation.h"
 #include "translator/text_translation.h"
 
@@ -169,10 +170,17 @@ void write_list(const char* name, const List& list, std::string& json, Write&& w
   json += ']';
 }
 
-// As few digits as give this very number again.
+// As few digits as give this very number again; nine always do. Written the same way by every
+// standard library, so that it is the same text everywhere.
 std::string shortest(float value) {
-  char text[32];
-  return {text, std::to_chars(text, text + sizeof text, value).ptr};
+  constexpr int kEnough = 9;
+  for (int digits = 1; digits < kEnough; ++digits) {
+    std::string text = common::classic_text(static_cast<double>(value), digits);
+    if (common::parse_leading_float(text) == value) {
+      return text;
+    }
+  }
+  return common::classic_text(static_cast<double>(value), kEnough);
 }
 
 void write_texts(const char* name, const std::vector<scored_text_t>& texts, std::string& json) {
