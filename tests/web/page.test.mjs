@@ -91,6 +91,8 @@ function place(page, unit, character) {
 const marked = (page) => page.evaluate(() => [...CSS.highlights.get('kora-link')].map(String));
 
 async function audit(page) {
+  // What is still fading in has less contrast than it will have.
+  await page.evaluate(() => Promise.all(document.getAnimations().map((a) => a.finished)));
   await page.evaluate(axe);
   const { violations } = await page.evaluate(() => window.axe.run());
   return violations.filter(({ impact }) => impact === 'serious' || impact === 'critical')
