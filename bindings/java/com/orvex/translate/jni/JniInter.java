@@ -10,12 +10,7 @@ package com.orvex.translate.jni;
  */
 public class JniInter {
   static {
-    String file = System.getProperty("kora.library");
-    if (file != null) {
-      System.load(file);
-    } else {
-      System.loadLibrary("translator_jni");
-    }
+    NativeLibrary.load();
   }
 
   /** 1 if the text is ASCII alone, so that it can only be of a Latin script; else 0. */
