@@ -279,6 +279,14 @@ class Command(unittest.TestCase):
             self.assertLess(time.monotonic(), end)
             time.sleep(0.01)
 
+    @staticmethod
+    def read_until(descriptor, end):
+        """What a terminal showed up to `end`; a single read may return only a part of it."""
+        shown = ""
+        while not shown.endswith(end) and select.select([descriptor], [], [], 60)[0]:
+            shown += os.read(descriptor, 1000).decode()
+        return shown
+
     def test_terminal(self):
         """A line out for each line in, and progress only where a person looks."""
         screen, terminal = pty.openpty()
@@ -294,14 +302,14 @@ class Command(unittest.TestCase):
         for place in ("pipe", "terminal"):
             more = {"stderr": terminal} if place == "terminal" else {}
             done = self.run_kora("translate", "-m", "model", data=b"water\n" * 250, **more)
-            shown[place] = (os.read(screen, 1000) if more else done.stderr).decode()
+            shown[place] = self.read_until(screen, "\n") if more else done.stderr.decode()
         self.assertEqual(shown["pipe"], "")
         self.assertRegex(shown["terminal"], r"^\r100 lines, \d+ lines/s\x1b\[K\r200 lines, .*"
                                             r"\r250 lines, \d+ lines/s\x1b\[K\r\n$")
         with open(self.folder / "text.en", "rb") as text:  # a file has an end to wait for
             subprocess.run([KORA, "translate", "-m", "model"], stdin=text, stderr=terminal,
                            stdout=subprocess.DEVNULL, check=True, cwd=self.folder)
-        self.assertRegex(os.read(screen, 1000).decode(),
+        self.assertRegex(self.read_until(screen, "\n"),
                          r"\r100 lines, .* lines/s, \d+ %, \d:\d\d left.*, 100 %, 0:00 left")
         process = self.start("translate", "-m", "model", stdin=terminal)
         self.assertRegex(process.stderr.readline(), b"^reading from the terminal; end with ctrl-D")
