@@ -5,7 +5,8 @@
 
 Looks at every table: the columns of each line, empty cells and stray blanks, the script of each
 language, lines that say the same twice, and sentences of dev.tsv and test.tsv that are among those
-to train on. Sentences are compared without case, blanks and signs. Prints `file:line: fault` for
+to train on, or among them but for one word (one letter in Chinese, Japanese and Korean), in any of
+the languages. Sentences are compared without case, blanks and signs. Prints `file:line: fault` for
 each fault, then how many lines each table has; ends with 1 when there is a fault.
 """
 import argparse
@@ -26,6 +27,7 @@ _COLUMNS = {
 }
 _FOREIGN = {"en": (KANA, HANGUL), "zh": (KANA, HANGUL), "ja": (HANGUL,), "ko": (KANA,)}
 _ONCE = ("en", "zh")  # languages in which no two sentences to train on may be equal
+_NEAR_FROM = {"en": 5, "zh": 8, "ja": 8, "ko": 8}  # units: shorter sentences are often alike
 
 
 def row_faults(row, kind):
@@ -40,6 +42,16 @@ def row_faults(row, kind):
                 yield f"{column} is not in its script: {text}"
             elif any(script.search(text) for script in _FOREIGN[column]):
                 yield f"{column} holds letters of another language: {text}"
+
+
+def nearly(text, language):
+    """The prints of a sentence and of what is left when one of its words (letters outside English)
+    is taken away: two sentences that differ in one word, or in where it stands, share one."""
+    parts = text.split() if language == "en" else text
+    units = [unit for unit in map(fingerprint, parts) if unit]
+    if len(units) < _NEAR_FROM[language]:
+        return set()
+    return {" ".join(units)} | {" ".join(units[:i] + units[i + 1 :]) for i in range(len(units))}
 
 
 class Check:
@@ -59,9 +71,7 @@ class Check:
             self.faults.append(str(error))
             return []
         self.counts[name] = len(rows)
-        # What is measured on need not be in all languages.
-        columns = _COLUMNS[kind][: len(rows[0])] if rows and kind == "measured" else _COLUMNS[kind]
-        if rows and (list(rows[0]) != columns or "zh" not in columns):
+        if rows and list(rows[0]) != _COLUMNS[kind]:
             self.faults.append(f"{name}:1: the columns must be {', '.join(_COLUMNS[kind])}")
             return []
         placed = [(f"{name}:{number}", row) for number, row in enumerate(rows, 2)]
@@ -80,6 +90,26 @@ class Check:
                     self.faults.append(f"{place}: {column} is {what} at {first}: {row[column]}")
         return seen
 
+    def kept_back(self, sentences, measured):
+        """Notes sentences to train on that are measured on, or nearly so."""
+        held = self.once(measured, _CODES, "also")
+        near = {column: {} for column in _CODES}
+        for place, row in measured:
+            for column in _CODES:
+                near[column].update(dict.fromkeys(nearly(row[column], column), place))
+        for place, row in sentences:
+            for column in _CODES:
+                other = held[column].get(fingerprint(row[column]))
+                if other:
+                    self.faults.append(f"{place}: {column} is measured on at {other}")
+                    continue
+                others = near[column].keys() & nearly(row[column], column)
+                if others:
+                    other = near[column][min(others)]
+                    self.faults.append(
+                        f"{place}: {column} is nearly what is measured on at {other}"
+                    )
+
     def run(self):
         sentences = []
         for path in topics(self.folder).values():
@@ -90,12 +120,7 @@ class Check:
             path = os.path.join(self.folder, part + ".tsv")
             if os.path.exists(path):
                 measured += self.table(path, "measured")
-        held = self.once(measured, _ONCE, "also")
-        for place, row in sentences:
-            for column in _CODES:
-                other = held.get(column, {}).get(fingerprint(row[column]))
-                if other:
-                    self.faults.append(f"{place}: {column} is measured on at {other}")
+        self.kept_back(sentences, measured)
         lexicon = os.path.join(self.folder, "lexicon.tsv")
         if os.path.exists(lexicon):
             words = self.table(lexicon, "lexicon")

@@ -90,17 +90,33 @@ class PhraseBook(unittest.TestCase):
     def test_check(self):
         head = "# English\tChinese\tJapanese\tKorean\n"
         good = head + "Good morning.\t早上好。\tおはよう。\t안녕하세요.\n"
-        measured = "# topic\tEnglish\tChinese\tJapanese\tKorean\nfood\tTea!\t茶！\tお茶！\t차!\n"
+        measured = (
+            "# topic\tEnglish\tChinese\tJapanese\tKorean\nfood\tTea!\t茶！\tお茶！\t차!\n"
+            "food\tThey all were drinking tea.\t我们一起喝了两杯茶。\t茶です。\t차예요.\n"
+        )
         lexicon = "# English\tpart of speech\tChinese\tJapanese\tKorean\ntea\tnoun\t茶\tお茶\t차\n"
         for name, text, fault in (
             ("sentences/b.tsv", "", None),
             ("sentences/b.tsv", "Good morning!\t你早。\tおはよう。\t안녕.\n", "en is also at"),
             ("sentences/b.tsv", "Tea.\t喝茶。\t飲む。\t차 마셔요.\n", "en is measured on at"),
+            ("sentences/b.tsv", "Some tea?\t喝吗？\t飲む？\t차.\n", "ko is measured on at"),
+            (
+                "sentences/b.tsv",
+                "They all were drinking hot tea.\t他们喝热茶。\t熱いお茶。\t뜨거운 차.\n",
+                "en is nearly what is measured on at",
+            ),
+            (
+                "sentences/b.tsv",
+                "You drink it.\t我们一起喝了一杯茶。\t熱いお茶。\t뜨거운 차.\n",
+                "zh is nearly what is measured on at",
+            ),
+            ("sentences/b.tsv", "We drink tea.\t我们喝茶。\t茶を飲む。\t차를 마셔.\n", None),
             ("sentences/b.tsv", "Milk. \t牛奶。\t牛乳。\t우유.\n", "en has stray blanks"),
             ("sentences/b.tsv", "Milk.\tMilk.\t牛乳。\t우유.\n", "zh is not in its script"),
             ("sentences/b.tsv", "Milk.\t牛奶の。\t牛乳。\t우유.\n", "zh holds letters"),
             ("sentences/b.tsv", "Milk.\t牛奶。\t\t우유.\n", "ja is empty"),
             ("sentences/b.tsv", "Milk.\t牛奶。\t牛乳。\n", "3 columns instead of 4"),
+            ("test.tsv", "food\tMilk.\t牛奶。\tお茶。\t우유.\n", "ja is also at"),
             ("lexicon.tsv", "tea\tnoun\t茶\tお茶\t차\n", "tea noun is also at"),
         ):
             with tempfile.TemporaryDirectory() as folder:
