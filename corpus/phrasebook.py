@@ -4,13 +4,15 @@
     corpus/phrasebook.py check [--folder DIR]
 
 Looks at every table: the columns of each line, empty cells and stray blanks, the script of each
-language, lines that say the same twice, and sentences of dev.tsv and test.tsv that are among those
-to train on, or among them but for one word (one letter in Chinese, Japanese and Korean), in any of
-the languages. Sentences are compared without case, blanks and signs. Prints `file:line: fault` for
-each fault, then how many lines each table has; ends with 1 when there is a fault.
+language, dots in place of words in the lexicon, lines that say the same twice, and sentences of
+dev.tsv and test.tsv that are among those to train on, or among them but for one word (one letter in
+Chinese, Japanese and Korean), in any of the languages. Sentences are compared without case, blanks
+and signs. Prints `file:line: fault` for each fault, then how many lines each table has; ends with 1
+when there is a fault.
 """
 import argparse
 import os
+import re
 import sys
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
@@ -27,6 +29,7 @@ _COLUMNS = {
 }
 _FOREIGN = {"en": (KANA, HANGUL), "zh": (KANA, HANGUL), "ja": (HANGUL,), "ko": (KANA,)}
 _ONCE = ("en", "zh")  # languages in which no two sentences to train on may be equal
+_GAPS = re.compile("[\u2026\u301c\uff5e~]")  # dots and waves that stand for a word
 _NEAR_FROM = {"en": 5, "zh": 8, "ja": 8, "ko": 8}  # units: shorter sentences are often alike
 
 
@@ -38,6 +41,8 @@ def row_faults(row, kind):
         elif text != " ".join(text.split()):
             yield f"{column} has stray blanks"
         elif column in _CODES:
+            if kind == "lexicon" and _GAPS.search(text):
+                yield f"{column} has a sign in place of a word: {text}"
             if kind != "lexicon" and not SCRIPT[column].search(text):
                 yield f"{column} is not in its script: {text}"
             elif any(script.search(text) for script in _FOREIGN[column]):

@@ -117,6 +117,7 @@ class PhraseBook(unittest.TestCase):
             ("sentences/b.tsv", "Milk.\t牛奶。\t\t우유.\n", "ja is empty"),
             ("sentences/b.tsv", "Milk.\t牛奶。\t牛乳。\n", "3 columns instead of 4"),
             ("test.tsv", "food\tMilk.\t牛奶。\tお茶。\t우유.\n", "ja is also at"),
+            ("lexicon.tsv", "under\tprep\t在…下面\t下\t아래\n", "zh has a sign in place"),
             ("lexicon.tsv", "tea\tnoun\t茶\tお茶\t차\n", "tea noun is also at"),
         ):
             with tempfile.TemporaryDirectory() as folder:
