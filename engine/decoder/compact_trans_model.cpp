@@ -8,12 +8,10 @@
 #include "common/causes.h"
 
 namespace koralite::decoder {
-namespace {
 
-constexpr std::uint32_t kNone = 0xFFFFFFFF;
-constexpr std::uint16_t kGroupKey = 65535;
-constexpr std::size_t kRecordSize = 10;
-constexpr std::size_t kHeadSize = 8;
+namespace format = phrase_table_format;
+
+namespace {
 
 [[noreturn]] void not_supported() {
   throw std::runtime_error("This interface should not be called");
@@ -21,24 +19,19 @@ constexpr std::size_t kHeadSize = 8;
 
 }  // namespace
 
-struct CompactTransModel::record_t {
-  std::uint16_t key;
-  std::int32_t link;
-  std::uint32_t offset;
-};
-
 CompactTransModel::CompactTransModel(const common::FilePath& path)
     : head_file_(common::MappedFile::need(path, "failed to open file in CompactTransModel")) {
   common::ByteReader reader(head_file_.data());
-  if (!reader.read_u64(head_count_) || !reader.fits(head_count_, kHeadSize) ||
-      !reader.read_bytes(head_count_ * kHeadSize, heads_) || !reader.read_u64(trailing_count_)) {
+  if (!reader.read_u64(head_count_) || !reader.fits(head_count_, format::kHeadSize) ||
+      !reader.read_bytes(head_count_ * format::kHeadSize, heads_) ||
+      !reader.read_u64(trailing_count_)) {
     common::throw_caused("failed to read file in CompactTransModel", path.text());
   }
-  node_file_ = common::MappedFile::need(path.with_suffix(".nodes"),
+  node_file_ = common::MappedFile::need(path.with_suffix(format::kNodesSuffix),
                                         "failed to open nodes file in CompactTransModel");
-  data_file_ = common::MappedFile::need(path.with_suffix(".data"),
+  data_file_ = common::MappedFile::need(path.with_suffix(format::kDataSuffix),
                                         "failed to open data file in CompactTransModel");
-  node_count_ = node_file_.size() / kRecordSize;
+  node_count_ = node_file_.size() / format::kRecordSize;
 }
 
 CompactTransModel::~CompactTransModel() = default;
@@ -91,42 +84,41 @@ int CompactTransModel::TrieSearchAll(std::span<const int> words,
   if (count == 0 || words[0] < 0 || static_cast<std::uint64_t>(words[0]) >= head_count_) {
     return 0;
   }
-  const unsigned char* head = heads_.data() + static_cast<std::size_t>(words[0]) * kHeadSize;
-  offsets[0] = common::load_le<std::uint32_t>(head);
-  has_data[0] = offsets[0] != kNone;
-  const auto first_group = common::load_le<std::uint32_t>(head + 4);
-  if (first_group == kNone) {
+  const format::head_t head =
+      format::read_head(heads_.data() + static_cast<std::size_t>(words[0]) * format::kHeadSize);
+  offsets[0] = head.offset;
+  has_data[0] = head.offset != format::kNone;
+  if (head.first_group == format::kNone) {
     return 1;
   }
-  std::uint64_t group = first_group;
+  std::uint64_t group = head.first_group;
   for (std::size_t level = 1; level < count; ++level) {
     std::uint32_t found = 0;
     if (!TrieFindKey(group, words[level], found)) {
       return static_cast<int>(level);
     }
-    const record_t node = record(group + found);
+    const format::record_t node = record(group + found);
     if (node.link == 0) {
       throw std::runtime_error("damaged nodes file in CompactTransModel");
     }
     offsets[level] = node.offset;
-    has_data[level] = node.link < 0;
-    const std::int64_t distance = node.link < 0 ? -std::int64_t{node.link} : node.link;
-    if (distance == 1) {
+    has_data[level] = node.has_block();
+    if (!node.has_children()) {
       return static_cast<int>(level + 1);
     }
-    group = std::uint64_t{first_group} + static_cast<std::uint64_t>(distance) - 1;
+    group = std::uint64_t{head.first_group} + static_cast<std::uint64_t>(node.distance()) - 1;
   }
   return static_cast<int>(count);
 }
 
 bool CompactTransModel::TrieFindKey(std::uint64_t node, int word, std::uint32_t& found) const {
-  const record_t first = record(node);
-  const bool possible = word >= 0 && word < kGroupKey;
-  if (first.key != kGroupKey) {
+  const format::record_t first = record(node);
+  const bool possible = word >= 0 && word <= format::kMaxInnerWord;
+  if (!first.is_header()) {
     found = 0;
     return possible && first.key == word;
   }
-  if (first.link < 1 || first.link > kGroupKey ||
+  if (first.link < 1 || first.link > format::kMaxChildren ||
       static_cast<std::uint64_t>(first.link) > node_count_ - 1 - node) {
     throw std::runtime_error("damaged nodes file in CompactTransModel");
   }
@@ -134,13 +126,12 @@ bool CompactTransModel::TrieFindKey(std::uint64_t node, int word, std::uint32_t&
     return false;
   }
   const unsigned char* keys =
-      node_file_.data().data() + static_cast<std::size_t>(node) * kRecordSize;
+      node_file_.data().data() + static_cast<std::size_t>(node) * format::kRecordSize;
   std::int32_t low = 1;
   std::int32_t high = first.link;
   while (low <= high) {
     const std::int32_t middle = low + (high - low) / 2;
-    const int key =
-        common::load_le<std::uint16_t>(keys + static_cast<std::size_t>(middle) * kRecordSize);
+    const int key = format::read_key(keys + static_cast<std::size_t>(middle) * format::kRecordSize);
     if (key == word) {
       found = static_cast<std::uint32_t>(middle);
       return true;
@@ -154,14 +145,12 @@ bool CompactTransModel::TrieFindKey(std::uint64_t node, int word, std::uint32_t&
   return false;
 }
 
-CompactTransModel::record_t CompactTransModel::record(std::uint64_t index) const {
+format::record_t CompactTransModel::record(std::uint64_t index) const {
   if (index >= node_count_) {
     throw std::runtime_error("damaged nodes file in CompactTransModel");
   }
-  const unsigned char* at =
-      node_file_.data().data() + static_cast<std::size_t>(index) * kRecordSize;
-  return {common::load_le<std::uint16_t>(at), common::load_le<std::int32_t>(at + 2),
-          common::load_le<std::uint32_t>(at + 6)};
+  return format::read_record(node_file_.data().data() +
+                             static_cast<std::size_t>(index) * format::kRecordSize);
 }
 
 }  // namespace koralite::decoder

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "common/mapped_file.h"
+#include "decoder/phrase_table_format.h"
 #include "decoder/trans_model.h"
 
 namespace koralite::decoder {
@@ -53,8 +54,7 @@ class CompactTransModel final : public TransModel {
   std::uint64_t trailing_count() const { return trailing_count_; }
 
  private:
-  struct record_t;
-  record_t record(std::uint64_t index) const;
+  phrase_table_format::record_t record(std::uint64_t index) const;
 
   common::MappedFile head_file_;
   common::MappedFile node_file_;

@@ -9,6 +9,9 @@
 #include "common/mapped_file.h"
 
 namespace koralite::decoder {
+
+namespace format = phrase_table_format;
+
 namespace {
 
 [[noreturn]] void damaged() {
@@ -49,20 +52,20 @@ void Compressor::fill_reordering() {
 void Compressor::uncompress(std::span<const unsigned char>& cursor, std::vector<int>& ids,
                             std::vector<float>& scores) const {
   const std::size_t words = cursor.empty() ? 0 : cursor[0];
-  if (cursor.size() < 1 + 2 * words + quantifiers_.size() + 2) {
+  if (cursor.size() < format::compact_entry_size(words, quantifiers_.size())) {
     damaged();
   }
-  const unsigned char* at = cursor.data() + 1;
+  const unsigned char* at = cursor.data() + format::kCompactCountSize;
   ids.resize(words);
   for (int& id : ids) {
     id = common::load_le<std::uint16_t>(at);
-    at += 2;
+    at += format::kCompactWordSize;
   }
   scores.clear();
   for (const Quantifier& quantifier : quantifiers_) {
     scores.push_back(quantifier.unquantify(*at++));
   }
-  for (int triple = 0; triple < 2; ++triple) {
+  for (std::size_t triple = 0; triple < format::kReorderTriples; ++triple) {
     const auto& values = reordering(*at++);
     scores.insert(scores.end(), values.begin(), values.end());
   }
@@ -71,21 +74,21 @@ void Compressor::uncompress(std::span<const unsigned char>& cursor, std::vector<
 
 void Compressor::uncompress(std::span<const unsigned char>& cursor, target_entry_t& entry) const {
   const std::size_t words = cursor.empty() ? 0 : cursor[0];
-  const std::size_t size = 1 + 2 * words + quantifiers_.size() + 2;
+  const std::size_t size = format::compact_entry_size(words, quantifiers_.size());
   if (cursor.size() < size || quantifiers_.size() + kReorderCount > target_entry_t::kMaxScores) {
     damaged();
   }
-  const unsigned char* at = cursor.data() + 1;
+  const unsigned char* at = cursor.data() + format::kCompactCountSize;
   const std::size_t kept = std::min(words, target_entry_t::kMaxWords);
   for (std::size_t i = 0; i < kept; ++i) {
-    entry.ids[i] = common::load_le<std::uint16_t>(at + 2 * i);
+    entry.ids[i] = common::load_le<std::uint16_t>(at + format::kCompactWordSize * i);
   }
-  at += 2 * words;
+  at += format::kCompactWordSize * words;
   float* score = entry.scores.data();
   for (const Quantifier& quantifier : quantifiers_) {
     *score++ = quantifier.unquantify(*at++);
   }
-  for (int triple = 0; triple < 2; ++triple) {
+  for (std::size_t triple = 0; triple < format::kReorderTriples; ++triple) {
     const auto& values = reordering(*at++);
     score = std::copy(values.begin(), values.end(), score);
   }
@@ -107,7 +110,7 @@ void Compressor::compress(std::span<const int> ids, std::span<const float> score
     throw std::runtime_error("unknown occurrence size in Compressor::compress()");
   }
   std::vector<unsigned char> entry;  // whole before any of it is appended: quantify may throw
-  entry.reserve(1 + 2 * ids.size() + scores.size() + 2);
+  entry.reserve(format::compact_entry_size(ids.size(), scores.size()));
   entry.push_back(static_cast<unsigned char>(ids.size()));
   for (const int id : ids) {
     entry.push_back(static_cast<unsigned char>(id & 0xFF));
@@ -144,21 +147,24 @@ void Compressor::compute_reordering_score(int index, float* out) {
   if (index < 0 || index >= kReorderIndexes) {
     throw std::runtime_error("occurrence overflow in Compressor::compute_reordering_score()");
   }
-  compute_reordering_score(index / 36, (index / 6) % 6, index % 6, out);
+  const auto counts = format::reorder_counts(index);
+  compute_reordering_score(counts[0], counts[1], counts[2], out);
 }
 
 int Compressor::reordering_index(std::int64_t a, std::int64_t b, std::int64_t c) {
   std::int64_t counts[3] = {std::max<std::int64_t>(a, 0), std::max<std::int64_t>(b, 0),
                             std::max<std::int64_t>(c, 0)};
   const std::int64_t largest = std::max({counts[0], counts[1], counts[2]});
-  if (largest > 5) {
+  if (largest > format::kMaxCount) {
     // Halving counts that would overflow keeps their ratio to far below one part in five.
-    const int shift = largest > std::numeric_limits<std::int64_t>::max() / 5 ? 3 : 0;
+    const int shift =
+        largest > std::numeric_limits<std::int64_t>::max() / format::kMaxCount ? 3 : 0;
     for (std::int64_t& count : counts) {
-      count = (count >> shift) * 5 / (largest >> shift);
+      count = (count >> shift) * format::kMaxCount / (largest >> shift);
     }
   }
-  return static_cast<int>((counts[0] * 6 + counts[1]) * 6 + counts[2]);
+  return format::reorder_code(static_cast<int>(counts[0]), static_cast<int>(counts[1]),
+                              static_cast<int>(counts[2]));
 }
 
 }  // namespace koralite::decoder

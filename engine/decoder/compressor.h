@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "common/file_path.h"
+#include "decoder/phrase_table_format.h"
 #include "decoder/quantifier.h"
 #include "decoder/target_data.h"
 
@@ -20,9 +21,12 @@ namespace koralite::decoder {
 
 class Compressor {
  public:
-  static constexpr int kReorderCount = 6;      // reordering scores of an entry
-  static constexpr int kReorderIndexes = 216;  // count triples that an index can name
-  static constexpr int kMaxTargetWords = 15;   // words of an entry that is written
+  static constexpr int kReorderCount =
+      phrase_table_format::kReorderScores;  // reordering scores of an entry
+  static constexpr int kReorderIndexes =
+      phrase_table_format::kReorderCodes;  // count triples that an index can name
+  static constexpr int kMaxTargetWords =
+      phrase_table_format::kMaxCompactWords;  // words of an entry that is written
 
   // Loads `score_size - 6` sample lists. Throws "unknown score size in
   // Compressor()" below 7, "failed to open quantifier file in Compressor()", and

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include "common/byte_reader.h"
-
 namespace koralite::decoder {
 
 namespace {
@@ -75,14 +73,14 @@ void ExtensionTable::add_row(const lm_path_t& path, std::int32_t last, bool one_
   const auto found = [&](std::size_t word, std::size_t child, const unsigned char* record) {
     const std::size_t place = first_usable_ + word;
     parts_[part + place / 64].bits |= std::uint64_t{1} << (place % 64);
-    extension_t pair{CompactLmModel::read_step(record), -std::numeric_limits<float>::infinity()};
-    if (pair.step.link > 1) {
+    extension_t pair{read_step(record), -std::numeric_limits<float>::infinity()};
+    if (pair.step.goes_on()) {
       pair.beyond = deep.empty() ? lang_model_->max_behind(path.nodes, pair.step, last)
                                  : lang_model_->probability_or_none(deep[child]);
     }
     pairs_.push_back(pair);
   };
-  CompactLmModel::RootSearch root;
+  LmRootIndex::Search root;
   if (one_word) {
     root = lang_model_->root_search(last);
   }

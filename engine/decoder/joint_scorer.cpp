@@ -272,8 +272,7 @@ void JointScorer::fill_firsts(template_t& filled, std::uint32_t before) const {
     filled.beyond[place] = pair->beyond;
     if (pair->beyond > kNothing) {
       filled.extra[place] += raise;
-      filled.groups[place] =
-          CompactLmModel::path_after(prefixes_[prefix].path.nodes, pair->step).group;
+      filled.groups[place] = lm_path_t::after(prefixes_[prefix].path.nodes, pair->step).group;
     }
   }
 }
@@ -347,7 +346,7 @@ const lm_levels_t& JointScorer::levels_of(const row_t& row, std::uint32_t first,
     return alone;
   }
   room = alone;
-  CompactLmModel::add_level(pair->step, room);
+  room.add(pair->step.level);
   return room;
 }
 
@@ -368,8 +367,8 @@ float JointScorer::first_word(std::uint32_t context, std::uint32_t prefix, lm_le
     return lang_model_.ngram_score(ids, contexts_.levels(context), levels);
   }
   levels = first.levels;
-  CompactLmModel::add_level(pair->step, levels);
-  const lm_path_t path = CompactLmModel::path_after(first.path.nodes, pair->step);
+  levels.add(pair->step.level);
+  const lm_path_t path = lm_path_t::after(first.path.nodes, pair->step);
   if (path.group != nullptr) {
     lang_model_.walk_on(path, ids, levels);
     ++ngram_count_;
@@ -412,7 +411,7 @@ float JointScorer::other_words(std::uint32_t context, std::uint32_t prefix, floa
     const ExtensionTable::extension_t* known = nullptr;
     if (filled && on.group != nullptr) {
       known = extensions_.find(place, path[k]);
-      on = known == nullptr ? lm_path_t{} : CompactLmModel::path_after(on.nodes, known->step);
+      on = known == nullptr ? lm_path_t{} : lm_path_t::after(on.nodes, known->step);
     }
     if (known == nullptr && on.group == nullptr) {
       sum += lang_model_.score(static_cast<int>(window), here.levels, *before);
@@ -421,7 +420,7 @@ float JointScorer::other_words(std::uint32_t context, std::uint32_t prefix, floa
       lm_levels_t& levels = walked[k % 2];
       levels = here.levels;
       if (known != nullptr) {
-        CompactLmModel::add_level(known->step, levels);
+        levels.add(known->step.level);
       }
       if (on.group != nullptr) {
         lang_model_.walk_on(on, {end - window, window}, levels);

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "common/causes.h"
+#include "decoder/phrase_table_format.h"
 #include "decoder/target_data.h"
 
 namespace koralite::decoder {
@@ -26,7 +27,8 @@ SharedMember::SharedMember(Parameter* parameters, const common::FilePath& model_
     target_vocab->encode("</s>");
     source_vocab->remove_useless_capacity();
     target_vocab->remove_useless_capacity();
-    const int score_size = parameter->prune ? 7 : 9;
+    const int score_size = parameter->prune ? phrase_table_format::kScoresWithoutLanguage
+                                            : phrase_table_format::kScores;
     TargetData::s_score_size = score_size;
     if (parameter->compress) {
       load(parameter->compress_vocab,

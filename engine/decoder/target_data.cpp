@@ -11,6 +11,9 @@
 #include "decoder/compressor.h"
 
 namespace koralite::decoder {
+
+namespace format = phrase_table_format;
+
 namespace {
 
 [[noreturn]] void damaged() {
@@ -35,9 +38,9 @@ plain_entry_t take_plain(std::span<const unsigned char>& cursor, std::size_t sco
   plain_entry_t entry;
   std::span<const unsigned char> ids;
   std::span<const unsigned char> scores;
-  if (!reader.read_u32(entry.words) || !reader.fits(entry.words, 4) ||
-      !reader.read_bytes(std::uint64_t{entry.words} * 4, ids) ||
-      !reader.read_bytes(std::uint64_t{score_count} * 4, scores)) {
+  if (!reader.read_u32(entry.words) || !reader.fits(entry.words, format::kPlainWordSize) ||
+      !reader.read_bytes(std::uint64_t{entry.words} * format::kPlainWordSize, ids) ||
+      !reader.read_bytes(std::uint64_t{score_count} * format::kPlainScoreSize, scores)) {
     damaged();
   }
   entry.ids = ids.data();
@@ -96,7 +99,7 @@ void TargetData::view(std::span<const unsigned char> block) {
 void TargetData::save(std::ostream& file) const {
   std::vector<unsigned char> length;
   append_u32(length, static_cast<std::uint32_t>(bytes_.size()));
-  file.write(reinterpret_cast<const char*>(length.data()), 4);
+  file.write(reinterpret_cast<const char*>(length.data()), format::kBlockLengthSize);
   file.write(reinterpret_cast<const char*>(bytes_.data()),
              static_cast<std::streamsize>(bytes_.size()));
   if (!file) {
@@ -118,11 +121,11 @@ bool TargetData::next(std::vector<int>& ids, std::vector<float>& scores) {
   const plain_entry_t entry = take_plain(cursor_, count);
   ids.resize(entry.words);
   for (std::size_t i = 0; i < ids.size(); ++i) {
-    ids[i] = common::load_le<std::int32_t>(entry.ids + 4 * i);
+    ids[i] = common::load_le<std::int32_t>(entry.ids + format::kPlainWordSize * i);
   }
   scores.resize(count);
   for (std::size_t i = 0; i < count; ++i) {
-    scores[i] = common::load_le<float>(entry.scores + 4 * i);
+    scores[i] = common::load_le<float>(entry.scores + format::kPlainScoreSize * i);
   }
   return true;
 }
@@ -154,10 +157,10 @@ bool TargetData::next(const Compressor* compressor, target_entry_t& entry) {
   const plain_entry_t plain = take_plain(cursor_, count);
   const std::size_t kept = std::min<std::size_t>(plain.words, target_entry_t::kMaxWords);
   for (std::size_t i = 0; i < kept; ++i) {
-    entry.ids[i] = common::load_le<std::int32_t>(plain.ids + 4 * i);
+    entry.ids[i] = common::load_le<std::int32_t>(plain.ids + format::kPlainWordSize * i);
   }
   for (std::size_t i = 0; i < count; ++i) {
-    entry.scores[i] = common::load_le<float>(plain.scores + 4 * i);
+    entry.scores[i] = common::load_le<float>(plain.scores + format::kPlainScoreSize * i);
   }
   entry.word_count = plain.words;
   entry.score_count = static_cast<std::uint32_t>(count);

@@ -19,6 +19,8 @@
 #include <utility>
 #include <vector>
 
+#include "decoder/phrase_table_format.h"
+
 namespace koralite::common {
 class ByteReader;
 }
@@ -30,7 +32,7 @@ class Compressor;
 // One entry decoded into place, for readers that must not allocate.
 struct target_entry_t {
   static constexpr std::size_t kMaxWords = 8;
-  static constexpr std::size_t kMaxScores = 9;
+  static constexpr std::size_t kMaxScores = phrase_table_format::kScores;
 
   std::uint32_t word_count = 0;  // as stored; above kMaxWords only the first kMaxWords are in `ids`
   std::uint32_t score_count = 0;  // 7 or 9
@@ -46,7 +48,7 @@ class TargetData {
  public:
   // Scores of an entry: 9, or 7 when the table is pruned. Written by every set-up
   // of a decoder's models, read whenever a plain entry is read or inserted.
-  static inline std::atomic<int> s_score_size{9};
+  static inline std::atomic<int> s_score_size{phrase_table_format::kScores};
 
   TargetData() = default;
   TargetData(const TargetData& other) { *this = other; }

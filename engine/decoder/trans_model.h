@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "decoder/phrase_table_format.h"
 #include "decoder/target_data.h"
 
 namespace koralite::decoder {
@@ -15,7 +16,7 @@ namespace koralite::decoder {
 class TransModel {
  public:
   // Longest source phrase, in words.
-  static constexpr std::size_t kMaxPhrase = 8;
+  static constexpr std::size_t kMaxPhrase = phrase_table_format::kMaxSourceWords;
 
   // Row i, cell k: the block of the phrase of k + 1 words that starts at word i.
   using target_table_t = std::vector<std::array<TargetData, kMaxPhrase>>;

@@ -13,6 +13,8 @@
 #include "common/mapped_file.h"
 #include "common/pick_conf.h"
 #include "decoder/compressor.h"
+#include "decoder/lang_model_format.h"
+#include "decoder/phrase_table_format.h"
 #include "decoder/target_data.h"
 #include "decoder/vocab.h"
 #include "toolkit/check/file_report.h"
@@ -21,10 +23,10 @@
 
 namespace koralite::toolkit {
 
-namespace {
+namespace lm_format = decoder::lang_model_format;
+namespace phrase_format = decoder::phrase_table_format;
 
-constexpr std::uint32_t kNone = 0xFFFFFFFF;
-constexpr std::uint16_t kGroupKey = 65535;
+namespace {
 
 using bytes_t = std::span<const unsigned char>;
 
@@ -92,7 +94,10 @@ void check_vocab(FileReport report, const std::string& path, decoder::Vocab& voc
 
 void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std::size_t words,
                      std::uint64_t& ngrams) {
-  const std::size_t count = nodes.size() / 8;
+  const std::size_t count = nodes.size() / lm_format::kNodeSize;
+  const auto node_at = [&](std::size_t i) {
+    return lm_format::read_node(nodes.data() + i * lm_format::kNodeSize);
+  };
   if (count == 0) {
     return report.wrong(at("tree", index), "has no nodes");
   }
@@ -106,22 +111,22 @@ void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std
   // The group that begins at `first` is sound: keys ascend and stay inside.
   const auto check_group = [&](std::size_t first, std::size_t parent) {
     const std::string place = at("tree", index) + ", " + at("node", first);
-    const auto key = common::load_le<std::uint16_t>(nodes.data() + first * 8);
+    const lm_format::node_t node = node_at(first);
     if (first != 0 && first <= parent) {
       return report.wrong(place, "link leads backwards");
     }
     reach(first);
-    if (key != kGroupKey) {
+    if (!node.is_header()) {
       return;
     }
-    const auto children = common::load_le<std::uint16_t>(nodes.data() + first * 8 + 2);
+    const std::size_t children = node.link;
     if (children == 0 || children >= count - first) {
       return report.wrong(place, "more children than the tree has nodes");
     }
     int last = -1;
     for (std::size_t i = first + 1; i <= first + children; ++i) {
-      const auto child = common::load_le<std::uint16_t>(nodes.data() + i * 8);
-      if (child <= last || child == kGroupKey) {
+      const std::uint16_t child = node_at(i).key;
+      if (child <= last || child == lm_format::kGroupKey) {
         return report.wrong(at("tree", index) + ", " + at("node", i), "keys out of order");
       }
       last = child;
@@ -130,26 +135,24 @@ void check_lang_tree(FileReport& report, std::uint64_t index, bytes_t nodes, std
   };
   check_group(0, 0);
   for (std::size_t i = 0; i < count; ++i) {
-    const unsigned char* node = nodes.data() + i * 8;
-    const auto key = common::load_le<std::uint16_t>(node);
-    if (key == kGroupKey) {
+    const lm_format::node_t node = node_at(i);
+    if (node.is_header()) {
       continue;
     }
     const std::string place = at("tree", index) + ", " + at("node", i);
-    if (key >= words) {
+    if (node.key >= words) {
       report.wrong(place, "word id beyond the vocabulary");
     }
-    if ((common::load_le<std::uint16_t>(node + 6) & 0x8000) != 0) {
+    if (node.is_entry()) {
       ++ngrams;
     }
-    const auto link = common::load_le<std::uint16_t>(node + 2);
-    if (link <= 1) {
+    if (!node.has_children()) {
       continue;
     }
-    if (link > count) {
+    if (node.link > count) {
       report.wrong(place, "link leaves the tree");
     } else {
-      check_group(link - 1U, i);
+      check_group(node.child_group(), i);
     }
   }
   const auto lost = std::count(reached.begin(), reached.end(), false);
@@ -176,21 +179,24 @@ void check_lang_model(FileReport report, const decoder::Vocab& target) {
     report.wrong("byte 0", "more words than the vocabulary");
   }
   const std::uint64_t head_start = reader.position();
-  if (!reader.skip(heads * std::uint64_t{6}) || !reader.read_f32(offset) ||
+  if (!reader.skip(heads * std::uint64_t{lm_format::kHeadSize}) || !reader.read_f32(offset) ||
       !reader.read_i32(positions)) {
     return report.wrong("head", "the file ends inside it");
   }
   if (!std::isfinite(offset) || offset > 0 || offset < -33) {
-    report.wrong(at("byte", 2 + heads * std::uint64_t{6}), "impossible back-off offset");
+    report.wrong(at("byte", lm_format::kHeadsAt + heads * std::uint64_t{lm_format::kHeadSize}),
+                 "impossible back-off offset");
   }
-  if (positions < 0 || !reader.fits(static_cast<std::uint64_t>(positions), 4)) {
+  if (positions < 0 ||
+      !reader.fits(static_cast<std::uint64_t>(positions), lm_format::kPositionSize)) {
     return report.wrong(at("byte", reader.position() - 4), "impossible number of trees");
   }
   const auto trees = static_cast<std::uint64_t>(std::max(positions - 1, 0));
   std::vector<bool> used(trees);
   for (std::uint64_t w = 0; w < heads; ++w) {
-    const auto tree = common::load_le<std::uint16_t>(bytes.data() + head_start + w * 6);
-    if (tree == 65535) {
+    const std::uint16_t tree =
+        lm_format::read_head(bytes.data() + head_start + w * lm_format::kHeadSize).tree;
+    if (tree == lm_format::kNoTree) {
       continue;
     }
     if (tree >= trees) {
@@ -201,7 +207,8 @@ void check_lang_model(FileReport report, const decoder::Vocab& target) {
       used[tree] = true;
     }
   }
-  std::uint64_t last = reader.position() + static_cast<std::uint64_t>(positions) * 4;
+  std::uint64_t last =
+      reader.position() + static_cast<std::uint64_t>(positions) * lm_format::kPositionSize;
   std::uint64_t ngrams = heads;
   for (std::uint64_t i = 0; i <= trees && positions > 0; ++i) {
     std::uint32_t position = 0;
@@ -212,7 +219,7 @@ void check_lang_model(FileReport report, const decoder::Vocab& target) {
     }
     // The builder fills up with zeros so that nodes stand on eight bytes.
     const bytes_t between = bytes.subspan(last, position - last);
-    if (between.size() >= 8 ||
+    if (between.size() >= lm_format::kNodeAlignment ||
         std::any_of(between.begin(), between.end(), [](unsigned char byte) { return byte != 0; })) {
       report.wrong(at("byte", last),
                    std::to_string(between.size()) + " bytes that no tree reaches");
@@ -227,15 +234,15 @@ void check_lang_model(FileReport report, const decoder::Vocab& target) {
     common::ByteReader tree(bytes);
     std::uint32_t count = 0;
     bytes_t nodes;
-    if (!tree.seek(position) || !tree.read_u32(count) || !tree.fits(count, 8) ||
-        !tree.read_bytes(std::uint64_t{count} * 8, nodes)) {
+    if (!tree.seek(position) || !tree.read_u32(count) || !tree.fits(count, lm_format::kNodeSize) ||
+        !tree.read_bytes(std::uint64_t{count} * lm_format::kNodeSize, nodes)) {
       return report.wrong(place, "more nodes than the file holds");
     }
     if (!used[i]) {
       report.wrong(place, "belongs to no word");
     }
     check_lang_tree(report, i, nodes, words, ngrams);
-    last = position + 4 + std::uint64_t{count} * 8;
+    last = position + lm_format::kTreeCountSize + nodes.size();
   }
   report.fact(std::to_string(heads - std::min<int>(heads, decoder::Vocab::kFirstWordId)) +
               " words, " + std::to_string(ngrams) + " n-grams");
@@ -275,13 +282,14 @@ bool matches_source(const phrase_check_t& check, int id) {
 void check_codes(FileReport& report, const phrase_check_t& check, const std::string& place,
                  bytes_t block) {
   const auto& lists = check.compressor->quantifiers();
-  const bytes_t codes = block.subspan(1 + 2 * std::size_t{block.front()});
+  const bytes_t codes = block.subspan(phrase_format::kCompactCountSize +
+                                      phrase_format::kCompactWordSize * std::size_t{block.front()});
   for (std::size_t i = 0; i < lists.size(); ++i) {
     if (codes[i] >= lists[i].samples().size()) {
       report.wrong(place, "a code beyond the samples of " + at("score", i));
     }
   }
-  for (std::size_t i = lists.size(); i < lists.size() + 2; ++i) {
+  for (std::size_t i = lists.size(); i < lists.size() + phrase_format::kReorderTriples; ++i) {
     if (codes[i] >= decoder::Compressor::kReorderIndexes) {
       report.wrong(place, "a reordering index beyond 215");
     }
@@ -297,7 +305,7 @@ void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset
     return report.wrong(place, "leaves the file");
   }
   // Each phrase has a block of its own, so all are read once; damaged offsets must not cost more.
-  check.block_bytes += 4 + std::uint64_t{length};
+  check.block_bytes += phrase_format::kBlockLengthSize + std::uint64_t{length};
   if (check.seen_blocks[offset] || check.block_bytes > check.data.size()) {
     return report.wrong(place, "overlaps another block");
   }
@@ -315,7 +323,8 @@ void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset
       ++check.targets;
       if (check.compact) {
         check_codes(report, check, place, block.subspan(begin));
-        begin += 1 + 2 * std::size_t{entry.word_count} + check.compressor->quantifiers().size() + 2;
+        begin += phrase_format::compact_entry_size(entry.word_count,
+                                                   check.compressor->quantifiers().size());
       }
       if (entry.word_count == 0 || !entry.fits()) {
         report.wrong(place, "a phrase of " + std::to_string(entry.word_count) + " words");
@@ -342,21 +351,23 @@ void check_block(FileReport& report, phrase_check_t& check, std::uint64_t offset
 // The group that begins at record `group`, and all below it.
 void check_phrase_group(FileReport& nodes, FileReport& data, phrase_check_t& check,
                         std::uint64_t root, std::uint64_t group, int depth) {
-  const std::uint64_t count = check.nodes.size() / 10;
+  const std::uint64_t count = check.nodes.size() / phrase_format::kRecordSize;
   const std::string place = at("record", group);
   if (group >= count) {
     return nodes.wrong(place, "outside the file");
   }
-  if (depth > 8) {
+  if (depth > static_cast<int>(phrase_format::kMaxSourceWords)) {
     return nodes.wrong(place, "a phrase of more than 8 words");
   }
-  const unsigned char* first = check.nodes.data() + group * 10;
+  const auto record_at = [&](std::uint64_t i) {
+    return phrase_format::read_record(check.nodes.data() + i * phrase_format::kRecordSize);
+  };
+  const phrase_format::record_t first = record_at(group);
   std::uint64_t begin = group;
   std::uint64_t end = group + 1;
-  if (common::load_le<std::uint16_t>(first) == kGroupKey) {
-    const auto children = common::load_le<std::int32_t>(first + 2);
-    if (children < 1 || children > 65535 ||
-        static_cast<std::uint64_t>(children) > count - 1 - group) {
+  if (first.is_header()) {
+    if (first.link < 1 || first.link > phrase_format::kMaxChildren ||
+        static_cast<std::uint64_t>(first.link) > count - 1 - group) {
       return nodes.wrong(place, "impossible number of children");
     }
     if (check.seen[group]) {
@@ -364,50 +375,47 @@ void check_phrase_group(FileReport& nodes, FileReport& data, phrase_check_t& che
     }
     check.seen[group] = true;
     begin = group + 1;
-    end = begin + static_cast<std::uint64_t>(children);
+    end = begin + static_cast<std::uint64_t>(first.link);
   }
   int last = -1;
   for (std::uint64_t i = begin; i < end; ++i) {
     const std::string here = at("record", i);
-    const unsigned char* record = check.nodes.data() + i * 10;
-    const auto key = common::load_le<std::uint16_t>(record);
-    const auto link = common::load_le<std::int32_t>(record + 2);
+    const phrase_format::record_t record = record_at(i);
     if (check.seen[i]) {
       return nodes.wrong(here, "reached twice");
     }
     check.seen[i] = true;
-    if (key <= last) {
+    if (record.key <= last) {
       nodes.wrong(here, "keys out of order");
     }
-    last = key;
-    if (!check.source->has_id(key)) {
+    last = record.key;
+    if (!check.source->has_id(record.key)) {
       nodes.wrong(here, "a word id that the source vocabulary does not have");
     }
     check.phrase.resize(static_cast<std::size_t>(depth) - 1);
-    check.phrase.push_back(key);
-    if (link == 0) {
+    check.phrase.push_back(record.key);
+    if (record.link == 0) {
       nodes.wrong(here, "link of 0");
       continue;
     }
-    if (link < 0) {
-      check_block(data, check, common::load_le<std::uint32_t>(record + 6));
+    if (record.has_block()) {
+      check_block(data, check, record.offset);
     }
-    const std::int64_t distance = link < 0 ? -std::int64_t{link} : link;
-    if (distance == 1) {
-      if (link > 0) {
+    if (!record.has_children()) {
+      if (!record.has_block()) {
         nodes.wrong(here, "neither a block nor children");
       }
       continue;
     }
-    check_phrase_group(nodes, data, check, root, root + static_cast<std::uint64_t>(distance) - 1,
-                       depth + 1);
+    check_phrase_group(nodes, data, check, root,
+                       root + static_cast<std::uint64_t>(record.distance()) - 1, depth + 1);
   }
 }
 
 void check_phrases(check_report_t& out, const std::string& path, phrase_check_t& check) {
   FileReport head(out, path);
-  FileReport nodes(out, path + ".nodes");
-  FileReport data(out, path + ".data");
+  FileReport nodes(out, path + phrase_format::kNodesSuffix);
+  FileReport data(out, path + phrase_format::kDataSuffix);
   const auto head_file = head.open();
   const auto node_file = nodes.open();
   const auto data_file = data.open();
@@ -416,16 +424,17 @@ void check_phrases(check_report_t& out, const std::string& path, phrase_check_t&
   }
   check.nodes = node_file->data();
   check.data = data_file->data();
-  check.seen.resize(check.nodes.size() / 10);
+  check.seen.resize(check.nodes.size() / phrase_format::kRecordSize);
   check.seen_blocks.resize(check.data.size());
-  if (check.nodes.size() % 10 != 0) {
+  if (check.nodes.size() % phrase_format::kRecordSize != 0) {
     nodes.wrong("end", "an incomplete record");
   }
   common::ByteReader reader(head_file->data());
   std::uint64_t count = 0;
   std::uint64_t trailing = 0;
-  if (!reader.read_u64(count) || !reader.fits(count, 8) ||
-      !reader.read_bytes(count * 8, check.heads) || !reader.read_u64(trailing)) {
+  if (!reader.read_u64(count) || !reader.fits(count, phrase_format::kHeadSize) ||
+      !reader.read_bytes(count * phrase_format::kHeadSize, check.heads) ||
+      !reader.read_u64(trailing)) {
     return head.wrong("byte 0", "more words than the file holds");
   }
   if (reader.position() != head_file->size()) {
@@ -438,17 +447,16 @@ void check_phrases(check_report_t& out, const std::string& path, phrase_check_t&
     head.wrong("byte 0", "more words than the source vocabulary");
   }
   for (std::uint64_t w = 0; w < count; ++w) {
-    const unsigned char* entry = check.heads.data() + w * 8;
-    const auto offset = common::load_le<std::uint32_t>(entry);
-    const auto group = common::load_le<std::uint32_t>(entry + 4);
+    const auto [offset, group] =
+        phrase_format::read_head(check.heads.data() + w * phrase_format::kHeadSize);
     check.phrase.assign(1, static_cast<int>(w));
-    if (offset != kNone) {
+    if (offset != phrase_format::kNone) {
       if (offset >= check.data.size()) {
         head.wrong(at("word", w), "its block leaves the data file");
       }
       check_block(data, check, offset);
     }
-    if (group == kNone) {
+    if (group == phrase_format::kNone) {
       continue;
     }
     if (group >= check.seen.size()) {
@@ -487,7 +495,7 @@ std::optional<decoder::Compressor> check_quantifier(FileReport report, const std
       if (samples.empty()) {
         report.wrong(at("score", i), "no samples");
       }
-      if (samples.size() > 256) {
+      if (samples.size() > phrase_format::kMaxSamples) {
         report.wrong(at("score", i), "more than 256 samples");
       }
       for (std::size_t k = 0; k < samples.size(); ++k) {
@@ -571,7 +579,7 @@ check_report_t check_model_folder(const model_folder_t& folder, bool with_manife
   target.encode("</s>");
   check_lang_model({out, path(p.lang_model)}, target);
 
-  const int score_size = p.prune ? 7 : 9;
+  const int score_size = p.prune ? phrase_format::kScoresWithoutLanguage : phrase_format::kScores;
   std::optional<decoder::Compressor> compressor;
   if (p.compress) {
     const std::string name = path(p.compress_vocab);

@@ -8,24 +8,21 @@
 #include <utility>
 
 #include "decoder/lang_model.h"
+#include "decoder/lang_model_format.h"
 #include "toolkit/io/atomic_file.h"
 #include "toolkit/io/byte_writer.h"
 #include "toolkit/lm/lang_model_pruner.h"
 
 namespace koralite::toolkit {
+
+namespace format = decoder::lang_model_format;
+
 namespace {
 
+using format::node_t;
 using item_t = LangModelBuilder::item_t;
 
 constexpr std::size_t kMaxOrder = decoder::LangModel::kMaxOrder;
-constexpr std::int32_t kMaxWord = 65534;
-constexpr std::uint16_t kNoTree = 65535;
-constexpr std::uint16_t kGroupKey = 65535;
-constexpr std::uint16_t kEntryFlag = 0x8000;
-constexpr std::uint32_t kMaxTreeNodes = 65534;
-constexpr std::int64_t kMaxHeadCode = 65535;
-constexpr std::int64_t kMaxTreeBackOff = 32767;
-constexpr std::uint16_t kUnknownCode = 10000;  // LM_UNK_PROB
 
 // Scores to codes, for one model: its offset makes the smallest back-off weight code 0.
 class Codes {
@@ -37,20 +34,24 @@ class Codes {
     }
     // An offset of whole thousandths gives the weight 0 a code that is exactly 0. It must be one
     // that trees can hold.
-    thousandths_ = static_cast<std::int64_t>(
-        std::max(std::floor(least * 1000.0), -static_cast<double>(kMaxTreeBackOff)));
+    thousandths_ =
+        static_cast<std::int64_t>(std::max(std::floor(least * double{format::kBackOffSteps}),
+                                           -static_cast<double>(format::kBackOffMask)));
   }
 
-  float offset() const { return static_cast<float>(thousandths_) / 1000.0F; }
+  float offset() const { return static_cast<float>(thousandths_) / format::kBackOffSteps; }
 
   std::uint16_t probability(float value) {
     if (value > 0.0F) {
       ++report_.positive;
     }
-    return clamp(std::max(-static_cast<double>(value) * 100.0, 0.0), kMaxHeadCode);
+    return clamp(std::max(-static_cast<double>(value) * double{format::kProbabilitySteps}, 0.0),
+                 format::kMaxHeadCode);
   }
   std::uint16_t back_off(float value, std::int64_t largest) {
-    return clamp(static_cast<double>(value) * 1000.0 - static_cast<double>(thousandths_), largest);
+    return clamp(static_cast<double>(value) * double{format::kBackOffSteps} -
+                     static_cast<double>(thousandths_),
+                 largest);
   }
 
  private:
@@ -65,13 +66,6 @@ class Codes {
 
   std::int64_t thousandths_ = 0;
   lang_model_report_t& report_;
-};
-
-struct node_t {
-  std::uint16_t key = 0;
-  std::uint16_t link = 1;
-  std::uint16_t probability = 0;
-  std::uint16_t back_off = 0;
 };
 
 struct range_t {
@@ -122,7 +116,7 @@ class TreeLayout {
       i = end;
     }
     if (children > 1) {
-      nodes_[start] = {kGroupKey, static_cast<std::uint16_t>(children), 0, 0};
+      nodes_[start] = {format::kGroupKey, static_cast<std::uint16_t>(children), 0, 0};
     }
   }
 
@@ -133,8 +127,8 @@ class TreeLayout {
     const bool entry = depth + 1 == kMaxOrder || tree_[begin].word(depth + 1) < 0;
     if (entry) {
       node.probability = codes_.probability(tree_[begin].probability);
-      node.back_off = static_cast<std::uint16_t>(
-          kEntryFlag | codes_.back_off(tree_[begin].back_off, kMaxTreeBackOff));
+      node.flag_and_back_off = static_cast<std::uint16_t>(
+          format::kEntryFlag | codes_.back_off(tree_[begin].back_off, format::kBackOffMask));
       ++begin;
     }
     if (begin < end) {
@@ -208,7 +202,8 @@ void LangModelBuilder::add(std::span<const std::int32_t> ids, float probability,
     ++report_.bad_length;
     return;
   }
-  if (std::any_of(ids.begin(), ids.end(), [](auto id) { return id < 0 || id > kMaxWord; })) {
+  if (std::any_of(ids.begin(), ids.end(),
+                  [](auto id) { return id < 0 || id > format::kMaxWord; })) {
     ++report_.bad_words;
     return;
   }
@@ -244,7 +239,7 @@ void LangModelBuilder::sort_and_merge() {
 }
 
 lang_model_report_t LangModelBuilder::write(const std::string& path) {
-  const std::uint32_t max_nodes = std::min(options_.max_tree_nodes, kMaxTreeNodes);
+  const std::uint32_t max_nodes = std::min(options_.max_tree_nodes, format::kMaxTreeNodes);
   sort_and_merge();
   if (items_.empty()) {
     throw std::runtime_error("no n-grams for the language model " + path);
@@ -254,7 +249,7 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
   struct word_t {
     const item_t* unigram = nullptr;
     range_t tree;
-    std::uint16_t index = kNoTree;
+    std::uint16_t index = format::kNoTree;
   };
   int last = 0;
   for (const item_t& item : items_) {
@@ -316,10 +311,10 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
   }
   for (const word_t& word : words) {
     head.put_u16(word.index);
-    head.put_u16(word.unigram == nullptr ? kUnknownCode
+    head.put_u16(word.unigram == nullptr ? format::kUnknownCode
                                          : codes.probability(word.unigram->probability));
-    head.put_u16(
-        codes.back_off(word.unigram == nullptr ? 0.0F : word.unigram->back_off, kMaxHeadCode));
+    head.put_u16(codes.back_off(word.unigram == nullptr ? 0.0F : word.unigram->back_off,
+                                format::kMaxHeadCode));
     if (word.unigram != nullptr) {
       ++report_.by_order[0];
     }
@@ -344,16 +339,17 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
     }
     const TreeLayout layout(tree, codes);
     ByteWriter out;
-    while ((file.position() + out.size()) % 8 != 4) {
-      out.put_u8(0);  // nodes lie on 8 bytes
+    while ((file.position() + out.size()) % format::kNodeAlignment !=
+           format::kNodeAlignment - format::kTreeCountSize) {
+      out.put_u8(0);
     }
-    head.store(positions + 4 * t, place(file.position() + out.size(), path));
+    head.store(positions + format::kPositionSize * t, place(file.position() + out.size(), path));
     out.put_u32(static_cast<std::uint32_t>(layout.nodes().size()));
     for (const node_t& node : layout.nodes()) {
       out.put_u16(node.key);
       out.put_u16(node.link);
       out.put_u16(node.probability);
-      out.put_u16(node.back_off);
+      out.put_u16(node.flag_and_back_off);
     }
     file.write(out.bytes());
     report_.nodes += layout.nodes().size();
@@ -365,7 +361,7 @@ lang_model_report_t LangModelBuilder::write(const std::string& path) {
       ++report_.by_order[length - 1];
     }
   }
-  head.store(positions + 4 * order.size(), place(file.position(), path));
+  head.store(positions + format::kPositionSize * order.size(), place(file.position(), path));
   file.write_at(0, head.bytes());
   file.commit();
 

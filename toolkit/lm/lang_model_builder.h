@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "decoder/lang_model_format.h"
+
 namespace koralite::toolkit {
 
 struct lang_model_options_t {
@@ -22,7 +24,7 @@ struct lang_model_options_t {
   std::size_t first_word_id = 0;
   // Nodes that one word's tree may have. Links of the format reach no further than the default;
   // lower it to make a smaller model.
-  std::uint32_t max_tree_nodes = 65534;
+  std::uint32_t max_tree_nodes = decoder::lang_model_format::kMaxTreeNodes;
 };
 
 struct lang_model_report_t {

@@ -10,17 +10,18 @@
 #include <utility>
 
 #include "decoder/compressor.h"
+#include "decoder/phrase_table_format.h"
 #include "toolkit/io/atomic_file.h"
 #include "toolkit/io/byte_writer.h"
 #include "toolkit/pack/phrase_trie.h"
 #include "toolkit/pack/score_samples.h"
 
 namespace koralite::toolkit {
+
+namespace format = decoder::phrase_table_format;
+
 namespace {
 
-constexpr std::int32_t kMaxInnerWord = 65534;    // of a source phrase, past the first
-constexpr std::int32_t kMaxCompactWord = 65535;  // of a target phrase in a compact table
-constexpr std::uint32_t kNoOffset = 0xFFFFFFFF;
 constexpr std::size_t kTranslationScores = 3;  // both language model scores and the translation's
 
 // Reordering values as the counts that compact entries can hold.
@@ -34,9 +35,8 @@ std::array<std::int64_t, 6> reordering_counts(ReorderingKind kind,
   } else if (kind == ReorderingKind::kLogProbs) {
     for (std::size_t i = 0; i < 6; i += 3) {
       const int index = nearest_reordering(std::span<const float, 3>(values.data() + i, 3));
-      counts[i] = index / 36;
-      counts[i + 1] = index / 6 % 6;
-      counts[i + 2] = index % 6;
+      const auto digits = format::reorder_counts(index);
+      std::copy(digits.begin(), digits.end(), counts.begin() + static_cast<std::ptrdiff_t>(i));
     }
   }
   return counts;
@@ -140,13 +140,13 @@ bool PhraseTableBuilder::accept(const phrase_t& source, const phrase_t& target) 
   }
   const auto source_words = source.words();
   for (std::size_t i = 0; i < source_words.size(); ++i) {
-    if (source_words[i] < 0 || (i > 0 && source_words[i] > kMaxInnerWord)) {
+    if (source_words[i] < 0 || (i > 0 && source_words[i] > format::kMaxInnerWord)) {
       ++report_.bad_source_words;
       return false;
     }
   }
   for (const std::int32_t word : target.words()) {
-    if (word < 0 || (options_.compact && word > kMaxCompactWord)) {
+    if (word < 0 || (options_.compact && word > format::kMaxCompactWord)) {
       ++report_.bad_target_words;
       return false;
     }
@@ -350,7 +350,7 @@ phrase_table_report_t PhraseTableBuilder::write(const std::string& path) {
     compressor = std::make_unique<decoder::Compressor>(train(scored));
   }
 
-  AtomicFile data(path + ".data");
+  AtomicFile data(path + format::kDataSuffix);
   std::vector<trie_phrase_t> sources;
   for (std::size_t begin = 0; begin < scored.size();) {
     const item_t& first = items_[scored[begin].item];
@@ -360,15 +360,15 @@ phrase_table_report_t PhraseTableBuilder::write(const std::string& path) {
     for (; end < scored.size() && compare_sources(first, items_[scored[end].item]) == 0; ++end) {
       append_entry(block, scored[end], compressor.get());
     }
-    block.store(0, static_cast<std::uint32_t>(block.size() - 4));
-    if (data.position() >= kNoOffset) {
+    block.store(0, static_cast<std::uint32_t>(block.size() - format::kBlockLengthSize));
+    if (data.position() >= format::kNone) {
       throw std::runtime_error("the phrase table " + path + ".data would exceed 4 GiB");
     }
     sources.push_back({source(first), static_cast<std::uint32_t>(data.position())});
     data.write(block.bytes());
     begin = end;
   }
-  AtomicFile nodes(path + ".nodes");
+  AtomicFile nodes(path + format::kNodesSuffix);
   AtomicFile head(path);
   write_phrase_trie(sources, head, nodes);
   data.commit();

@@ -5,19 +5,16 @@
 #include <stdexcept>
 #include <vector>
 
+#include "decoder/phrase_table_format.h"
 #include "toolkit/io/byte_writer.h"
 
 namespace koralite::toolkit {
+
+namespace format = decoder::phrase_table_format;
+
 namespace {
 
-constexpr std::uint16_t kGroupKey = 65535;
-constexpr std::uint32_t kNone = 0xFFFFFFFF;
-
-struct record_t {
-  std::uint16_t key = 0;
-  std::int32_t link = 1;
-  std::uint32_t offset = 0;
-};
+using format::record_t;
 
 // All records below one first word, group by group, level by level. A group is the phrases that
 // agree in the words before; it hangs on the record of the last of these.
@@ -75,7 +72,7 @@ class Subtree {
       i = end;
     }
     if (children > 1) {
-      records_[start] = {kGroupKey, children, 0};
+      records_[start] = {format::kGroupKey, children, 0};
     }
   }
 
@@ -99,16 +96,15 @@ void write_phrase_trie(std::span<const trie_phrase_t> phrases, AtomicFile& head,
     while (end < phrases.size() && static_cast<std::uint64_t>(phrases[end].words[0]) == word) {
       ++end;
     }
-    std::uint32_t offset = kNone;
+    format::head_t entry;
     if (next < end && phrases[next].words.size() == 1) {
-      offset = phrases[next++].offset;
+      entry.offset = phrases[next++].offset;
     }
-    std::uint32_t first_group = kNone;
     if (next < end) {
-      if (written >= kNone) {
+      if (written >= format::kNone) {
         throw std::runtime_error("too many source phrases");
       }
-      first_group = static_cast<std::uint32_t>(written);
+      entry.first_group = static_cast<std::uint32_t>(written);
       const Subtree subtree(phrases.subspan(next, end - next));
       ByteWriter out;
       for (const record_t& record : subtree.records()) {
@@ -119,8 +115,8 @@ void write_phrase_trie(std::span<const trie_phrase_t> phrases, AtomicFile& head,
       nodes.write(out.bytes());
       written += subtree.records().size();
     }
-    heads.put_u32(offset);
-    heads.put_u32(first_group);
+    heads.put_u32(entry.offset);
+    heads.put_u32(entry.first_group);
     next = end;
   }
   heads.put_u64(written);
