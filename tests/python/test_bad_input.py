@@ -254,3 +254,13 @@ def test_no_command(monkeypatch):
     monkeypatch.setenv("PATH", "/nonexistent")
     with pytest.raises(kora.CommandError, match="KORA_COMMAND"):
         kora.evaluate(["a"], ["a"], language="en")
+
+
+def test_bare_engine_has_no_glossary(small):
+    with kora.Translator(small, raw=True) as translator:
+        with pytest.raises(kora.BadArgumentError, match="glossary"):
+            translator.set_glossary({"cat": "feline"})
+        translator.set_limits(stack=50)
+        assert translator.translate("hello world") == "你好世界"
+        with pytest.raises(kora.BadArgumentError, match="markup"):
+            translator.translate_document("<b>hello</b>", format="html")

@@ -10,12 +10,6 @@ from conftest import command
 from phrasebook import PAIRS
 
 
-def needs(name):
-    return pytest.mark.skipif(
-        not hasattr(kora._library(), name), reason=f"the library has no {name} yet"
-    )
-
-
 @pytest.mark.parametrize("raw", [False, True])
 def test_gives_what_the_command_gives(book, lines, raw):
     with kora.Translator(book, raw=raw) as translator:
@@ -25,7 +19,7 @@ def test_gives_what_the_command_gives(book, lines, raw):
         assert translator.translate(line.encode() for line in lines) == one_by_one
         for threads, chunk in ((1, 1), (2, 16), (5, 3)):
             assert list(translator.batch(lines, threads=threads, chunk=chunk)) == one_by_one
-    bare = ["--raw"] if raw and hasattr(kora._library(), "kora_c_translate_document") else []
+    bare = ["--raw"] if raw else []
     printed = command(
         "translate", "-m", book, *bare, text="".join(line + "\n" for line in lines).encode()
     )
@@ -178,7 +172,6 @@ def test_thread_translator(small):
     assert there[0] is not here and there[0].translate("hello") == here.translate("hello")
 
 
-@needs("kora_c_translate_document")
 def test_documents(translator):
     text = "hello world\n\n  - good morning {0} %s\r\n"
     plain = translator.translate_document(text)
@@ -194,7 +187,6 @@ def test_documents(translator):
         translator.translate_document("a", format="doc")
 
 
-@needs("kora_c_set_glossary")
 def test_glossary(translator):
     def cat(**more):
         return translator.translate_document("the cat sat", **more)
@@ -214,7 +206,6 @@ def test_glossary(translator):
         translator.set_glossary({"a\tb": "c"})
 
 
-@needs("kora_c_explain")
 def test_explain(translator):
     text = "😀 hello world. the cat sat"
     sentences = translator.explain(text, 2)

@@ -52,10 +52,6 @@ _FUNCTIONS: dict[str, tuple[Any, list[Any]]] = {
             _size,
         ],
     ),
-}
-
-# The same of functions that came later: a library without them still translates.
-_LATER: dict[str, tuple[Any, list[Any]]] = {
     "kora_c_translate_document": (
         c_int32,
         [
@@ -109,12 +105,10 @@ def _load(path: str) -> ctypes.CDLL:
             f"{path}: version {version or 'unknown'}, but this package needs {MAJOR}.x; install "
             "the library and the package of one release"
         )
-    for name, (result, arguments) in {**_FUNCTIONS, **_LATER}.items():
+    for name, (result, arguments) in _FUNCTIONS.items():
         try:
             function = getattr(library, name)
         except AttributeError as cause:
-            if name in _LATER:
-                continue
             raise LibraryError(
                 f"{path}: version {version} has no function {name}; install the library and the "
                 "package of one release"
@@ -134,17 +128,6 @@ def library() -> ctypes.CDLL:
                     _loaded = _load(path)
     assert _loaded is not None
     return _loaded
-
-
-def later(lib: ctypes.CDLL, name: str) -> Any:
-    """A function that older libraries lack; LibraryError if this one does."""
-    try:
-        return getattr(lib, name)
-    except AttributeError as cause:
-        version = lib.kora_c_version().decode("utf-8", "replace")
-        raise LibraryError(
-            f"the library, version {version}, has no {name}; install it anew"
-        ) from cause
 
 
 def take(lib: ctypes.CDLL, address: Optional[int], length: int) -> bytes:
@@ -167,4 +150,4 @@ def take_text(lib: ctypes.CDLL, address: Optional[int]) -> str:
         lib.kora_c_free(address)
 
 
-__all__ = ["NAME", "byref", "later", "library", "take", "take_text"]
+__all__ = ["NAME", "byref", "library", "take", "take_text"]

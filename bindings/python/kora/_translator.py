@@ -9,7 +9,7 @@ import pathlib
 import threading
 from collections import deque
 from concurrent.futures import Future, ThreadPoolExecutor
-from ctypes import POINTER, byref, c_char_p, c_float, c_int32, c_size_t, c_void_p
+from ctypes import POINTER, byref, c_float, c_int32, c_size_t, c_void_p
 from types import TracebackType
 from typing import (
     Any,
@@ -30,7 +30,7 @@ from typing import (
 
 from ._errors import BadArgumentError, BadDirectionError, ClosedError, ForkedError
 from ._errors import TextError, TranslationFailedError, error_of
-from ._library import later, library, take, take_text
+from ._library import library, take, take_text
 from ._records import Alignment, Candidate, Link, Offsets, Phrase, Sentence
 
 Text = Union[str, bytes]
@@ -118,6 +118,7 @@ class _Handle:
         self.lib = library()
         self.lock = threading.Lock()
         self.settings = 0  # number of the translator's settings that this handle has
+        self.has_terms = False  # of a glossary
         self._pid = os.getpid()
         self._address = c_void_p()
         message = c_void_p()
@@ -224,10 +225,7 @@ class Translator:
         if code < 0:
             raise BadDirectionError(f"there is no direction {name!r}; one is named like 'en-zh'")
         self.direction: str = name
-        flags = _CHECK_MANIFEST if check else 0
-        if raw and hasattr(lib, "kora_c_translate_document"):  # older libraries are always bare
-            flags |= _RAW
-        self._raw = raw
+        flags = (_CHECK_MANIFEST if check else 0) | (_RAW if raw else 0)
         self._open: Callable[[int], _Handle] = lambda more: _Handle(
             code, configuration, os.fsencode(folder), flags & ~more
         )
@@ -317,7 +315,7 @@ class Translator:
         table = None if glossary is None else _glossary_table(glossary)
 
         def run(handle: _Handle) -> bytes:
-            function = later(handle.lib, "kora_c_translate_document")
+            function = handle.lib.kora_c_translate_document
             output, length = c_void_p(), c_size_t()
             if table is not None:
                 self._add_terms(handle, table, 0)
@@ -429,7 +427,7 @@ class Translator:
 
         def run(handle: _Handle) -> bytes:
             output, length = c_void_p(), c_size_t()
-            function = later(handle.lib, "kora_c_explain")
+            function = handle.lib.kora_c_explain
             handle.call(function, data, len(data), n, byref(output), byref(length))
             return take(handle.lib, output.value, length.value)
 
@@ -500,7 +498,7 @@ class Translator:
             handle = self._handles[0]
             handle.check()
             with handle.lock:
-                handle.call(later(handle.lib, "kora_c_set_limits"), *limits)
+                handle.call(handle.lib.kora_c_set_limits, *limits)
                 settings = self._settings
                 self._settings = settings._replace(number=settings.number + 1, limits=limits)
 
@@ -535,14 +533,16 @@ class Translator:
             raise TextError(f"text {index}: {error}") from error
 
     def _clear_terms(self, handle: _Handle) -> None:
-        handle.call(later(handle.lib, "kora_c_set_glossary"), None, 0, 0, None)
+        if handle.has_terms:  # a bare engine knows no glossary, and none is ever set there
+            handle.call(handle.lib.kora_c_set_glossary, None, 0, 0, None)
+            handle.has_terms = False
 
     def _add_terms(self, handle: _Handle, table: bytes, flags: int) -> str:
         if not table:
             return ""
         report = c_void_p()
-        function = later(handle.lib, "kora_c_set_glossary")
-        handle.call(function, c_char_p(table), len(table), flags, byref(report))
+        handle.has_terms = True
+        handle.call(handle.lib.kora_c_set_glossary, table, len(table), flags, byref(report))
         return take_text(handle.lib, report.value)
 
     def _with_handle(self, call: Callable[[_Handle], _T]) -> _T:
@@ -555,11 +555,9 @@ class Translator:
             settings = self._settings
             if handle.settings != settings.number and not handle.closed:
                 if settings.limits is not None:
-                    handle.call(later(handle.lib, "kora_c_set_limits"), *settings.limits)
-                if not self._raw and hasattr(handle.lib, "kora_c_set_glossary"):
-                    self._clear_terms(handle)
-                    if settings.glossary:
-                        self._add_terms(handle, settings.glossary, settings.glossary_flags)
+                    handle.call(handle.lib.kora_c_set_limits, *settings.limits)
+                self._clear_terms(handle)
+                self._add_terms(handle, settings.glossary, settings.glossary_flags)
                 handle.settings = settings.number
             return call(handle)
 
