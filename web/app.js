@@ -37,7 +37,7 @@ const kAdvice = {
   'no-memory': 'This device has not enough memory for the model.',
   'worker-died': 'The translator stopped and is started again.',
   crashed: 'The translator stopped and is started again.',
-  unsupported: 'This browser is too old for this page.',
+  unsupported: 'This browser cannot run the translator: it is too old, or was told not to run WebAssembly.',
   'storage-full': 'There is no room to keep the model: it works now, and must be downloaded again next time.',
   'storage-failed': 'The model could not be kept: it works now, and must be downloaded again next time.',
 };
@@ -78,7 +78,7 @@ function chooseDirection() {
   let from = auto ? detected : $('from').value;
   if (!pairs.some((pair) => pair.from === from)) from = pairs[0]?.from;
   $('from').options[0].textContent = auto && detected && from === detected
-    ? `Found: ${nameOf(from)}` : 'Find the language';
+    ? `${nameOf(from)} (found)` : 'Find the language';
   const targets = pairs.filter((pair) => pair.from === from).map((pair) => pair.to);
   fill($('to'), targets, []);
   const to = targets.includes($('to').value) ? $('to').value : targets[0];
@@ -292,9 +292,9 @@ async function translateUnits(engine, pending, signal) {
       if (!result) {
         const begin = performance.now();
         result = await engine.align(unit.text, {
-          signal, format: unit.rich ? 'html' : 'text', glossary: terms,
+          signal, format: unit.rich ? 'html' : 'text', glossary: terms, reuse: true,
         });
-        spent.words += countWords(unit.text);
+        spent.words += countWords(unit.text) * (result.translated / unit.text.length);
         spent.seconds += (performance.now() - begin) / 1000;
         if (known.size >= kKept) known.delete(known.keys().next().value);
         known.set(unit.key, result);

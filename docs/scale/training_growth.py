@@ -1,17 +1,19 @@
 """How training grows: trains on 25, 50 and 100 % of a corpus and prints time and memory by stage.
 
     python3 training_growth.py SOURCE TARGET --direction en-zh [--threads N] [--parts 25 50 100]
+                               [--write]
 
 CPU seconds and the largest resident memory of each stage of `kora train` (KORA_COMMAND, else the
 PATH), the disk that its work folder takes, and the exponent of the growth from the first part to
 the last: 1 is in proportion. Every part takes lines from all over the corpus. Weights are not
-tuned.
+tuned. --write puts the table into docs/scale.md.
 """
 
 import argparse
 import math
 import os
 import pathlib
+import re
 import subprocess
 import sys
 import tempfile
@@ -19,14 +21,15 @@ import time
 
 
 def take_part(path, target, percent):
-    """Every line of 100 numbers below the percentage; gives how many."""
-    count = 0
+    """Every line of 100 numbers below the percentage; gives how many, and their words."""
+    count = words = 0
     with open(path, "rb") as source, open(target, "wb") as out:
         for i, line in enumerate(source):
             if i * 37 % 100 < percent:
                 out.write(line)
                 count += 1
-    return count
+                words += len(line.split())
+    return count, words
 
 
 def usage(pid):
@@ -65,15 +68,18 @@ def main():
     parser.add_argument("--direction", required=True)
     parser.add_argument("--threads", type=int, default=2)
     parser.add_argument("--parts", type=int, nargs="+", default=[25, 50, 100])
+    parser.add_argument("--write", action="store_true", help="put the table into docs/scale.md")
     options = parser.parse_args()
     command = os.environ.get("KORA_COMMAND", "kora")
 
-    pairs, found, disk = [], [], []
+    pairs, words, found, disk = [], [], [], []
     with tempfile.TemporaryDirectory() as name:
         for percent in options.parts:
             folder = pathlib.Path(name, str(percent))
             folder.mkdir()
-            pairs.append(take_part(options.source, folder / "source", percent))
+            count, size = take_part(options.source, folder / "source", percent)
+            pairs.append(count)
+            words.append(size / 1e6)
             take_part(options.target, folder / "target", percent)
             process = subprocess.Popen(
                 [command, "train", "--direction", options.direction, "--source", folder / "source",
@@ -90,14 +96,31 @@ def main():
         return f"{math.log(values[-1] / values[0]) / math.log(pairs[-1] / pairs[0]):.2f}"
 
     head = " | ".join(f"{count:,} pairs" for count in pairs)
-    print(f"| | {head} | exponent |\n|---|{'---:|' * (len(pairs) + 1)}")
+    table = [f"| | {head} | exponent |", f"|---|{'---:|' * (len(pairs) + 1)}"]
+
+    def add(name, values):
+        cells = " | ".join(f"{value:.1f}" for value in values)
+        table.append(f"| {name} | {cells} | {growth(values)} |")
+
+    add("words of the source, million", words)
     for i, (stage, _, _) in enumerate(found[0]):
         for what, which in (("s of CPU", 1), ("MB", 2)):
-            values = [stages[i][which] for stages in found]
-            cells = " | ".join(f"{value:.1f}" for value in values)
-            print(f"| {stage}, {what} | {cells} | {growth(values)} |")
-    cells = " | ".join(f"{size / 2**20:.1f}" for size in disk)
-    print(f"| work folder, MB | {cells} | {growth(disk)} |")
+            add(f"{stage}, {what}", [stages[i][which] for stages in found])
+    add("all stages, s of CPU", [sum(stage[1] for stage in stages) for stages in found])
+    add("work folder, MB", [size / 2**20 for size in disk])
+    printed = "\n".join(table)
+    print(printed)
+    if options.write:
+        page = pathlib.Path(__file__).resolve().parents[1] / "scale.md"
+        new, count = re.subn(
+            r"(<!-- docs/scale/training_growth.py --write -->\n).*?(<!-- end -->)",
+            lambda mark: f"{mark[1]}{printed}\n{mark[2]}",
+            page.read_text("utf-8"),
+            flags=re.S,
+        )
+        if count != 1:
+            sys.exit(f"{page} has no place for the table")
+        page.write_text(new, "utf-8")
     return 0
 
 

@@ -115,6 +115,40 @@ test('offsets count UTF-16 units', () => {
   }
 });
 
+test('a text that changed a little costs what changed', async () => {
+  for (const [model, between] of [[kEnglish, ' '], [kChinese, '']]) {
+    const translator = await Translator.open(model);
+    const ended = sentences[model].filter((text) => /[.?!。？！]$/.test(text)).slice(0, 30);
+    assert.ok(ended.length > 10);
+    const whole = async (text, options) => {
+      const { text: expected, links } = await translator.align(text, options);
+      const found = await translator.align(text, { ...options, reuse: true });
+      assert.deepEqual([found.text, found.links], [expected, links], text);
+      return found.translated;
+    };
+    const paragraph = ended.join(between);
+    assert.ok(await whole(`  ${paragraph} `) > paragraph.length / 2);
+    const text = `${paragraph}\n\n${ended.slice(5).join(between)}`;
+    await whole(text);
+    assert.equal((await translator.align(text, { reuse: true })).translated, 0);
+    const [first, second, ...rest] = ended;
+    const changed = [first, `${second.slice(0, -1)} 7${second.slice(-1)}`, ...rest].join(between);
+    const translated = await whole(changed);
+    assert.ok(translated > 0 && translated < 0.2 * changed.length, `${translated} of ${changed.length}`);
+    // What cannot be taken apart comes out as before, too.
+    for (const odd of ['', ' ', `1. ${first} ${second}`, `- ${first}  ${second}`, `${first} - ${second}`,
+      `${first} <b>${second}</b> ${first}`, `${first}\t${second}`, `&${first} ${second}`, '...', '. . .',
+      `${first}   ${second}  `, `${first} %s {0} ${second}`, `😀 ${first} 😀 ${second}`]) {
+      await whole(odd);
+      await whole(odd);
+    }
+    const word = model === kEnglish ? first.split(' ')[0] : first.slice(0, 2);
+    await whole(paragraph, { glossary: [[word, 'XYZ']] });
+    await whole(paragraph);
+    translator.close();
+  }
+});
+
 test('long texts come out as one call would give them, and can be cancelled', async () => {
   const translator = await Translator.open(kEnglish);
   const line = sentences[kEnglish].slice(0, 6).join(' ');

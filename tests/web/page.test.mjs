@@ -3,10 +3,14 @@
 // screenshots go, KORA_COMMAND and KORA_BOOK as in tests/javascript.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { mkdirSync, readFileSync } from 'node:fs';
+import { createHash } from 'node:crypto';
+import { mkdirSync, mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
+import { tmpdir } from 'node:os';
 import { join } from 'node:path';
+import process from 'node:process';
 import { after, before, test } from 'node:test';
+import { fileURLToPath } from 'node:url';
 import { launch } from './browser.mjs';
 import { serve } from './serve.mjs';
 
@@ -15,8 +19,9 @@ const artifacts = process.env.KORA_ARTIFACTS ?? 'artifacts';
 mkdirSync(artifacts, { recursive: true });
 const axe = readFileSync(createRequire(import.meta.url).resolve('axe-core'), 'utf8');
 
-const native = (model, input) => execFileSync(
-  command, ['translate', '--model', join(book, model)], { input, encoding: 'utf8' }).trimEnd();
+const native = (model, input, ...options) => execFileSync(
+  command, ['translate', '--model', join(book, model), ...options],
+  { input, encoding: 'utf8' }).trimEnd();
 
 let site;
 before(async () => {
@@ -160,6 +165,45 @@ test('only what changed is translated again', () =>
     assert.ok(drawn < 20, `${drawn} elements were drawn`);
   }));
 
+test('a sentence that stays is not translated again, and a glossary changes what it names', () =>
+  withPage({}, async (page, context) => {
+    await context.addInitScript(() => {
+      const { Worker: Real } = window;
+      window.translated = [];
+      window.Worker = class extends Real {
+        constructor(...args) {
+          super(...args);
+          this.addEventListener('message', ({ data }) => {
+            if (data.value?.links) window.translated.push(data.value.translated);
+          });
+        }
+      };
+    });
+    await open(page);
+    const first = 'where is the bank ? ';
+    await write(page, `${first.repeat(20)}thank you .`);
+    await targetIs(page, native('model', `${first.repeat(20)}thank you .`));
+    await page.evaluate(() => window.translated.splice(0));
+    await page.locator('#source').focus();
+    await page.keyboard.press('Control+Home');
+    await page.keyboard.type('hello . ');
+    await targetIs(page, native('model', `hello . ${first.repeat(20)}thank you .`));
+    const counts = await page.evaluate(() => window.translated);
+    assert.ok(Math.max(...counts) <= `hello . ${first}`.length, `${counts}`);
+
+    await page.locator('#glossary-box summary').click();
+    await page.locator('#glossary').fill('bank = 河岸\nno entry');
+    const table = join(mkdtempSync(join(tmpdir(), 'kora-')), 'terms');
+    writeFileSync(table, 'bank\t河岸\n');
+    const wanted = native('model', `hello . ${first.repeat(20)}thank you .`, '--glossary', table);
+    assert.ok(wanted.split('河岸').length === 21);
+    await targetIs(page, wanted);
+    assert.match(await page.locator('#glossary-report').innerText(), /1 entry, 1 not understood/);
+    await page.reload(); // it is kept
+    await write(page, 'where is the bank ?');
+    await page.waitForFunction(() => /河岸/.test(document.getElementById('target').innerText));
+  }));
+
 test('works with the keyboard alone and without serious findings of axe, light and dark', async () => {
   for (const colorScheme of ['light', 'dark']) {
     await withPage({ colorScheme }, async (page) => {
@@ -258,17 +302,98 @@ test('a download can be cancelled and taken up again', () =>
 
 test('full storage is no obstacle', () =>
   withPage({}, async (page, context) => {
-    // The worker cannot be reached by scripts of the page, so its program is changed on the way.
-    await context.route('**/engine/src/store.js', async (route) => {
-      const response = await route.fetch();
-      const body = (await response.text()).replaceAll(
-        'async put(digest, bytes) {',
-        "async put(digest, bytes) { throw new DOMException('no room', 'QuotaExceededError');");
-      await route.fulfill({ response, body });
-    });
+    const session = await context.newCDPSession(page);
+    await session.send('Storage.overrideQuotaForOrigin', { origin: new URL(site.url).origin, quotaSize: 1 });
     await open(page);
     await noticeIs(page, /no room to keep the model/);
+    await write(page, 'thank you .');
+    await targetIs(page, native('model', 'thank you .'));
+    await session.send('Storage.overrideQuotaForOrigin', { origin: new URL(site.url).origin });
+    await page.reload(); // it is fetched again, and kept now
+    await page.waitForFunction(() => document.querySelector('#target .unit')?.textContent);
+    assert.ok(await page.locator('#notice').isHidden());
   }));
+
+test('a browser that cannot run it, or has no memory for it, says so', async () => {
+  // Without a compiler, this browser has no WebAssembly.
+  await withPage({ flags: ['--js-flags=--jitless'] }, async (page) => {
+    await page.goto(site.url);
+    await noticeIs(page, /cannot run the translator/);
+    await page.screenshot({ path: join(artifacts, 'unsupported.png') });
+  });
+  // Eight megabytes hold the module, but not a model with a file of twenty.
+  const padding = Buffer.alloc(20e6);
+  writeFileSync(join(folder, 'models/en-zh/padding'), padding);
+  try {
+    await withPage({ flags: ['--js-flags=--wasm-max-mem-pages=128'] }, async (page) => {
+      site.change('registry.json', (response, bytes) => {
+        const registry = JSON.parse(bytes);
+        const model = registry.models.find(({ direction }) => direction === 'en-zh');
+        model.files.push({
+          name: 'padding', size: padding.length, sha256: createHash('sha256').update(padding).digest('hex'),
+        });
+        model.size += padding.length;
+        response.end(JSON.stringify(registry));
+      });
+      await page.goto(site.url);
+      await noticeIs(page, /not enough memory for the model/);
+      // The other model is smaller, and the page goes on with it.
+      await write(page, '谢谢。');
+      await targetIs(page, native('full', '谢谢。'));
+    });
+  } finally {
+    rmSync(join(folder, 'models/en-zh/padding'));
+  }
+});
+
+test('text from right to left', async () => {
+  // A model of three Arabic phrases.
+  const made = mkdtempSync(join(tmpdir(), 'kora-'));
+  const phrases = [['thank you', 'شكرا لك'], ['good', 'صباح'], ['morning', 'الخير']];
+  const words = phrases.flatMap(([, arabic]) => arabic.split(' '));
+  writeFileSync(join(made, 'phrases'), phrases.map(
+    ([english, arabic]) => `${english} ||| ${arabic} ||| 0.5 0.5 0.5 0.5\n`).join(''));
+  writeFileSync(join(made, 'lm'), `\\data\\\nngram 1=${words.length + 2}\n\n\\1-grams:\n-1\t<s>\n-1\t</s>\n${
+    words.map((word) => `-1\t${word}\n`).join('')}\n\\end\\\n`);
+  execFileSync(command, ['pack', '--direction', 'en-ar', '--phrases', join(made, 'phrases'), '--lm',
+    join(made, 'lm'), '--order', '1', '-o', join(made, 'en-ar')], { stdio: 'ignore' });
+  const export_ = fileURLToPath(new URL('../../web/export.js', import.meta.url));
+  execFileSync(process.execPath, [export_, process.env.KORA_PACKAGE, join(made, 'site'), join(made, 'en-ar')]);
+  const left = site;
+  site = await serve(join(made, 'site'));
+  try {
+    for (const [name, viewport] of [['desktop', { width: 1280, height: 800 }], ['phone', { width: 360, height: 740 }]]) {
+      await withPage({ viewport }, async (page) => {
+        await open(page);
+        await write(page, 'good morning (thank you) 7');
+        await page.waitForFunction(() => /شكرا/.test(document.getElementById('target').innerText));
+        const { direction, right, inside } = await page.evaluate(() => {
+          const pane = document.getElementById('target');
+          const range = document.createRange();
+          range.selectNodeContents(pane.querySelector('.unit').firstChild);
+          const [text, box] = [range.getBoundingClientRect(), pane.getBoundingClientRect()];
+          return {
+            direction: getComputedStyle(pane).direction,
+            right: box.right - text.right < text.left - box.left,
+            inside: document.documentElement.scrollWidth <= innerWidth,
+          };
+        });
+        assert.deepEqual({ direction, right, inside }, { direction: 'rtl', right: true, inside: true });
+        assert.equal(await page.locator('#target').getAttribute('lang'), 'ar');
+        const spot = await place(page, 0, 1);
+        await page.mouse.move(spot.x, spot.y);
+        await page.waitForFunction(() => CSS.highlights.get('kora-link').size > 0);
+        assert.ok((await marked(page)).some((text) => 'good morning thank you'.includes(text)));
+        assert.deepEqual(await audit(page), []);
+        await page.screenshot({ path: join(artifacts, `arabic-${name}.png`) });
+      });
+    }
+  } finally {
+    await site.close();
+    site = left;
+    rmSync(made, { recursive: true });
+  }
+});
 
 test('a worker that dies is started again', () =>
   withPage({}, async (page, context) => {
@@ -323,7 +448,7 @@ test('rich text keeps its markup and nothing else comes in', () =>
   withPage({}, async (page) => {
     await open(page);
     await paste(page, {
-      'text/html': '<meta charset=utf-8><h2>thank you .</h2><p>where is the bank ? &amp; <script>document.title = "hacked"</script>' +
+      'text/html': '<meta charset=utf-8><h2>thank you .</h2><p>where is the <b>bank</b> ? &amp; <script>document.title = "hacked"</script>' +
         '<img src=x onerror="document.title = \'hacked\'"></p><ul><li onclick="alert(1)">where is the school ?' +
         '<li><a href="javascript:alert(1)">thank you .</a></ul>',
       'text/plain': 'not this',
@@ -335,6 +460,7 @@ test('rich text keeps its markup and nothing else comes in', () =>
       title: document.title,
     }));
     assert.deepEqual(blocks, ['H2', 'P', 'LI', 'LI']);
+    await page.waitForFunction(() => /银行/.test(document.querySelector('#target b')?.textContent));
     assert.doesNotMatch(html, /script|onerror|onclick|<img/);
     assert.doesNotMatch(title, /hacked/);
     await page.waitForFunction(

@@ -32,6 +32,8 @@ export interface AlignedTranslation {
   text: string;
   /** In order of the target. */
   links: Link[];
+  /** How many characters of the text were translated now; the others with `reuse`, earlier. */
+  translated: number;
 }
 
 export interface Explanation {
@@ -61,6 +63,12 @@ export interface TranslateOptions extends CallOptions {
   nbest?: number;
   /** Hears of each finished part of a long text, in characters. */
   progress?(step: { done: number; total: number }): void;
+}
+
+export interface AlignOptions extends TranslateOptions {
+  /** Take sentences of plain text that were translated before from the worker's memory: for text
+   *  that changes while somebody types. Each sentence is translated by itself. */
+  reuse?: boolean;
 }
 
 export interface ModelFile {
@@ -123,8 +131,8 @@ export class Translator {
   translate(text: string, options?: TranslateOptions): Promise<Translation>;
   translate(texts: string[], options?: TranslateOptions): Promise<Translation[]>;
 
-  align(text: string, options?: TranslateOptions): Promise<AlignedTranslation>;
-  align(texts: string[], options?: TranslateOptions): Promise<AlignedTranslation[]>;
+  align(text: string, options?: AlignOptions): Promise<AlignedTranslation>;
+  align(texts: string[], options?: AlignOptions): Promise<AlignedTranslation[]>;
 
   /** How a text is translated and what else it could have been; `nbest` of each (5). */
   explain(text: string, options?: CallOptions & { nbest?: number }): Promise<Explanation>;

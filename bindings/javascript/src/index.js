@@ -131,7 +131,11 @@ export class Translator {
   }
 
   async align(text, options = {}) {
-    const shared = { format: formatOf(options.format), glossary: tableOf(options.glossary) };
+    const shared = {
+      format: formatOf(options.format),
+      glossary: tableOf(options.glossary),
+      reuse: options.reuse === true,
+    };
     return this.#each(text, (one) => this.#call('align', { text: one, ...shared }, options.signal));
   }
 

@@ -3,6 +3,7 @@
 import { Engine } from './engine.js';
 import { KoraError } from './errors.js';
 import { loadFiles } from './files.js';
+import { SentenceMemory } from './sentences.js';
 
 const kPart = 2000; // characters that are translated between two looks, about 50 ms
 
@@ -10,6 +11,7 @@ const inBrowser = typeof WorkerGlobalScope !== 'undefined';
 const port = inBrowser ? globalThis : (await import('node:worker_threads')).parentPort;
 
 let engine = null;
+let memory = null; // of the engine's sentences
 let chain = Promise.resolve();
 const waiting = new Map(); // id to AbortController, the running request included
 let glossary = ''; // that the engine has
@@ -53,6 +55,7 @@ async function inParts(text, signal, step) {
 function useGlossary(table = '') {
   if (table === glossary) return [];
   glossary = null; // unknown, should it fail
+  memory.clear();
   const report = engine.setGlossary(table);
   glossary = table;
   return report;
@@ -74,6 +77,7 @@ const requests = {
     if (!wanted) throw new KoraError('bad-direction', 'engine.conf does not name a direction');
     next.open(wanted, { check: check ?? (!loaded.checked && hasManifest) });
     engine = next;
+    memory = new SentenceMemory(engine, wanted);
     glossary = '';
     return {
       direction: wanted,
@@ -96,14 +100,17 @@ const requests = {
     return { text: lines.join('\n') };
   },
 
-  async align({ text, format, glossary: table }, signal) {
+  async align({ text, format, reuse, glossary: table }, signal) {
     useGlossary(table);
-    if (format === 'html') return engine.markup(text);
+    if (format === 'html') return { ...engine.markup(text), translated: text.length };
     let output = '';
     const links = [];
     let first = true;
+    let translated = 0;
+    const reusing = reuse && engine.hasDocuments;
     await inParts(text, signal, (part) => {
-      const aligned = engine.align(part.text);
+      const aligned = reusing ? memory.align(part.text) : engine.align(part.text);
+      translated += aligned.translated ?? part.text.length;
       if (!engine.hasDocuments && aligned.text === '') return;
       if (!first) output += '\n';
       first = false;
@@ -116,7 +123,7 @@ const requests = {
       }
       output += aligned.text;
     });
-    return { text: output, links };
+    return { text: output, links, translated };
   },
 
   async nbest({ text, n }) {

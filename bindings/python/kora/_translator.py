@@ -9,7 +9,7 @@ import pathlib
 import threading
 from collections import deque
 from concurrent.futures import Future, ThreadPoolExecutor
-from ctypes import POINTER, byref, c_float, c_int32, c_size_t, c_void_p
+from ctypes import POINTER, byref, c_char, c_float, c_int32, c_size_t, c_void_p, cast, pointer
 from types import TracebackType
 from typing import (
     Any,
@@ -28,7 +28,7 @@ from typing import (
     overload,
 )
 
-from ._errors import BadArgumentError, BadDirectionError, ClosedError, ForkedError
+from ._errors import BadArgumentError, BadDirectionError, ClosedError, ForkedError, KoraError
 from ._errors import TextError, TranslationFailedError, error_of
 from ._library import library, take, take_text
 from ._records import Alignment, Candidate, Link, Offsets, Phrase, Sentence
@@ -118,7 +118,6 @@ class _Handle:
         self.lib = library()
         self.lock = threading.Lock()
         self.settings = 0  # number of the translator's settings that this handle has
-        self.has_terms = False  # of a glossary
         self._pid = os.getpid()
         self._address = c_void_p()
         message = c_void_p()
@@ -139,6 +138,10 @@ class _Handle:
             if code in (3, 4):  # the library names no remedy, and not always the folder
                 text += f"; 'kora check -m {name}' says what is wrong"
             raise error_of(code, text if name in text else f"{name}: {text}")
+        # For the many calls of `translate`: made once, used under the lock.
+        self._translate, self._free = self.lib.kora_c_translate, self.lib.kora_c_free
+        self._output, self._length = POINTER(c_char)(), c_size_t()
+        self._results = cast(pointer(self._output), POINTER(c_void_p)), byref(self._length)
 
     def check(self) -> None:
         """Throws if the handle cannot be used here."""
@@ -160,8 +163,11 @@ class _Handle:
             raise ClosedError("the translator is closed")
         code = function(address, *arguments)
         if code != 0:
-            message = self.lib.kora_c_message(address) or b""
-            raise error_of(code, message.decode("utf-8", "replace"))
+            raise self._error(code)
+
+    def _error(self, code: int) -> KoraError:
+        message = self.lib.kora_c_message(self._address) or b""
+        return error_of(code, message.decode("utf-8", "replace"))
 
     def close(self) -> None:
         # A child's copy is left to the end of the child: another thread of the parent may have been
@@ -173,10 +179,18 @@ class _Handle:
                 self.lib.kora_c_close(self._address)
                 self._address.value = None
 
-    def translate(self, data: bytes) -> bytes:
-        output, length = c_void_p(), c_size_t()
-        self.call(self.lib.kora_c_translate, data, len(data), byref(output), byref(length))
-        return take(self.lib, output.value, length.value)
+    def translate(self, data: bytes) -> str:
+        """The translation of UTF-8; the lock is held. Written out, because for short texts the
+        call is what costs."""
+        address = self._address.value
+        if not address:
+            raise ClosedError("the translator is closed")
+        code = self._translate(address, data, len(data), *self._results)
+        if code != 0:
+            raise self._error(code)
+        result: bytes = self._output[: self._length.value]
+        self._free(self._output)
+        return _decode(result)
 
 
 class Translator:
@@ -287,11 +301,14 @@ class Translator:
         """
         if isinstance(text, (str, bytes, bytearray, memoryview)):
             data = _encode(text)
-            return _decode(self._with_handle(lambda handle: handle.translate(data)))
+            handle = self._handles[0]
+            handle.check()
+            with handle.lock:
+                if handle.settings != self._settings.number:
+                    self._apply_settings(handle)
+                return handle.translate(data)
         encoded = [self._encode_item(i, item) for i, item in enumerate(text)]
-        return self._with_handle(
-            lambda handle: [_decode(handle.translate(data)) for data in encoded]
-        )
+        return self._with_handle(lambda handle: [handle.translate(data) for data in encoded])
 
     def translate_document(
         self,
@@ -552,14 +569,17 @@ class Translator:
         """Runs a call under the handle's lock with the translator's settings."""
         handle.check()
         with handle.lock:
-            settings = self._settings
-            if handle.settings != settings.number and not handle.closed:
-                if settings.limits is not None:
-                    handle.call(handle.lib.kora_c_set_limits, *settings.limits)
-                self._clear_terms(handle)
-                self._add_terms(handle, settings.glossary, settings.glossary_flags)
-                handle.settings = settings.number
+            if handle.settings != self._settings.number:
+                self._apply_settings(handle)
             return call(handle)
+
+    def _apply_settings(self, handle: _Handle) -> None:
+        settings = self._settings
+        if settings.limits is not None:
+            handle.call(handle.lib.kora_c_set_limits, *settings.limits)
+        self._clear_terms(handle)
+        self._add_terms(handle, settings.glossary, settings.glossary_flags)
+        handle.settings = settings.number
 
     def _take_handles(self, count: int) -> List[_Handle]:
         """The first `count` handles, opened as needed and kept for later batches."""
@@ -580,7 +600,7 @@ class Translator:
             def translate_all(handle: _Handle) -> None:
                 for i, text in enumerate(texts):
                     data = self._encode_item(begin + i, text)
-                    results.append(_decode(handle.translate(data)))
+                    results.append(handle.translate(data))
 
             try:
                 self._use(handle, translate_all)
