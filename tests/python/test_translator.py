@@ -206,6 +206,23 @@ def test_glossary(translator):
         translator.set_glossary({"a\tb": "c"})
 
 
+def test_protect(translator):
+    text = "hello %s CASE-12 /etc/hello world"
+    everything = translator.translate(text)
+    assert "%s" in everything and "/etc/hello" in everything
+    translator.protect(patterns=["CASE-#"])
+    assert "CASE-12" in translator.translate(text)
+    translator.protect(kinds=["patterns"])
+    some = translator.translate(text)
+    assert "CASE-12" in some and some != translator.translate(text + " /etc")
+    assert list(translator.batch([text] * 20, threads=3)) == [some] * 20  # all handles
+    assert "%s" not in some or "/etc/hello" not in some
+    for wrong in ({"kinds": ["words"]}, {"patterns": ["*"]}, {"patterns": [""]}):
+        with pytest.raises(kora.BadArgumentError):
+            translator.protect(**wrong)
+    assert translator.translate(text) == some
+
+
 def test_explain(translator):
     text = "😀 hello world. the cat sat"
     sentences = translator.explain(text, 2)

@@ -37,6 +37,7 @@ MpiDefault=none
 SelectType=select/cons_tres
 SelectTypeParameters=CR_Core
 SchedulerType=sched/builtin
+SchedulerParameters=sched_interval=3,builtin_interval=3
 JobRequeue=1
 ReturnToService=2
 SlurmdParameters=config_overrides
@@ -104,7 +105,7 @@ class Cluster:
     def stop(process):
         process.terminate()
         try:
-            process.wait(20)
+            process.wait(5)
         except subprocess.TimeoutExpired:
             process.kill()
             process.wait()
@@ -219,10 +220,9 @@ def test_killed_and_requeued_tasks(place, tmp_path, cluster):
     logs = {path.name: path.read_text() for path in out.glob("*.log")}
     assert run.returncode == 0, (errors, logs, cluster.say_why())
     assert "Killed" in logs[f"task-{killed}.log"]
+    assert "REQUEUE" in logs[f"task-{requeued}.log"]
     for task in (killed, requeued):
-        assert (
-            "REQUEUE" in logs[f"task-{task}.log"] and "shards: 2" in logs[f"task-{task}.log"]
-        ), logs
+        assert "shards: 2" in logs[f"task-{task}.log"], logs  # it ran to its end
     assert "10 of them were there" in logs["report.log"]  # nothing was left to the last one
     assert digests(out) == digests(place / "single")
     assert (out / "manifest.json").read_bytes() == (

@@ -68,6 +68,8 @@ _FUNCTIONS: dict[str, tuple[Any, list[Any]]] = {
     ),
     "kora_c_set_glossary": (c_int32, [c_void_p, c_char_p, c_size_t, c_uint32, _pointer]),
     "kora_c_set_limits": (c_int32, [c_void_p, c_int32, c_int32, c_int32, c_float]),
+    "kora_c_set_protection": (c_int32, [c_void_p, c_uint32]),
+    "kora_c_add_pattern": (c_int32, [c_void_p, c_char_p, c_size_t]),
     "kora_c_explain": (c_int32, [c_void_p, c_char_p, c_size_t, c_uint32, _pointer, _size]),
 }
 

@@ -44,6 +44,11 @@ _ATTRIBUTES = 1
 _CASE_SENSITIVE = 1
 _OWN_DISTORTION = -(2**31)
 _FORMATS = {"text": 0, "html": 1, "xml": 1}
+# Kinds of protected spans, in the order of their bits.
+_KINDS = (
+    "formats accelerators tags addresses files code mentions symbols phones foreign-words patterns "
+    "numbers"
+).split()
 
 
 def _encode(text: Text) -> bytes:
@@ -109,6 +114,8 @@ class _Settings(NamedTuple):
     glossary: bytes = b""
     glossary_flags: int = 0
     limits: Optional[Tuple[int, int, int, float]] = None
+    protected: Optional[int] = None  # kinds of spans, as bits
+    patterns: Tuple[bytes, ...] = ()
 
 
 class _Handle:
@@ -118,6 +125,8 @@ class _Handle:
         self.lib = library()
         self.lock = threading.Lock()
         self.settings = 0  # number of the translator's settings that this handle has
+        self.has_terms = False  # of a glossary
+        self.patterns = 0  # how many of their patterns; the library can only add some
         self._pid = os.getpid()
         self._address = c_void_p()
         message = c_void_p()
@@ -140,7 +149,8 @@ class _Handle:
             raise error_of(code, text if name in text else f"{name}: {text}")
         # For the many calls of `translate`: made once, used under the lock.
         self._translate, self._free = self.lib.kora_c_translate, self.lib.kora_c_free
-        self._output, self._length = POINTER(c_char)(), c_size_t()
+        self._output: Any = POINTER(c_char)()
+        self._length = c_size_t()
         self._results = cast(pointer(self._output), POINTER(c_void_p)), byref(self._length)
 
     def check(self) -> None:
@@ -239,6 +249,7 @@ class Translator:
         if code < 0:
             raise BadDirectionError(f"there is no direction {name!r}; one is named like 'en-zh'")
         self.direction: str = name
+        self._raw = raw
         flags = (_CHECK_MANIFEST if check else 0) | (_RAW if raw else 0)
         self._open: Callable[[int], _Handle] = lambda more: _Handle(
             code, configuration, os.fsencode(folder), flags & ~more
@@ -519,6 +530,40 @@ class Translator:
                 settings = self._settings
                 self._settings = settings._replace(number=settings.number + 1, limits=limits)
 
+    def protect(
+        self, *, kinds: Optional[Iterable[str]] = None, patterns: Iterable[str] = ()
+    ) -> None:
+        """Chooses what all later calls keep byte for byte.
+
+        kinds       of "formats" (%s {0}), "accelerators" (&File), "tags", "addresses", "files",
+                    "code", "mentions" (@name), "symbols" (emoji), "phones", "foreign-words",
+                    "patterns", "numbers"; left out, what was chosen before, at first all
+        patterns    more of them, for all later calls: * stands for word characters, # for digits,
+                    ? for a byte, \\ before one for itself
+        """
+        bits = None
+        if kinds is not None:
+            bits = 0
+            for kind in kinds:
+                if kind not in _KINDS:
+                    raise BadArgumentError(f"no kind {kind!r}; there are {', '.join(_KINDS)}")
+                bits |= 1 << _KINDS.index(kind)
+        encoded = tuple(_encode(pattern) for pattern in patterns)
+        with self._lock:
+            handle = self._handles[0]
+            handle.check()
+            with handle.lock:
+                settings = self._settings
+                for pattern in encoded:  # each is taken or refused by itself
+                    handle.call(handle.lib.kora_c_add_pattern, pattern, len(pattern))
+                    handle.patterns += 1
+                    settings = settings._replace(patterns=(*settings.patterns, pattern))
+                    self._settings = settings._replace(number=settings.number + 1)
+                if bits is not None:
+                    handle.call(handle.lib.kora_c_set_protection, bits)
+                    settings = settings._replace(protected=bits)
+                self._settings = settings._replace(number=settings.number + 1)
+
     def batch(
         self, lines: Iterable[Text], *, threads: Optional[int] = None, chunk: int = 16
     ) -> Iterator[str]:
@@ -550,7 +595,7 @@ class Translator:
             raise TextError(f"text {index}: {error}") from error
 
     def _clear_terms(self, handle: _Handle) -> None:
-        if handle.has_terms:  # a bare engine knows no glossary, and none is ever set there
+        if handle.has_terms:  # a bare engine never has: it refuses a glossary
             handle.call(handle.lib.kora_c_set_glossary, None, 0, 0, None)
             handle.has_terms = False
 
@@ -558,7 +603,7 @@ class Translator:
         if not table:
             return ""
         report = c_void_p()
-        handle.has_terms = True
+        handle.has_terms = not self._raw  # even if it fails half-way
         handle.call(handle.lib.kora_c_set_glossary, table, len(table), flags, byref(report))
         return take_text(handle.lib, report.value)
 
@@ -577,6 +622,11 @@ class Translator:
         settings = self._settings
         if settings.limits is not None:
             handle.call(handle.lib.kora_c_set_limits, *settings.limits)
+        for pattern in settings.patterns[handle.patterns :]:
+            handle.call(handle.lib.kora_c_add_pattern, pattern, len(pattern))
+            handle.patterns += 1
+        if settings.protected is not None:
+            handle.call(handle.lib.kora_c_set_protection, settings.protected)
         self._clear_terms(handle)
         self._add_terms(handle, settings.glossary, settings.glossary_flags)
         handle.settings = settings.number
