@@ -314,6 +314,35 @@ test('full storage is no obstacle', () =>
     assert.ok(await page.locator('#notice').isHidden());
   }));
 
+test('models can be kept in private files instead', () =>
+  withPage({}, async (page, context) => {
+    await page.goto(site.url);
+    const run = () => page.evaluate(async () => {
+      const { Registry, Translator } = await import('./engine/src/index.js');
+      const registry = await Registry.open('models/registry.json');
+      const model = registry.find('en-zh');
+      const warnings = [];
+      const options = { store: 'opfs', warning: ({ code }) => warnings.push(code) };
+      const translator = await Translator.open(model, options);
+      const { text } = await translator.translate('thank you .');
+      translator.close();
+      const kept = await registry.isStored(model, options);
+      await (window.forgets && registry.remove(model, options));
+      return [text, kept, ...warnings];
+    });
+    const text = native('model', 'thank you .');
+    assert.deepEqual(await run(), [text, true]);
+    site.change('models/en-zh/lm', (response) => response.destroy());
+    await page.evaluate(() => {
+      window.forgets = true;
+    });
+    assert.deepEqual(await run(), [text, true]); // without the network, and forgotten then
+    site.restore();
+    const session = await context.newCDPSession(page);
+    await session.send('Storage.overrideQuotaForOrigin', { origin: new URL(site.url).origin, quotaSize: 1 });
+    assert.deepEqual(await run(), [text, false, 'storage-full']);
+  }));
+
 test('a browser that cannot run it, or has no memory for it, says so', async () => {
   // Without a compiler, this browser has no WebAssembly.
   await withPage({ flags: ['--js-flags=--jitless'] }, async (page) => {

@@ -50,7 +50,8 @@ async function download(url, file, signal, grown) {
 
 // Gives every file of a model to `take(name, bytes)`. True when all digests were compared.
 async function loadModel(model, { store, signal, take, report }) {
-  const state = { loaded: 0, total: model.size, stored: true };
+  const state = { loaded: 0, total: model.size };
+  let warned = false;
   let checked = true;
   const grown = (count) => {
     state.loaded += count;
@@ -78,13 +79,11 @@ async function loadModel(model, { store, signal, take, report }) {
         await store.put(file.sha256, bytes);
       } catch (error) {
         // Without room the model works, but must be fetched again next time.
-        state.stored = false;
-        report({
-          warning: {
-            code: error.name === 'QuotaExceededError' ? 'storage-full' : 'storage-failed',
-            message: `${file.name} could not be kept: ${error.message}`,
-          },
-        });
+        if (!warned) {
+          const code = error.name === 'QuotaExceededError' ? 'storage-full' : 'storage-failed';
+          report({ warning: { code, message: `${file.name} could not be kept: ${error.message}` } });
+        }
+        warned = true;
       }
     }
     take(file.name, bytes);
