@@ -3,7 +3,8 @@
   python3 bench/compare.py OLD_KORA NEW_KORA FOLDER TEXT [ROUNDS]
 
 Prints words per second of user time and the ratio of the two, with its spread over the rounds. Runs
-that follow each other meet the same load, so the ratio says what the times of a busy machine do not.
+that follow each other meet the same load, so the ratio says what the times of a busy machine do
+not.
 Fails if the outputs differ by a byte.
 """
 
@@ -41,7 +42,8 @@ def main(old, new, folder, text, rounds=5):
     for name, kora in (("before", old), ("now", new)):
         print(f"{name:7}{words / min(times[kora]):9.0f} words/s in the best of {len(ratios)} runs")
     print(
-        f"ratio {statistics.median(ratios):.2f} (median; {ratios[0]:.2f} to {ratios[-1]:.2f}), same bytes"
+        f"ratio {statistics.median(ratios):.2f} (median; {ratios[0]:.2f} to {ratios[-1]:.2f}), "
+        "same bytes"
     )
 
 

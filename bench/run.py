@@ -7,7 +7,16 @@ plots go to docs/ too. Every cost is also given in look-ups: how often a look-up
 a million entries (bench_baseline) fits into it, measured before and after each program.
 """
 
-import argparse, json, os, pathlib, platform, shutil, subprocess, sys, tempfile, time
+import argparse
+import json
+import os
+import pathlib
+import platform
+import shutil
+import subprocess
+import sys
+import tempfile
+import time
 
 from chart import growth_chart
 
@@ -19,10 +28,22 @@ TRAIN_PAIRS = (2500, 5000, 10000, 20000)
 
 
 class Group:
-    """Benchmarks of one program that make one table. `unit` is what one item is ("KB" for bytes)."""
+    """Benchmarks of one program that make one table. `unit` names an item ("KB" for bytes)."""
 
-    def __init__(self, title, program, unit, only=None, args=(), env=None, note="", columns=(), compare=True,
-                 strip="", show_peak=False):
+    def __init__(
+        self,
+        title,
+        program,
+        unit,
+        only=None,
+        args=(),
+        env=None,
+        note="",
+        columns=(),
+        compare=True,
+        strip="",
+        show_peak=False,
+    ):
         self.title, self.program, self.unit, self.only = title, program, unit, only
         self.args, self.env, self.note = list(args), env or {}, note
         self.columns, self.compare, self.strip, self.show_peak = columns, compare, strip, show_peak
@@ -31,12 +52,19 @@ class Group:
 def run_program(program, only, args, env, min_time):
     """What Google Benchmark wrote, and the largest resident memory of the process in MB."""
     with tempfile.NamedTemporaryFile(suffix=".json") as out:
-        command = [str(BIN / f"bench_{program}"), f"--benchmark_out={out.name}", "--benchmark_out_format=json"]
+        command = [
+            str(BIN / f"bench_{program}"),
+            f"--benchmark_out={out.name}",
+            "--benchmark_out_format=json",
+        ]
         command.append(f"--benchmark_min_time={min_time}")
         if only:
             command.append(f"--benchmark_filter={only}")
         process = subprocess.Popen(
-            command + args, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, env={**os.environ, **env}
+            command + args,
+            stdout=subprocess.DEVNULL,
+            stderr=subprocess.PIPE,
+            env={**os.environ, **env},
         )
         errors = process.stderr.read().decode(errors="replace")
         _, status, usage = os.wait4(process.pid, 0)
@@ -65,7 +93,12 @@ def measure(group):
     lookup = (before + baseline()["hash_lookups"]) / 2
     figures = []
     for row in rows:
-        name = row["name"].removesuffix("/real_time").replace("/iterations:1", "").removeprefix(group.strip)
+        name = (
+            row["name"]
+            .removesuffix("/real_time")
+            .replace("/iterations:1", "")
+            .removeprefix(group.strip)
+        )
         figure = {"name": name, "ns": nanoseconds(row)}
         per_second = row.get("items_per_second")
         if row.get("bytes_per_second"):
@@ -75,7 +108,14 @@ def measure(group):
             figure["items_per_second"] = per_second
         figure["unit_ns"] = 1e9 / per_second if per_second else figure["ns"]
         figure["lookups"] = figure["unit_ns"] / lookup
-        known = {"name", "run_name", "run_type", "time_unit", "items_per_second", "bytes_per_second"}
+        known = {
+            "name",
+            "run_name",
+            "run_type",
+            "time_unit",
+            "items_per_second",
+            "bytes_per_second",
+        }
         figure["counters"] = {
             key: value
             for key, value in row.items()
@@ -147,56 +187,158 @@ def groups_of(folder, text, reference, source):
     groups = []
     if source == "en":
         groups.append(
-            Group("Start-up and the first sentence", "face", "call", env={"KORA_MODEL": folder}, compare=False,
-                  columns=memory,
-                  note="The folder opened through the C interface; `check_manifest` compares every file with its "
-                       "digest first. Files are in the page cache.")
+            Group(
+                "Start-up and the first sentence",
+                "face",
+                "call",
+                env={"KORA_MODEL": folder},
+                compare=False,
+                columns=memory,
+                note="The folder opened through the C interface; `check_manifest` compares every "
+                "file with its "
+                "digest first. Files are in the page cache.",
+            )
         )
     groups += [
-        Group("Translating, by sentence length", "translation", "word", "^words:", translation,
-              columns=[("sentences", "sentences", "{:.0f}"), ("words", "words", "{:,.0f}")],
-              note="Sentences of the text by their number of words, one thread."),
-        Group("Translating, by the limits of the search", "translation", "word", "^limits", translation, strip="limits/",
-              columns=[("sentences that differ", "differ", "{:.1%}"), ("BLEU", "BLEU", "{:.2f}")],
-              note="`own` is the folder's setting, the others change what they name. BLEU of few sentences: compare "
-                   "the rows with each other only."),
-        Group("Translating, on threads", "translation", "word", "^threads", translation,
-              columns=[("words a CPU second", "cpu_words", "{:,.0f}")] + memory + [("peak MB", "peak_MB", "{:.1f}")],
-              note="A handle each, wall-clock time, which other work on the machine takes from; the CPU seconds say "
-                   "whether threads hold each other up. Mapped pages are counted once for each handle and exist once."),
-        Group("The search alone, on a synthetic model", "search", "word", "^default|^length",
-              columns=[("considered", "considered", "{:,.0f}"), ("scored", "scored", "{:,.0f}"),
-                       ("kept", "kept", "{:,.0f}"), ("n-grams", "ngrams", "{:,.0f}"),
-                       ("search KB", "search_KB", "{:,.0f}")],
-              note="docs/search.md explains the counts; they are exact and do not depend on the machine."),
-        Group("Vocabulary", "vocab", "call", compare=False, note="65,000 words, with standard containers for scale."),
-        Group("Language model", "lang_model", "call", "^(ngram_queries|joint_scores|opening|preparing_a_sentence)$",
-              compare=False,
-              note="2.3 million n-grams of up to five words. `joint_scores` counts words, `opening` is one opening."),
-        Group("Phrase table", "trans_model", "call", compare=False,
-              note="A million phrase pairs; calls are sentences of 20 words."),
-        Group("Text chains", "chains", "KB", "^(pre|post)/", compare=False,
-              note="From text to words (`pre`) and from words to text (`post`), with positions or without."),
+        Group(
+            "Translating, by sentence length",
+            "translation",
+            "word",
+            "^words:",
+            translation,
+            columns=[("sentences", "sentences", "{:.0f}"), ("words", "words", "{:,.0f}")],
+            note="Sentences of the text by their number of words, one thread.",
+        ),
+        Group(
+            "Translating, by the limits of the search",
+            "translation",
+            "word",
+            "^limits",
+            translation,
+            strip="limits/",
+            columns=[("sentences that differ", "differ", "{:.1%}"), ("BLEU", "BLEU", "{:.2f}")],
+            note="`own` is the folder's setting, the others change what they name. BLEU of few "
+            "sentences: compare "
+            "the rows with each other only.",
+        ),
+        Group(
+            "Translating, on threads",
+            "translation",
+            "word",
+            "^threads",
+            translation,
+            columns=[("words a CPU second", "cpu_words", "{:,.0f}")]
+            + memory
+            + [("peak MB", "peak_MB", "{:.1f}")],
+            note="A handle each, wall-clock time, which other work on the machine takes from; the "
+            "CPU seconds say "
+            "whether threads hold each other up. Mapped pages are counted once for each handle "
+            "and exist once.",
+        ),
+        Group(
+            "The search alone, on a synthetic model",
+            "search",
+            "word",
+            "^default|^length",
+            columns=[
+                ("considered", "considered", "{:,.0f}"),
+                ("scored", "scored", "{:,.0f}"),
+                ("kept", "kept", "{:,.0f}"),
+                ("n-grams", "ngrams", "{:,.0f}"),
+                ("search KB", "search_KB", "{:,.0f}"),
+            ],
+            note="docs/search.md explains the counts; they are exact and do not depend on the "
+            "machine.",
+        ),
+        Group(
+            "Vocabulary",
+            "vocab",
+            "call",
+            compare=False,
+            note="65,000 words, with standard containers for scale.",
+        ),
+        Group(
+            "Language model",
+            "lang_model",
+            "call",
+            "^(ngram_queries|joint_scores|opening|preparing_a_sentence)$",
+            compare=False,
+            note="2.3 million n-grams of up to five words. `joint_scores` counts words, `opening` "
+            "is one opening.",
+        ),
+        Group(
+            "Phrase table",
+            "trans_model",
+            "call",
+            compare=False,
+            note="A million phrase pairs; calls are sentences of 20 words.",
+        ),
+        Group(
+            "Text chains",
+            "chains",
+            "KB",
+            "^(pre|post)/",
+            compare=False,
+            note="From text to words (`pre`) and from words to text (`post`), with positions or "
+            "without.",
+        ),
         Group("Numbers by rule", "numbers", "span", compare=False),
     ]
-    resources = next((r for r in ("cache/resources-en-zh", "cache/resources-zh-en")
-                      if os.path.exists(f"{r}/words.tsv")), None)
+    resources = next(
+        (
+            r
+            for r in ("cache/resources-en-zh", "cache/resources-zh-en")
+            if os.path.exists(f"{r}/words.tsv")
+        ),
+        None,
+    )
     stories = "cache/demo-en-zh/test-stories.zh"
     if resources and os.path.exists(stories):
         files = [f"{resources}/words.tsv", f"{resources}/surnames.txt", stories]
-        groups.append(Group("Segmentation", "segment", "KB", args=files, compare=False,
-                            note="Chinese stories with the word list of script/demo."))
+        groups.append(
+            Group(
+                "Segmentation",
+                "segment",
+                "KB",
+                args=files,
+                compare=False,
+                note="Chinese stories with the word list of script/demo.",
+            )
+        )
     only = "Align/1/|PhraseTable/threads:1/|LanguageModel/order:5/threads:1/prune:0"
     for pairs in TRAIN_PAIRS:
-        groups.append(Group(f"Training stages, {pairs:,} sentence pairs", "train", "call",
-                            only if pairs < TRAIN_PAIRS[-1] else None, env={"KORA_BENCH_PAIRS": str(pairs)},
-                            compare=False, strip="BM_", show_peak=True,
-                            note="Generated text; wall-clock time."))
+        groups.append(
+            Group(
+                f"Training stages, {pairs:,} sentence pairs",
+                "train",
+                "call",
+                only if pairs < TRAIN_PAIRS[-1] else None,
+                env={"KORA_BENCH_PAIRS": str(pairs)},
+                compare=False,
+                strip="BM_",
+                show_peak=True,
+                note="Generated text; wall-clock time.",
+            )
+        )
     groups += [
-        Group("Model size", "growth", "call", columns=[("files MB", "file_MB", "{:.1f}")], compare=False,
-              note="Synthetic models from ever more sentence pairs: loading, and 20 sentences of 12 words."),
-        Group("Text made to be slow", "text", "KB", "hostile/.*/(letters|dots|quotes|urls|chinese)/", compare=False, strip="hostile/tokenize_eng/",
-              note="Lines of one repeated piece through the English tokenizer, 64 KB to 4 MB."),
+        Group(
+            "Model size",
+            "growth",
+            "call",
+            columns=[("files MB", "file_MB", "{:.1f}")],
+            compare=False,
+            note="Synthetic models from ever more sentence pairs: loading, and 20 sentences of 12 "
+            "words.",
+        ),
+        Group(
+            "Text made to be slow",
+            "text",
+            "KB",
+            "hostile/.*/(letters|dots|quotes|urls|chinese)/",
+            compare=False,
+            strip="hostile/tokenize_eng/",
+            note="Lines of one repeated piece through the English tokenizer, 64 KB to 4 MB.",
+        ),
     ]
     return groups
 
@@ -211,13 +353,25 @@ def charts(results):
         return float(name.rstrip("K").replace("/", ":").rsplit(":", 1)[1])
 
     made = {}
-    real = [(r["counters"]["words"] / r["counters"]["sentences"], r["ns"] / r["counters"]["sentences"] / 1e6)
-            for r in rows["bench_translation"] if r["name"].startswith("words:")]
-    synthetic = [(last_number(r["name"]), last_number(r["name"]) * r["unit_ns"] / 1e6)
-                 for r in rows["bench_search"] if r["name"].startswith("length:")]
+    real = [
+        (
+            r["counters"]["words"] / r["counters"]["sentences"],
+            r["ns"] / r["counters"]["sentences"] / 1e6,
+        )
+        for r in rows["bench_translation"]
+        if r["name"].startswith("words:")
+    ]
+    synthetic = [
+        (last_number(r["name"]), last_number(r["name"]) * r["unit_ns"] / 1e6)
+        for r in rows["bench_search"]
+        if r["name"].startswith("length:")
+    ]
     made["benchmarks-length.svg"] = growth_chart(
-        "Time of a sentence by its length", "words of the sentence", "milliseconds",
-        [("model folder, real text", real), ("search, synthetic model", synthetic)])
+        "Time of a sentence by its length",
+        "words of the sentence",
+        "milliseconds",
+        [("model folder, real text", real), ("search, synthetic model", synthetic)],
+    )
 
     stages = {}
     for result in results:
@@ -229,23 +383,50 @@ def charts(results):
             if single and "prune:1" not in row["name"]:
                 stages.setdefault(stage, []).append((result["pairs"], row["ns"] / 1e9))
     made["benchmarks-training.svg"] = growth_chart(
-        "Time of training stages by the size of the text", "sentence pairs", "seconds, one thread",
-        [({"Align": "word alignment", "PhraseTable": "phrase table", "LanguageModel": "language model"}[s], p)
-         for s, p in stages.items()])
+        "Time of training stages by the size of the text",
+        "sentence pairs",
+        "seconds, one thread",
+        [
+            (
+                {
+                    "Align": "word alignment",
+                    "PhraseTable": "phrase table",
+                    "LanguageModel": "language model",
+                }[s],
+                p,
+            )
+            for s, p in stages.items()
+        ],
+    )
 
     def by_size(kind, divisor):
-        return [(r["counters"]["file_MB"], r["ns"] / divisor)
-                for r in rows["bench_growth"] if r["name"].startswith(kind)]
+        return [
+            (r["counters"]["file_MB"], r["ns"] / divisor)
+            for r in rows["bench_growth"]
+            if r["name"].startswith(kind)
+        ]
 
     made["benchmarks-model.svg"] = growth_chart(
-        "Time by the size of the model", "megabytes of model files", "milliseconds",
-        [("loading", by_size("loading", 1e6)), ("a sentence of 12 words", by_size("translating", 20e6))])
+        "Time by the size of the model",
+        "megabytes of model files",
+        "milliseconds",
+        [
+            ("loading", by_size("loading", 1e6)),
+            ("a sentence of 12 words", by_size("translating", 20e6)),
+        ],
+    )
 
     texts = {}
     for row in rows["bench_text"]:
-        texts.setdefault(row["name"].split("/")[0], []).append((last_number(row["name"]), row["ns"] / 1e6))
+        texts.setdefault(row["name"].split("/")[0], []).append(
+            (last_number(row["name"]), row["ns"] / 1e6)
+        )
     made["benchmarks-text.svg"] = growth_chart(
-        "Tokenizing a line made to be slow", "kilobytes of the line", "milliseconds", list(texts.items()))
+        "Tokenizing a line made to be slow",
+        "kilobytes of the line",
+        "milliseconds",
+        list(texts.items()),
+    )
     return made
 
 
@@ -287,7 +468,9 @@ def page(head, results, groups, size_rows, images):
 
 
 def main():
-    options = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    options = argparse.ArgumentParser(
+        description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter
+    )
     options.add_argument("--write", action="store_true")
     options.add_argument("folder")
     options.add_argument("text")
@@ -312,6 +495,7 @@ def main():
         results.append(result)
     size_rows = sizes(args.folder)
     lookups = [r["lookup_ns"] for r in results]
+    kilobyte = copy / 32768
     images = charts(results)
     for name, svg in images.items():
         (OUT / name).write_text(svg)
@@ -323,26 +507,41 @@ def main():
     {command}
 
 What that command printed on {machine()}.
-The load average was {load:.1f} when it began, so other work ran beside it. Model folder: {direction},
+The load average was {load:.1f} when it began. Model folder: {direction},
 {size_rows[-1][1] / 1e6:.0f} MB. Text: {os.path.basename(args.text)}.
 
 Absolute figures hold for that machine in that hour. "look-ups" is the same cost in look-ups of a
 hash table with a million entries, each waiting for the one before, measured before and after each
-program ({min(lookups):.0f} to {max(lookups):.0f} ns here; copying 1 KB took {copy / 32768:.0f} ns). Times are CPU times
-unless a table says otherwise. In the plots both axes are logarithmic: a line as steep as the dashed
-one means cost in proportion to size."""
+program ({min(lookups):.0f} to {max(lookups):.0f} ns here; copying 1 KB took
+{kilobyte:.0f} ns). Times are CPU times unless a table says otherwise. In the plots both axes are
+logarithmic: a line as steep as the dashed one means cost in proportion to size."""
     text = page(head, results, groups, size_rows, images)
     (OUT / "benchmarks.md").write_text(text)
-    (OUT / "benchmarks.json").write_text(json.dumps(
-        {"machine": machine(), "load": load, "direction": direction, "copying_32MB_ns": copy, "groups": results,
-         "sizes": dict(size_rows)}, indent=1, ensure_ascii=False) + "\n")
+    (OUT / "benchmarks.json").write_text(
+        json.dumps(
+            {
+                "machine": machine(),
+                "load": load,
+                "direction": direction,
+                "copying_32MB_ns": copy,
+                "groups": results,
+                "sizes": dict(size_rows),
+            },
+            indent=1,
+            ensure_ascii=False,
+        )
+        + "\n"
+    )
     if args.write:
         pathlib.Path("docs/benchmarks.md").write_text(text)
         for name in images:
             shutil.copy(OUT / name, pathlib.Path("docs", name))
     print(text)
-    print(f"== next: {OUT}/benchmarks.json has all figures, {OUT}/*.svg the plots" +
-          ("; docs/benchmarks.md is new" if args.write else ""), file=sys.stderr)
+    print(
+        f"== next: {OUT}/benchmarks.json has all figures, {OUT}/*.svg the plots"
+        + ("; docs/benchmarks.md is new" if args.write else ""),
+        file=sys.stderr,
+    )
 
 
 if __name__ == "__main__":

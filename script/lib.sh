@@ -28,3 +28,12 @@ configure_and_build() {
 sources() {
   git ls-files --cached --others --exclude-standard -- '*.cpp' '*.h' '*.c' | while read -r f; do [ -e "$f" ] && printf '%s\n' "$f"; done
 }
+
+# the same for black and flake8
+python_sources() {
+  git ls-files --cached --others --exclude-standard -- '*.py' '*.pyi' script | while read -r f; do
+    [ -f "$f" ] || continue
+    case $f in *.py | *.pyi) ;; *) head -n 1 "$f" | grep -q '^#!.*python' || continue ;; esac
+    printf '%s\n' "$f"
+  done | sort -u
+}

@@ -16,14 +16,16 @@ def put(offset, form, value):
     def change(content):
         at = offset(content) if callable(offset) else offset
         struct.pack_into(form, content, at, value(content) if callable(value) else value)
+
     return change
 
 
 def add(offset, form, step):
     def change(content):
         at = offset(content) if callable(offset) else offset
-        old, = struct.unpack_from(form, content, at)
+        (old,) = struct.unpack_from(form, content, at)
         struct.pack_into(form, content, at, old + step)
+
     return change
 
 
@@ -33,25 +35,29 @@ def lm_tail(content):  # where the back-off offset stands
 
 def lm_head_with_tree(which):
     def find(content):
-        heads = [2 + 6 * w for w in range(struct.unpack_from("<H", content, 0)[0])
-                 if struct.unpack_from("<H", content, 2 + 6 * w)[0] != 65535]
+        heads = [
+            2 + 6 * w
+            for w in range(struct.unpack_from("<H", content, 0)[0])
+            if struct.unpack_from("<H", content, 2 + 6 * w)[0] != 65535
+        ]
         return heads[which]
+
     return find
 
 
 def lm_tree(content):  # position of a tree whose root group has a header
-    count, = struct.unpack_from("<i", content, lm_tail(content) + 4)
+    (count,) = struct.unpack_from("<i", content, lm_tail(content) + 4)
     for i in range(count - 1):
-        position, = struct.unpack_from("<I", content, lm_tail(content) + 8 + 4 * i)
+        (position,) = struct.unpack_from("<I", content, lm_tail(content) + 8 + 4 * i)
         if struct.unpack_from("<H", content, position + 4)[0] == 65535:
             return position
     raise ValueError("no tree with a header")
 
 
 def share_tree(content):
-    tree = content[lm_head_with_tree(0)(content):][:2]
+    tree = content[lm_head_with_tree(0)(content) :][:2]
     at = lm_head_with_tree(1)(content)
-    content[at:at + 2] = tree
+    content[at : at + 2] = tree
 
 
 def vocab_keys(content):
@@ -64,18 +70,19 @@ def first_head(field):  # an entry of the head file that has this field
             if struct.unpack_from("<I", content, 8 + 8 * w + field)[0] != 0xFFFFFFFF:
                 return 8 + 8 * w + field
         raise ValueError("no entry")
+
     return find
 
 
 def share_block(content):  # all first words have the block of the first
-    first = content[first_head(0)(content):][:4]
+    first = content[first_head(0)(content) :][:4]
     for w in range(struct.unpack_from("<Q", content, 0)[0]):
         if struct.unpack_from("<I", content, 8 + 8 * w)[0] != 0xFFFFFFFF:
-            content[8 + 8 * w:12 + 8 * w] = first
+            content[8 + 8 * w : 12 + 8 * w] = first
 
 
 def node_header(content):
-    return next(at for at in range(0, len(content), 10) if content[at:at + 2] == b"\xff\xff")
+    return next(at for at in range(0, len(content), 10) if content[at : at + 2] == b"\xff\xff")
 
 
 def node(step):
@@ -89,12 +96,14 @@ def phrase_code(which):  # a code of the first entry of the first block
 def drop(count):
     def change(content):
         del content[-count:]
+
     return change
 
 
 def extend(text):
     def change(content):
         content.extend(text)
+
     return change
 
 
@@ -119,6 +128,7 @@ def trie_at(section):  # where the pages, bases, checks, values or extra bytes o
     def find(content):
         pages, nodes = struct.unpack_from("<II", content, 8)
         return 24 + 2 * 4352 + [0, 512 * pages][section > 0] + nodes * [0, 0, 4, 8, 10][section]
+
     return find
 
 
@@ -131,18 +141,24 @@ def trie_key(content):  # the value of the first node that ends a key
 
 
 def trie_leaf(content):  # the value of a node that no other one hangs from
-    parents = set(struct.unpack_from(f"<{struct.unpack_from('<I', content, 12)[0]}I", content,
-                                     trie_check(content)))
+    parents = set(
+        struct.unpack_from(
+            f"<{struct.unpack_from('<I', content, 12)[0]}I", content, trie_check(content)
+        )
+    )
     at = trie_values(content)
-    return next(at + i for i in range(0, trie_extra(content) - at, 2)
-                if content[at + i] and i // 2 not in parents)
+    return next(
+        at + i
+        for i in range(0, trie_extra(content) - at, 2)
+        if content[at + i] and i // 2 not in parents
+    )
 
 
 def trie_value(content):
     return struct.unpack_from("<H", content, trie_key(content))[0]
 
 
-def trie_node(content):  # how far the check of that node is behind the first one
+def trie_node(content):  # how far the check of that node is after the first one
     return 4 * ((trie_key(content) - trie_values(content)) // 2)
 
 
@@ -152,8 +168,9 @@ def trie_record(content):  # the first record of the strings with a fixed segmen
 
 
 def trie_block(which):  # the number of the page of a block that has one
-    return lambda content: [24 + 2 * b for b in range(4352)
-                            if content[24 + 2 * b:26 + 2 * b] != b"\xff\xff"][which]
+    return lambda content: [
+        24 + 2 * b for b in range(4352) if content[24 + 2 * b : 26 + 2 * b] != b"\xff\xff"
+    ][which]
 
 
 def pinyin_tail(content):
@@ -162,6 +179,7 @@ def pinyin_tail(content):
 
 def put_lines(lines):
     """Scrambled records of these lines, as docs/format-resource.md says."""
+
     def change(content):
         size = 1 + max(len(line) for line in lines)
         content[:] = struct.pack("<i", size)
@@ -172,6 +190,7 @@ def put_lines(lines):
                 record[i] ^= swap
                 record[i + 1] ^= swap
             content.extend(bytes((b >> 3 | b << 5) & 0xFF for b in record).ljust(size, b"\0"))
+
     return change
 
 
@@ -180,7 +199,7 @@ RECORDS = [
     ("records of -1 bytes", put(0, "<i", -1)),
     ("records one byte longer", add(0, "<i", 1)),
     ("an incomplete record", extend(b"x")),
-    ("bytes behind the end of a line", lambda c: c.extend(b"\0" * (c[0] - 1) + b"x")),
+    ("bytes after the end of a line", lambda c: c.extend(b"\0" * (c[0] - 1) + b"x")),
 ]
 SEGMENT = [
     ("of another kind", put(0, "<B", 0x4B)),
@@ -195,18 +214,27 @@ SEGMENT = [
     ("a block of a page that is not there", put(trie_block(0), "<H", 60000)),
     ("two blocks of one page", put(trie_block(0), "<H", 1)),
     ("a block that loses its page", put(trie_block(0), "<H", 65535)),
-    ("two characters of one code", lambda c: c.__setitem__(
-        slice(trie_pages(c), trie_base(c)), bytes(c[trie_pages(c):trie_base(c)]).replace(
-            b"\2\0", b"\1\0", 1))),
-    ("a character that loses its code", lambda c: c.__setitem__(
-        slice(trie_pages(c), trie_base(c)), bytes(c[trie_pages(c):trie_base(c)]).replace(
-            b"\2\0", b"\0\0", 1))),
+    (
+        "two characters of one code",
+        lambda c: c.__setitem__(
+            slice(trie_pages(c), trie_base(c)),
+            bytes(c[trie_pages(c) : trie_base(c)]).replace(b"\2\0", b"\1\0", 1),
+        ),
+    ),
+    (
+        "a character that loses its code",
+        lambda c: c.__setitem__(
+            slice(trie_pages(c), trie_base(c)),
+            bytes(c[trie_pages(c) : trie_base(c)]).replace(b"\2\0", b"\0\0", 1),
+        ),
+    ),
     ("the root hangs from a node", put(trie_check, "<I", 5)),
     ("a node hangs from another one", lambda c: add(trie_check(c) + trie_node(c), "<I", 1)(c)),
-    ("a node hangs from itself", lambda c: put(trie_check(c) + trie_node(c), "<I",
-                                                trie_node(c) // 4)(c)),
-    ("a node hangs from nothing", lambda c: put(trie_check(c) + trie_node(c), "<I",
-                                                 0xFFFFFFFF)(c)),
+    (
+        "a node hangs from itself",
+        lambda c: put(trie_check(c) + trie_node(c), "<I", trie_node(c) // 4)(c),
+    ),
+    ("a node hangs from nothing", lambda c: put(trie_check(c) + trie_node(c), "<I", 0xFFFFFFFF)(c)),
     ("the root's children elsewhere", add(trie_base, "<I", 1)),
     ("a way that ends at no key", put(trie_leaf, "<H", 0)),
     ("an empty key", put(trie_values, "<H", 3)),
@@ -293,22 +321,27 @@ STRUCTURE = {
         ("-1 samples", put(0, "<i", -1)),
         ("2^30 samples", put(0, "<i", 1 << 30)),
         ("one sample less", add(0, "<i", -1)),
-        ("no samples", lambda c: c.__setitem__(
-            slice(0, 4 + 4 * struct.unpack_from("<i", c, 0)[0]), bytes(4))),
+        (
+            "no samples",
+            lambda c: c.__setitem__(slice(0, 4 + 4 * struct.unpack_from("<i", c, 0)[0]), bytes(4)),
+        ),
         ("a sample that is no number", put(4, "<f", float("nan"))),
         ("a sample above the next", put(4, "<f", 1e9)),
         ("bytes at the end", extend(b"1234")),
     ],
-    "segment": SEGMENT + [
+    "segment": SEGMENT
+    + [
         ("a parameter of 0", put(20, "<I", 0)),
         ("extra bytes", lambda c: (put(16, "<I", 2)(c), c.extend(b"ab"))),
         ("a key of no cost", put(trie_key, "<H", 1)),
     ],
-    "segment-names": SEGMENT + [
+    "segment-names": SEGMENT
+    + [
         ("the costs of one character less", lambda c: (add(16, "<I", -6)(c), drop(6)(c))),
         ("an impossible cost", lambda c: put(len(c) - 2, "<H", 40000)(c)),
     ],
-    "segment-ambiguous": SEGMENT + [
+    "segment-ambiguous": SEGMENT
+    + [
         ("a parameter of 7", put(20, "<I", 7)),
         ("a record more", add(trie_extra, "<I", 1)),
         ("2^30 records", put(trie_extra, "<I", 1 << 30)),
@@ -336,12 +369,14 @@ STRUCTURE = {
         ("bytes at the end", extend(b"xyz")),
     ],
     "rules": RECORDS + [("a rule without type", put_lines(["25 dollars ||| 25"]))],
-    "entities": RECORDS + [
+    "entities": RECORDS
+    + [
         ("out of order", put_lines(["b\tLOC\tB", "a\tLOC\tA"])),
         ("one phrase twice", put_lines(["a\tLOC\tA", "a\tLOC\tB"])),
         ("an entry without target", put_lines(["a\tLOC"])),
     ],
-    "recase": RECORDS + [
+    "recase": RECORDS
+    + [
         ("a head of two numbers", put_lines(["1 1", "London"])),
         ("a head with another count", put_lines(["1 2 7", "London"])),
         ("a head with another size", put_lines(["1 1 9", "London"])),
@@ -349,7 +384,8 @@ STRUCTURE = {
         ("out of order", put_lines(["1 2 14", "London", "Berlin"])),
         ("one entry twice", put_lines(["1 2 14", "London", "LONDON"])),
     ],
-    "anti-names": RECORDS + [
+    "anti-names": RECORDS
+    + [
         ("out of order", put_lines(["b", "a"])),
         ("one name twice", put_lines(["a", "a"])),
     ],
@@ -366,7 +402,10 @@ STRUCTURE = {
         ("an unknown direction", replace(b"zh-en", b"zh-xx")),
         ("a direction from Thai", replace(b"zh-en", b"th-en")),
         ("a rule file that is not there", replace(b"\nrules\n", b"\nnowhere\n")),
-        ("names in the place of words", replace(b"[segment]\nsegment", b"[segment]\nsegment-names")),
+        (
+            "names in the place of words",
+            replace(b"[segment]\nsegment", b"[segment]\nsegment-names"),
+        ),
     ],
 }
 # The manifest alone has to notice these.
@@ -374,8 +413,7 @@ ANY_FILE = [
     ("missing", None),
     ("empty", empty),
     ("cut short by eight bytes", drop(8)),
-    ("one bit changed in the middle", lambda c: c.__setitem__(
-        len(c) // 2, c[len(c) // 2] ^ 1)),
+    ("one bit changed in the middle", lambda c: c.__setitem__(len(c) // 2, c[len(c) // 2] ^ 1)),
 ]
 
 
@@ -383,8 +421,10 @@ def refresh_manifest(folder, name):
     manifest = folder / "manifest.conf"
     content = (folder / name).read_bytes()
     new = f"{hashlib.sha256(content).hexdigest()} {len(content)} {name}"
-    lines = [new if line.endswith(" " + name) else line
-             for line in manifest.read_text("utf-8").split("\n")]
+    lines = [
+        new if line.endswith(" " + name) else line
+        for line in manifest.read_text("utf-8").split("\n")
+    ]
     text = "\n".join(lines).partition("[digest]\n")[0]
     digest = hashlib.sha256(text.encode()).hexdigest()
     manifest.write_text(f"{text}[digest]\n{digest}\n", "utf-8")
