@@ -225,11 +225,4 @@ void StringIndex::load(const FilePath& path) {
   }
 }
 
-void StringIndex::clear() {
-  nodes_.clear();
-  pool_.clear();
-  files_.clear();
-  key_bytes_ = 0;
-}
-
 }  // namespace koralite::common

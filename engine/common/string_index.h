@@ -4,7 +4,7 @@
 // Strings are unique and compare by unsigned bytes; ids are any 32-bit numbers.
 // The index owns its strings: those inserted live in its pool, those of a loaded
 // file stay in the mapped file, which the index keeps. Both end in a zero byte
-// and live as long as the index (or until clear()). A string given to any
+// and live as long as the index. A string given to any
 // function ends at its first zero byte, if it holds one. Reading from several
 // threads is safe, writing is not.
 #pragma once
@@ -45,7 +45,7 @@ class StringIndex {
   bool find(std::string_view text, std::int32_t& id) const;
 
   // Stores a copy and returns it, or null when the string is already there (nothing changes). Costs
-  // a move of all nodes behind it. Throws as StringPool::add_string.
+  // a move of all nodes after it. Throws as StringPool::add_string.
   const char* insert(std::string_view text, std::int32_t id);
   // Adds many at once in O(n log n); their texts are not copied and must live as long as the index.
   // A string that is already there, or comes twice, keeps its first id. `prefix` may be left unset.
@@ -66,7 +66,6 @@ class StringIndex {
   // "can't read file in StringIndex::load()" when it is damaged; the index is then unchanged.
   void load(const FilePath& path);
 
-  void clear();
   void reserve(std::size_t entries) { nodes_.reserve(entries); }
   void shrink_to_fit() { nodes_.shrink_to_fit(); }
   std::size_t size() const { return nodes_.size(); }

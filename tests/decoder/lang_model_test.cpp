@@ -78,6 +78,13 @@ TEST(CompactLmModel, ScoresByHand) {
   EXPECT_EQ(small.compute_ngram_score(pair), -4.0F + 0.5F);
   EXPECT_EQ(small.GetFilePos(3), small.GetFilePos(4));
   EXPECT_EQ(small.GetFilePos(0), -1);
+  float probability = 0;
+  float back_off = 0;
+  EXPECT_TRUE(small.GetHeadValue(3, probability, back_off));
+  EXPECT_EQ(probability, -4.0F);
+  EXPECT_TRUE(small.GetHeadValue(1, probability, back_off));
+  EXPECT_EQ(back_off, 0.5F);
+  EXPECT_FALSE(small.GetHeadValue(77, probability, back_off));
 }
 
 TEST(CompactLmModel, PhraseAndJointScoresHaveTheirWindows) {

@@ -4,6 +4,7 @@
 
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "support/cases.h"
 #include "support/temp_folder.h"
@@ -53,6 +54,19 @@ TEST(Parameter, ValuesAndTheirChecks) {
     const std::string path = folder.write("file", c[0] + "\n" + kPaths);
     EXPECT_EQ(message_of([&] { Parameter p(path.c_str()); }), c[1]);
   });
+}
+
+TEST(Parameter, FindsOneValueOrAList) {
+  const std::vector<std::string> lines = {"[a]", "1", "2", "", "[a]", "3", "[b]"};
+  std::string value = "old";
+  EXPECT_TRUE(Parameter::find(lines, "[a]", value));
+  EXPECT_EQ(value, "1");
+  EXPECT_FALSE(Parameter::find(lines, "[b]", value));
+  std::vector<std::string> list = {"old"};
+  EXPECT_TRUE(Parameter::find(lines, "[a]", list));
+  EXPECT_EQ(list, (std::vector<std::string>{"1", "2"}));
+  EXPECT_FALSE(Parameter::find(lines, "[b]", list));
+  EXPECT_TRUE(list.empty());
 }
 
 TEST(Parameter, NeededFilesAndTheFileItself) {

@@ -118,6 +118,19 @@ std::string postprocessed(Processor& processor, const std::string& text) {
   return str.text();
 }
 
+TEST_F(Chains, ReadTheConfigurationAndItsDebugLevel) {
+  const std::pair<const char*, bool> cases[] = {
+      {"[debugLevel]\n1\n", true},    {"[debugLevel]\n2x\n", true}, {"[debugLevel]\n0\n", false},
+      {"[debugLevel]\n\n1\n", false}, {"[debugLevel]\n", false},    {"[ne]\n1\n", false}};
+  for (const auto& [text, debug] : cases) {
+    const auto lines = AbstractProcessor::Config2Vec(folder_.write("conf", text));
+    EXPECT_EQ(AbstractProcessor::GetDebLevel(lines), debug) << text;
+  }
+  const std::string missing = folder_.path("none");
+  EXPECT_EQ(message_of([&] { AbstractProcessor::Config2Vec(missing); }),
+            "failed to open config [file=" + missing + "]");
+}
+
 TEST_F(Chains, RunTheStepsOfTheirLanguage) {
   for_cases("words.txt", "chains", [this](const Case& c) {
     for (const int code : c.numbers(0)) {

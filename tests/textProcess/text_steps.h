@@ -8,7 +8,7 @@
 #include <string_view>
 
 #include "support/cases.h"
-#include "textProcess/abstract_string_processor.h"
+#include "textProcess/abstract_step.h"
 #include "textProcess/process_str.h"
 
 namespace koralite::textProcess {

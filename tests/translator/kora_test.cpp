@@ -16,6 +16,7 @@
 #include "kora/kora_c.h"
 #include "support/small_model.h"
 #include "support/temp_folder.h"
+#include "translator/trans_impl.h"
 
 namespace kora_test {
 namespace {
@@ -120,6 +121,41 @@ TEST_F(Kora, TranslatesLinesAndSentences) {
   kora_destroy_decoder(nullptr);
 }
 
+TEST_F(Kora, KeepsTheTraceThatTheFolderAsksFor) {
+  const TempFolder traced;
+  write_small_model(traced.path());
+  const std::string parameters = read_file(traced.path("decoder.conf"));
+  const std::string off = "[debug]\n0\n";
+  ASSERT_NE(parameters.find(off), std::string::npos);
+  for (const bool on : {false, true}) {
+    std::string changed = parameters;
+    changed.replace(changed.find(off), off.size(), on ? "[debug]\n1\n" : off);
+    traced.write("decoder.conf", changed);
+    kora_finalize();
+    ASSERT_EQ(kora_initialize(1, traced.path("engine.conf").c_str(), traced.path().c_str()), 0);
+    koralite::translator::TransImpl* handle = kora_create_decoder(1);
+    ASSERT_NE(handle, nullptr);
+    testing::internal::CaptureStderr();
+    std::string output;
+    EXPECT_EQ(kora_translate(handle, "good morning", output), 0);
+    EXPECT_EQ(handle->GetLog(), testing::internal::GetCapturedStderr());
+    EXPECT_EQ(handle->GetLog().find("translation options:") != std::string::npos, on);
+    kora_destroy_decoder(handle);
+  }
+}
+
+TEST_F(Kora, ShowsTheWordsOfASentence) {
+  ASSERT_EQ(kora_initialize(1, conf().c_str(), folder().c_str()), 0);
+  koralite::translator::TransImpl* handle = kora_create_decoder(1);
+  ASSERT_NE(handle, nullptr);
+  std::string words = "old";
+  handle->Preprocess4Test("Hello  world.", words);
+  EXPECT_EQ(words, "hello&#N#&#N#&world&#N#&#N#&.&#N#&#N#&");
+  handle->Preprocess4Test("", words);
+  EXPECT_EQ(words, "");
+  kora_destroy_decoder(handle);
+}
+
 TEST_F(Kora, ChecksForAscii) {
   EXPECT_EQ(kora_check_lang(""), 1);
   EXPECT_EQ(kora_check_lang("plain\x7F"), 1);
@@ -194,7 +230,7 @@ TEST_F(Kora, FacesGiveTheSameBytesOnEightThreads) {
   kora_destroy_decoder(handle);
   kora_finalize();
   std::vector<std::string> results(8);
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   for (std::string& result : results) {
     threads.emplace_back([&result] {
       kora_c_translator* translator =
@@ -205,9 +241,7 @@ TEST_F(Kora, FacesGiveTheSameBytesOnEightThreads) {
       kora_c_close(translator);
     });
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  threads.clear();  // joins
   for (const std::string& result : results) {
     EXPECT_EQ(result, expected);
   }

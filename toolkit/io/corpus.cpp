@@ -19,11 +19,6 @@ WordId WordTable::find(std::string_view word) const {
   return found == ids_.end() ? kNone : found->second;
 }
 
-void TokenText::add(std::span<const WordId> sentence) {
-  words_.insert(words_.end(), sentence.begin(), sentence.end());
-  starts_.push_back(words_.size());
-}
-
 void TokenText::add_line(std::string_view line, WordTable& words) {
   for (const std::string_view word : split_blanks(line)) {
     words_.push_back(words.intern(word));

@@ -53,7 +53,6 @@ class TokenText {
   std::size_t start(std::size_t sentence) const { return starts_[sentence]; }
   std::span<const WordId> all() const { return words_; }
 
-  void add(std::span<const WordId> sentence);
   // Splits a line at blanks (spaces and tabs; runs of them count once).
   void add_line(std::string_view line, WordTable& words);
 

@@ -134,7 +134,7 @@ std::vector<segment_word_t> read_segment_words(const std::string& path) {
   for_each_line(path, [&](const std::string& line, std::size_t number) {
     const std::size_t word_end = line.find_first_of("\t ");
     if (word_end == std::string::npos || word_end == 0) {
-      fail_at(path, number, "a line is 'word count [tag]', separated by TABs or blanks");
+      fail_at(path, number, "a line is 'word count [tag]', separated by TABs or spaces");
     }
     segment_word_t word;
     word.word = line.substr(0, word_end);

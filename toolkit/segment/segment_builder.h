@@ -17,7 +17,7 @@ struct segment_word_t {
   std::string tag;  // "nr" marks names of persons; others are not looked at
 };
 
-// Lines "word TAB count [TAB tag]" (blanks may stand for TABs). Empty lines and lines that begin
+// Lines "word TAB count [TAB tag]" (spaces may stand for TABs). Empty lines and lines that begin
 // with "#" are skipped.
 std::vector<segment_word_t> read_segment_words(const std::string& path);
 
@@ -48,7 +48,7 @@ segment_report_t build_segment_names(const std::string& path,
                                      const std::vector<std::string>& surnames,
                                      double name_share = 0.002, double threshold = 19.0);
 
-// Strings with a fixed segmentation, each given with blanks between its words.
+// Strings with a fixed segmentation, each given with spaces between its words.
 segment_report_t build_segment_ambiguous(const std::string& path,
                                          const std::vector<std::string>& segmentations);
 

@@ -59,12 +59,4 @@ std::vector<segment_word_t> learn_words(std::span<const std::string> lines,
   return words;
 }
 
-std::vector<std::string> word_pieces(const std::string& text, std::string_view language) {
-  const auto breaks = open_breaks(language);
-  std::vector<std::string> pieces;
-  for_each_piece(*breaks, text,
-                 [&](std::string piece, std::int32_t) { pieces.push_back(std::move(piece)); });
-  return pieces;
-}
-
 }  // namespace koralite::toolkit

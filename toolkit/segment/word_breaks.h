@@ -1,4 +1,4 @@
-// Word lists for languages written without blanks, learned from running text with
+// Word lists for languages written without spaces, learned from running text with
 // the word breaks that ICU knows. Deterministic; no state.
 #pragma once
 
@@ -15,8 +15,5 @@ namespace koralite::toolkit {
 // std::runtime_error when ICU has no word breaks for the language.
 std::vector<segment_word_t> learn_words(std::span<const std::string> lines,
                                         std::string_view language);
-
-// All pieces of a text between word breaks, blanks and signs too; together they are the text.
-std::vector<std::string> word_pieces(const std::string& text, std::string_view language);
 
 }  // namespace koralite::toolkit
