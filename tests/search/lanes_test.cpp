@@ -9,10 +9,10 @@
 #include <random>
 #include <vector>
 
-namespace koralite::test {
+namespace kora_test {
 namespace {
 
-using namespace decoder;
+using namespace koralite::decoder;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
@@ -149,4 +149,4 @@ TEST(Lanes, WeighCellsAsOneByOne) {
 }
 
 }  // namespace
-}  // namespace koralite::test
+}  // namespace kora_test

@@ -9,10 +9,10 @@
 #include "decoder/decoder.h"
 #include "decoder/explanation.h"
 #include "decoder/unk_translator.h"
-#include "search/random_model.h"
-#include "search/test_model.h"
+#include "support/random_search_model.h"
+#include "support/test_model.h"
 
-namespace koralite::test {
+namespace kora_test {
 namespace {
 
 using common::align_t;
@@ -219,7 +219,7 @@ TEST_F(Output, TakesMemoryByNeed) {
 
 // Handles share nothing that changes.
 TEST(Threads, TwoDecodersGiveTheBytesOfOne) {
-  RandomModel random(7);
+  RandomSearchModel random(7);
   random.model.parameter.stack_limit = 20;
   std::vector<std::vector<std::string>> sentences;
   for (int k = 0; k < 40; ++k) {
@@ -247,14 +247,14 @@ TEST(Threads, TwoDecodersGiveTheBytesOfOne) {
   const std::string alone = translate_all(*first);
   std::string here;
   std::string there;
-  std::thread one([&] { here = translate_all(*first); });
-  std::thread two([&] { there = translate_all(*second); });
-  one.join();
-  two.join();
+  {
+    const std::jthread one([&] { here = translate_all(*first); });
+    const std::jthread two([&] { there = translate_all(*second); });
+  }
   EXPECT_GT(alone.size(), 1000U);
   EXPECT_EQ(here, alone);
   EXPECT_EQ(there, alone);
 }
 
 }  // namespace
-}  // namespace koralite::test
+}  // namespace kora_test

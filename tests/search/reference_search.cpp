@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-namespace koralite::test {
+namespace kora_test {
 
 namespace {
 
@@ -321,4 +321,4 @@ void ReferenceSearch::offer(stack_t& stack, hypothesis_t made) const {
   sift_up(heap, heap.size() - 1);
 }
 
-}  // namespace koralite::test
+}  // namespace kora_test

@@ -14,7 +14,9 @@
 #include "decoder/constraint.h"
 #include "decoder/shared_member.h"
 
-namespace koralite::test {
+namespace kora_test {
+
+namespace decoder = koralite::decoder;
 
 struct ReferenceOption {
   int start = 0;
@@ -79,4 +81,4 @@ class ReferenceSearch {
   std::vector<stack_t> stacks_;
 };
 
-}  // namespace koralite::test
+}  // namespace kora_test

@@ -5,12 +5,14 @@
 
 #include "decoder/decoder.h"
 #include "decoder/explanation.h"
-#include "search/random_model.h"
 #include "search/reference_search.h"
-#include "search/test_model.h"
+#include "support/random_search_model.h"
+#include "support/test_model.h"
 #include "textProcess/eng_constraint.h"
 
-namespace koralite::test {
+namespace kora_test {
+
+namespace textProcess = koralite::textProcess;
 namespace {
 
 using decoder::Decoder;
@@ -102,7 +104,7 @@ TEST(Search, GivesWhatTheRulesGive) {
   std::uint64_t kept = 0;
   std::uint64_t complete = 0;
   for (unsigned seed = 0; seed < 300; ++seed) {
-    RandomModel random(seed);
+    RandomSearchModel random(seed);
     const auto budget = seed % 3 == 0 ? std::optional<long>(seed % 200) : std::nullopt;
     const auto shared = random.model.load(budget);
     textProcess::EngConstraint constraint;
@@ -201,7 +203,7 @@ class Exhaustive {
 
 TEST(Search, FindsTheBestOfAllDerivations) {
   for (unsigned seed = 1000; seed < 1040; ++seed) {
-    RandomModel random(seed);
+    RandomSearchModel random(seed);
     auto& p = random.model.parameter;
     p.prune = true;  // so that options carry the model's own language scores
     p.compress = p.combine = false;
@@ -227,4 +229,4 @@ TEST(Search, FindsTheBestOfAllDerivations) {
 }
 
 }  // namespace
-}  // namespace koralite::test
+}  // namespace kora_test

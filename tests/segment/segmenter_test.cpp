@@ -193,7 +193,7 @@ TEST_F(Segmentation, OneModelServesManyThreads) {
   const auto model = load(true, true);
   const std::string text = "欧阳小丰在研究生命和服务的起源";
   const std::string expected = cut(model.get(), text);
-  std::vector<std::thread> threads;
+  std::vector<std::jthread> threads;
   std::vector<int> equal(4, 0);
   for (int& count : equal) {
     threads.emplace_back([&] {
@@ -202,9 +202,7 @@ TEST_F(Segmentation, OneModelServesManyThreads) {
       }
     });
   }
-  for (std::thread& thread : threads) {
-    thread.join();
-  }
+  threads.clear();  // joins
   for (const int count : equal) {
     EXPECT_EQ(count, 200);
   }

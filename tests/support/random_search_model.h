@@ -7,13 +7,13 @@
 #include <string>
 #include <vector>
 
-#include "search/test_model.h"
+#include "support/test_model.h"
 
-namespace koralite::test {
+namespace kora_test {
 
-class RandomModel {
+class RandomSearchModel {
  public:
-  explicit RandomModel(unsigned seed);
+  explicit RandomSearchModel(unsigned seed);
 
   TestModel model;
 
@@ -39,4 +39,4 @@ class RandomModel {
   int target_count_ = 0;
 };
 
-}  // namespace koralite::test
+}  // namespace kora_test

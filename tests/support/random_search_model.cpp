@@ -1,10 +1,10 @@
-#include "search/random_model.h"
+#include "support/random_search_model.h"
 
 #include <cmath>
 
-namespace koralite::test {
+namespace kora_test {
 
-RandomModel::RandomModel(unsigned seed) : random_(seed) {
+RandomSearchModel::RandomSearchModel(unsigned seed) : random_(seed) {
   words_ = {"a", "b", "c", "d", "e", "f", "g", "(", ")", ",", ".", "\"", "<num>#0", "<name>#3"};
   for (const std::string& word : words_) {
     model.source.encode(word.c_str());
@@ -18,7 +18,7 @@ RandomModel::RandomModel(unsigned seed) : random_(seed) {
   fill_grams();
 }
 
-void RandomModel::fill_parameters() {
+void RandomSearchModel::fill_parameters() {
   decoder::Parameter& p = model.parameter;
   p.combine = chance(70);
   p.prune = chance(30);
@@ -44,11 +44,11 @@ void RandomModel::fill_parameters() {
 }
 
 // A few words are frequent, so that longer phrases of the table are met.
-const std::string& RandomModel::source_word() {
+const std::string& RandomSearchModel::source_word() {
   return words_[static_cast<std::size_t>(chance(80) ? pick(0, 3) : pick(4, 13))];
 }
 
-int RandomModel::target_word() {
+int RandomSearchModel::target_word() {
   if (chance(8)) {
     return pick(0, 17);  // tags, and ids just behind the last one
   }
@@ -58,7 +58,7 @@ int RandomModel::target_word() {
   return 256 + pick(0, target_count_ - 1);
 }
 
-void RandomModel::fill_pairs() {
+void RandomSearchModel::fill_pairs() {
   const bool strange = !model.parameter.compress && chance(10);
   for (int count = pick(20, 100); count > 0; --count) {
     TestPair pair;
@@ -85,7 +85,7 @@ void RandomModel::fill_pairs() {
   }
 }
 
-void RandomModel::fill_grams() {
+void RandomSearchModel::fill_grams() {
   const int longest = std::min(model.parameter.ngram_order + pick(-1, 1), 8);
   for (int id = 0; id < 256 + target_count_ - 1; ++id) {  // the last word is unknown to the model
     if (id == 20) {
@@ -106,7 +106,7 @@ void RandomModel::fill_grams() {
   }
 }
 
-std::vector<std::string> RandomModel::sentence(int longest) {
+std::vector<std::string> RandomSearchModel::sentence(int longest) {
   std::vector<std::string> result;
   for (int n = pick(1, longest); n > 0; --n) {
     result.push_back(chance(5) ? "unheard" : source_word());
@@ -114,4 +114,4 @@ std::vector<std::string> RandomModel::sentence(int longest) {
   return result;
 }
 
-}  // namespace koralite::test
+}  // namespace kora_test

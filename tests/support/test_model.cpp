@@ -1,13 +1,12 @@
-#include "search/test_model.h"
+#include "support/test_model.h"
 
 #include <sstream>
 
 #include "toolkit/lm/lang_model_builder.h"
 
-namespace koralite::test {
+namespace kora_test {
 
-using kora_test::f32;
-using kora_test::le;
+namespace toolkit = koralite::toolkit;
 
 namespace {
 
@@ -165,4 +164,4 @@ TestSentence::TestSentence(const std::vector<std::string>& words) : words_(words
 
 TestSentence::TestSentence(const std::string& text) : TestSentence(split(text)) {}
 
-}  // namespace koralite::test
+}  // namespace kora_test

@@ -14,7 +14,10 @@
 #include "decoder/shared_member.h"
 #include "support/temp_folder.h"
 
-namespace koralite::test {
+namespace kora_test {
+
+namespace common = koralite::common;
+namespace decoder = koralite::decoder;
 
 struct TestPair {
   std::vector<int> source;
@@ -38,7 +41,7 @@ class TestModel {
   std::vector<TestPair> pairs;
   std::vector<TestGram> grams;
 
-  // Adds words if they are new; ids of a text with blanks between them.
+  // Adds words if they are new; ids of a text with spaces between them.
   std::vector<int> source_ids(const std::string& text) { return encode(source, text); }
   std::vector<int> target_ids(const std::string& text) { return encode(target, text); }
   // A phrase pair with all reordering scores 0 and no language model scores.
@@ -52,14 +55,14 @@ class TestModel {
   static std::vector<int> encode(decoder::Vocab& vocab, const std::string& text);
   void write_phrase_table() const;
 
-  kora_test::TempFolder folder_;
+  TempFolder folder_;
 };
 
 // Source words with nothing fixed, as the text steps would hand them over.
 class TestSentence {
  public:
   explicit TestSentence(const std::vector<std::string>& words);
-  explicit TestSentence(const std::string& text);  // blanks between words
+  explicit TestSentence(const std::string& text);  // spaces between words
   TestSentence(const TestSentence&) = delete;
   TestSentence& operator=(const TestSentence&) = delete;
 
@@ -69,4 +72,4 @@ class TestSentence {
   std::vector<std::string> words_;
 };
 
-}  // namespace koralite::test
+}  // namespace kora_test
