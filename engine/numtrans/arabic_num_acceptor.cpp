@@ -35,11 +35,10 @@ bool ArabicNumAcceptor::read_token(const char*& cursor, int& type, int& value) c
 
 bool ArabicNumAcceptor::accept(const char*& cursor, const char* category, Number& result) const {
   result = Number{};
-  int type = 0;
   int value = 0;
   switch (parse_category(category)) {
     case Category::kArabicDigit:
-      if (!read_token(cursor, type, value) || type != kDigit) {
+      if (!take(cursor, kDigit, value)) {
         return false;
       }
       result.numerator = value;
@@ -65,24 +64,7 @@ bool ArabicNumAcceptor::accept(const char*& cursor, const char* category, Number
 }
 
 bool ArabicNumAcceptor::accept_digits(const char*& cursor, Number& result) const {
-  int type = 0;
-  int value = 0;
-  while (true) {
-    const char* const before = cursor;
-    if (!read_token(cursor, type, value)) {
-      break;
-    }
-    if (type != kDigit) {
-      cursor = before;
-      break;
-    }
-    if (result.length == Number::MAX_SIZE) {
-      break;  // taken, but dropped
-    }
-    result.numerator = result.numerator * 10 + value;
-    ++result.length;
-  }
-  return result.length > 0;
+  return accept_digit_run(cursor, kDigit, result);
 }
 
 bool ArabicNumAcceptor::accept_float(const char*& cursor, Number& result) const {

@@ -202,7 +202,7 @@ bool ChsNumAcceptor::read_token(const char*& cursor, int& type, int& value) cons
   if (cursor[1] == '\0' || cursor[2] == '\0') {
     return false;
   }
-  node_t token{};
+  token_t token{};
   if (!tokens_.find(cursor, KEYWORD_LEN, token)) {
     return false;
   }
@@ -214,18 +214,17 @@ bool ChsNumAcceptor::read_token(const char*& cursor, int& type, int& value) cons
 
 bool ChsNumAcceptor::accept(const char*& cursor, const char* category, Number& result) const {
   result = Number{};
-  int type = 0;
   int value = 0;
   switch (parse_category(category)) {
     case Category::kChineseDigit:
-      if (!read_token(cursor, type, value) || type != kDigitToken) {
+      if (!take(cursor, kDigitToken, value)) {
         return false;
       }
       result.numerator = value;
       result.length = 1;
       return true;
     case Category::kChineseBase:
-      if (!read_token(cursor, type, value) || type != kBaseToken) {
+      if (!take(cursor, kBaseToken, value)) {
         return false;
       }
       result.numerator = CHS_BASE_VALUES[static_cast<std::size_t>(value)];
@@ -243,24 +242,7 @@ bool ChsNumAcceptor::accept(const char*& cursor, const char* category, Number& r
 }
 
 bool ChsNumAcceptor::accept_digits(const char*& cursor, Number& result) const {
-  int type = 0;
-  int value = 0;
-  while (true) {
-    const char* const before = cursor;
-    if (!read_token(cursor, type, value)) {
-      break;
-    }
-    if (type != kDigitToken) {
-      cursor = before;
-      break;
-    }
-    if (result.length == Number::MAX_SIZE) {
-      break;  // taken, but dropped
-    }
-    result.numerator = result.numerator * 10 + value;
-    ++result.length;
-  }
-  return result.length > 0;
+  return accept_digit_run(cursor, kDigitToken, result);
 }
 
 bool ChsNumAcceptor::accept_integer(const char*& cursor, Number& result) const {

@@ -38,16 +38,11 @@ class ChsNumAcceptor : public NumAcceptor {
   void get_keywords(std::vector<const char*>& words) const;
 
  private:
-  struct node_t {
-    std::int32_t type;
-    std::int32_t value;
-  };
-
   bool accept_digits(const char*& cursor, Number& result) const;
   bool accept_integer(const char*& cursor, Number& result) const;
   bool accept_float(const char*& cursor, Number& result) const;
 
-  common::StringHashMap<node_t> tokens_{65536};
+  common::StringHashMap<token_t> tokens_{65536};
 };
 
 }  // namespace koralite::numtrans

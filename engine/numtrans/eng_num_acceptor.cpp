@@ -54,7 +54,7 @@ void EngNumAcceptor::get_keywords(std::vector<const char*>& words) const {
 bool EngNumAcceptor::read_token(const char*& cursor, int& type, int& value) const {
   const char* const word = cursor + std::strspn(cursor, " ");
   const std::size_t length = std::strcspn(word, " ");
-  node_t token{};
+  token_t token{};
   if (length == 0 || !tokens_.find(word, length, token)) {
     return false;
   }
@@ -66,18 +66,17 @@ bool EngNumAcceptor::read_token(const char*& cursor, int& type, int& value) cons
 
 bool EngNumAcceptor::accept(const char*& cursor, const char* category, Number& result) const {
   result = Number{};
-  int type = 0;
   int value = 0;
   switch (parse_category(category)) {
     case Category::kEnglishDigit:
-      if (!read_token(cursor, type, value) || type != kDigit) {
+      if (!take(cursor, kDigit, value)) {
         return false;
       }
       result.numerator = value;
       result.length = digits_of(value);
       return true;
     case Category::kEnglishBase:
-      if (!read_token(cursor, type, value) || type != kBase) {
+      if (!take(cursor, kBase, value)) {
         return false;
       }
       result.numerator = ENG_BASE_VALUES[static_cast<std::size_t>(value)];

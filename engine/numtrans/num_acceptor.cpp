@@ -9,6 +9,27 @@
 
 namespace koralite::numtrans {
 
+bool NumAcceptor::take(const char*& cursor, int wanted, int& value) const {
+  int type = 0;
+  return read_token(cursor, type, value) && type == wanted;
+}
+
+bool NumAcceptor::accept_digit_run(const char*& cursor, int digit, Number& result) const {
+  for (int value = 0;;) {
+    const char* const before = cursor;
+    if (!take(cursor, digit, value)) {
+      cursor = before;
+      break;
+    }
+    if (result.length == Number::MAX_SIZE) {
+      break;
+    }
+    result.numerator = result.numerator * 10 + value;
+    ++result.length;
+  }
+  return result.length > 0;
+}
+
 bool join_fraction(Number& integer, const Number& fraction) {
   integer.length += fraction.length;
   if (integer.length > Number::MAX_SIZE) {

@@ -6,6 +6,7 @@
 // Built once and only read afterwards: safe from several threads.
 #pragma once
 
+#include <cstdint>
 #include <string_view>
 
 #include "numtrans/number.h"
@@ -24,6 +25,18 @@ class NumAcceptor {
   // Reads one token: its type and value, in the acceptor's own numbering. On
   // success the cursor stands after it; on failure it is unchanged.
   virtual bool read_token(const char*& cursor, int& type, int& value) const = 0;
+
+ protected:
+  struct token_t {
+    std::int32_t type;
+    std::int32_t value;
+  };
+
+  // Reads one token of this type.
+  bool take(const char*& cursor, int wanted, int& value) const;
+  // Reads a run of tokens of type `digit`, each of them a digit. One that the result has no room
+  // for ends the run: it is taken, but dropped.
+  bool accept_digit_run(const char*& cursor, int digit, Number& result) const;
 };
 
 // Appends the digits read as a fraction to an integer; false when the result
