@@ -1,5 +1,5 @@
 // Errors that keep what caused them. The message of an error stays what callers compare; the cause
-// is nested in it, and shown behind it where a person reads. Free functions without state.
+// is nested in it, and shown after it where a person reads. Free functions without state.
 #pragma once
 
 #include <exception>

@@ -32,6 +32,7 @@ void unscramble_record(std::span<const unsigned char> record, std::string& line)
 }
 
 DesFileReader::DesFileReader(const FilePath& path) {
+  // Programs compare this text, so its spelling stays.
   file_ = MappedFile::need(path, "Invalidate Input file");
   std::int32_t size = 0;
   if (!ByteReader(file_.data()).read(size) || size <= 0) {

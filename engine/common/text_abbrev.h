@@ -12,7 +12,7 @@ namespace koralite::common {
 // The word run that ends before the byte at `pos`, and that byte: "Mr." of "Mr. X". Empty when
 // `pos` is outside of the text.
 void text_get_prefix(const std::string& text, unsigned pos, std::string& out);
-// The byte at `pos` and the word run behind it: "'t" of "don't". Empty when `pos` is outside.
+// The byte at `pos` and the word run after it: "'t" of "don't". Empty when `pos` is outside.
 void text_get_suffix(const std::string& text, unsigned pos, std::string& out);
 
 // The same as views into the text.

@@ -51,7 +51,7 @@ class ByteSet {
     }
   }
   constexpr bool contains(char c) const { return in_[static_cast<unsigned char>(c)]; }
-  // The first byte of the set at or behind `at`, or the text's size.
+  // The first byte of the set at or after `at`, or the text's size.
   constexpr std::size_t find(std::string_view text, std::size_t at) const {
     while (at < text.size() && !contains(text[at])) {
       ++at;

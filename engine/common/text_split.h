@@ -11,7 +11,7 @@ namespace koralite::common {
 
 // Copies the text with a line feed before each new sentence; never at the very end. Closing quotes,
 // brackets and blanks stay with the sentence before. The longer forms carry one source position per
-// byte along (a line feed takes that of the byte behind it) and return false, with empty output,
+// byte along (a line feed takes that of the byte after it) and return false, with empty output,
 // when the positions do not number the bytes.
 void text_split_sent_eng(const std::string& in, std::string& out);
 bool text_split_sent_eng(const std::string& in, std::string& out,

@@ -85,9 +85,9 @@ void Decoder::Impl::translate(words_t words, std::string& output,
   if (alignment != nullptr) {
     alignment->clear();
   }
-  for (std::size_t begin = 0; begin < words.size(); begin += kChunk) {
-    const words_t chunk = words.subspan(begin, std::min(kChunk, words.size() - begin));
-    search_chunk(chunk, log);
+  for (std::size_t begin = 0; begin < words.size(); begin += kMaxWords) {
+    const words_t part = chunk(words, begin);
+    search_chunk(part, log);
     if (!output.empty()) {
       output += ' ';
     }
@@ -96,7 +96,7 @@ void Decoder::Impl::translate(words_t words, std::string& output,
       continue;
     }
     const std::size_t links = alignment != nullptr ? alignment->size() : 0;
-    trace_back(chunk, complete.at(0), output, alignment);
+    trace_back(part, complete.at(0), output, alignment);
     if (alignment == nullptr) {
       continue;
     }
@@ -112,9 +112,9 @@ void Decoder::Impl::translate(unsigned n, words_t words, std::vector<std::string
                               std::vector<float>& totals, std::string* log) {
   outputs.clear();
   totals.clear();
-  for (std::size_t begin = 0; begin < words.size(); begin += kChunk) {
-    const words_t chunk = words.subspan(begin, std::min(kChunk, words.size() - begin));
-    search_chunk(chunk, log);
+  for (std::size_t begin = 0; begin < words.size(); begin += kMaxWords) {
+    const words_t part = chunk(words, begin);
+    search_chunk(part, log);
     const HypoStack& complete = search_.final_stack();
     const std::size_t found = std::min<std::size_t>(n, complete.size());
     if (found == 0) {
@@ -130,7 +130,7 @@ void Decoder::Impl::translate(unsigned n, words_t words, std::vector<std::string
       if (!outputs[k].empty()) {
         outputs[k] += ' ';
       }
-      trace_back(chunk, hypothesis, outputs[k], nullptr);
+      trace_back(part, hypothesis, outputs[k], nullptr);
       totals[k] = begin == 0 ? hypothesis.total : totals[k] + hypothesis.total;
     }
   }

@@ -11,6 +11,7 @@
 // which the search finds nothing is no error: its text is empty.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -20,6 +21,7 @@
 
 #include "common/align.h"
 #include "common/word_node.h"
+#include "decoder/option.h"
 
 namespace koralite::decoder {
 
@@ -30,7 +32,7 @@ struct explanation_t;
 
 // What the search did since the decoder was made.
 struct search_counts_t {
-  std::uint64_t sentences = 0;     // chunks of at most 32 words
+  std::uint64_t sentences = 0;     // chunks of at most kMaxWords words
   std::uint64_t expanded = 0;      // hypotheses whose extensions were tried
   std::uint64_t considered = 0;    // extensions: pairs of a hypothesis and an option
   std::uint64_t scored = 0;        // of these, those that no bound refused at first
@@ -43,6 +45,13 @@ class Decoder {
  public:
   using words_t = std::span<const common::word_node_t>;
 
+  // More words than these are searched in chunks of so many, each as a sentence of its own.
+  static constexpr std::size_t kMaxWords = Option::kMaxSentence;
+  // The chunk that begins at word `begin`, which must be there.
+  static words_t chunk(words_t words, std::size_t begin) {
+    return words.subspan(begin, std::min(kMaxWords, words.size() - begin));
+  }
+
   // `constraint` and `unknown` may be null. Throws the phrase table's errors and
   // "failed to find BOS or EOS in target vocabulary".
   Decoder(SharedMember& shared, Constraint* constraint, const UnkTranslator* unknown);
@@ -50,8 +59,8 @@ class Decoder {
   Decoder& operator=(const Decoder&) = delete;
   ~Decoder();
 
-  // The best translation. `output` is emptied first. Sentences of more than 32
-  // words are translated in chunks of 32, joined by one blank. When the
+  // The best translation. `output` is emptied first. The texts
+  // of several chunks are joined by one space. When the
   // parameters ask for the trace, it goes to the log writer, and each of its
   // lines is appended to `log` if that is given.
   void translate(words_t words, std::string& output, std::string* log = nullptr);
@@ -70,7 +79,7 @@ class Decoder {
   void translate(unsigned n, words_t words, std::vector<std::string>& outputs,
                  std::vector<float>& totals, std::string* log = nullptr);
 
-  // Translates at most 32 words and tells how: all options, the future matrix and
+  // Translates at most kMaxWords words and tells how: all options, the future matrix and
   // the n best derivations. Throws std::runtime_error for more words.
   void explain(unsigned n, words_t words, explanation_t& explanation);
 

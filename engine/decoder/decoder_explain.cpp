@@ -13,7 +13,7 @@ void Decoder::Impl::explain(unsigned n, words_t words, explanation_t& explanatio
   if (words.empty()) {
     return;
   }
-  if (words.size() > kChunk) {
+  if (words.size() > kMaxWords) {
     throw std::runtime_error("sentence too long in Decoder::explain()");
   }
   search_chunk(words, nullptr);

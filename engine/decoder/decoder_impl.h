@@ -1,5 +1,5 @@
 // The inside of Decoder: the models of one handle, the search, and the words of
-// the sentence that is being translated. Split over decoder.cpp (the road of a
+// the sentence that is being translated. Split over decoder.cpp (the way of a
 // sentence), decoder_output.cpp (from hypotheses to text) and decoder_trace.cpp.
 #pragma once
 
@@ -21,11 +21,9 @@ namespace koralite::decoder {
 
 class Decoder::Impl {
  public:
-  static constexpr std::size_t kChunk = OptionTable::kMaxWords;
-
   Impl(SharedMember& shared, Constraint* constraint, const UnkTranslator* unknown);
 
-  // Searches one chunk of 1 to kChunk words; its result stands until the next.
+  // Searches one chunk of 1 to kMaxWords words; its result stands until the next.
   void search_chunk(words_t words, std::string* log);
 
   // The text of a complete hypothesis of the chunk is appended to `text`, and its

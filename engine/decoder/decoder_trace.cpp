@@ -86,6 +86,7 @@ void Decoder::Impl::trace_matrix(std::string* log) const {
   const FutureMatrix& matrix = search_.future_matrix();
   write_line(kRule, log);
   const std::string size = std::to_string(matrix.size());
+  // Programs compare this text, so its spelling stays.
   write_line("futrue score matrix (" + size + ' ' + size + ')', log);
   for (int i = 0; i < matrix.size(); ++i) {
     std::string line;

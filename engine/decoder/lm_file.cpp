@@ -26,6 +26,7 @@ LmFile::LmFile(const common::FilePath& path)
     damaged_file();
   }
   if (heads == 0) {
+    // Programs compare this text, so its spelling stays.
     throw std::runtime_error("Invalidate head size in language model");
   }
   head_count_ = heads;

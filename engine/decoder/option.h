@@ -10,6 +10,7 @@ namespace koralite::decoder {
 struct Option {
   static constexpr int kMaxSource = 8;
   static constexpr int kMaxTarget = 8;
+  static constexpr int kMaxSentence = 32;  // source words that are searched together
 
   std::uint8_t start = 0;  // source span, both inclusive
   std::uint8_t end = 0;

@@ -109,6 +109,7 @@ void OptionTable::read_block(std::span<const std::int32_t> ids, int start, int e
 // tag's digit says which one of those with the same tag in the span. False if
 // there are not so many.
 bool OptionTable::compute_ne_alignment(std::span<const std::int32_t> ids, Option& option) const {
+  const auto span = ids.subspan(option.start, option.end - option.start + std::size_t{1});
   for (int k = 0; k < option.word_count; ++k) {
     std::int32_t& id = option.words[static_cast<std::size_t>(k)];
     int base = 0;
@@ -116,22 +117,12 @@ bool OptionTable::compute_ne_alignment(std::span<const std::int32_t> ids, Option
     if (!Vocab::get_ne_info(id, base, index)) {
       continue;
     }
-    const std::string_view tag = target_vocab_.decode(base);
-    int seen = 0;
-    int position = option.start;
-    for (; position <= option.end; ++position) {
-      if (source_vocab_.decode(ids[static_cast<std::size_t>(position)]) != tag) {
-        continue;
-      }
-      if (seen++ == index) {
-        break;
-      }
-    }
-    if (position > option.end) {
+    const std::size_t offset = source_vocab_.find_nth(span, target_vocab_.decode(base), index);
+    if (offset == span.size()) {
       return false;
     }
     id = base;
-    option.alignment |= static_cast<std::uint32_t>(position - option.start) << (4 * k);
+    option.alignment |= static_cast<std::uint32_t>(offset) << (4 * k);
   }
   return true;
 }

@@ -25,7 +25,7 @@ class CompactLmModel;
 
 class OptionTable {
  public:
-  static constexpr int kMaxWords = 32;  // source words of a sentence
+  static constexpr int kMaxWords = Option::kMaxSentence;
 
   struct cell_t {
     std::uint32_t begin = 0;

@@ -75,6 +75,7 @@ void Parameter::initialize(const common::FilePath& path) {
   read_float(lines, "[trans-weight]", translation_weight);
   read_float(lines, "[phrase-weight]", phrase_weight);
 
+  // Programs compare these texts, so their spelling stays.
   require(find(lines, "[source-vocab]", source_vocab),
           "can't find source vocabulary file in Parameter::initialize()");
   require(find(lines, "[target-vocab]", target_vocab),

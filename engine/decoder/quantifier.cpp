@@ -15,6 +15,7 @@ void Quantifier::load(common::ByteReader& file) {
     throw std::runtime_error("failed to read quantify size from file");
   }
   if (count < 0) {
+    // Programs compare this text, so its spelling stays.
     throw std::runtime_error("illegual quantify size");
   }
   if (!file.fits(static_cast<std::uint64_t>(count), sizeof(float))) {

@@ -123,6 +123,16 @@ void Vocab::save(const char* path) const {
   index_.save(path);
 }
 
+std::size_t Vocab::find_nth(std::span<const int> ids, std::string_view word, int n) const {
+  std::size_t at = 0;
+  for (int seen = 0; at < ids.size(); ++at) {
+    if (decode(ids[at]) == word && seen++ == n) {
+      break;
+    }
+  }
+  return at;
+}
+
 void Vocab::remove_useless_capacity() {
   words_.shrink_to_fit();
   entities_.shrink_to_fit();

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -44,6 +45,11 @@ class Vocab {
   // For a tag word's id: base is the first id of its group, index its place there; true. For any
   // other: base is the id, index 0; false.
   static bool get_ne_info(int id, int& base, int& index);
+
+  // Where in `ids` the n-th (from 0) is whose word is `word`; their number if there are not so
+  // many. So a tag word of a target phrase finds the source word that it stands for: `word` is the
+  // first of its group in the target, n its index.
+  std::size_t find_nth(std::span<const int> ids, std::string_view word, int n) const;
 
   // Gives back spare memory after loading.
   void remove_useless_capacity();

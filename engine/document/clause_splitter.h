@@ -9,7 +9,7 @@
 namespace koralite::document {
 
 // Where the pieces of a sentence begin, the first one (0) included; none has more than
-// `longest` words. Pieces end behind semicolons, colons, dashes, closing brackets and
+// `longest` words. Pieces end after semicolons, colons, dashes, closing brackets and
 // quotes, commas (best before a conjunction), have about equal lengths, and do not end
 // inside quotes or brackets unless these are longer than a piece. Linear in the number
 // of words.

@@ -6,7 +6,7 @@
 //   const auto result = translator.translate_text(text, true);
 //
 // Text is UTF-8; any bytes are survived. Where a line holds nothing to protect, its
-// translation is that of the handle, but for blanks between sentences, sentences above
+// translation is that of the handle, but for spaces between sentences, sentences above
 // 32 words (cut at clause ends here) and capitals of unknown words (kept here).
 //
 // Borrows the handle, which must outlive it. Serves one thread at a time. Throws what the
@@ -38,7 +38,7 @@ struct markup_options_t {
   bool translates_attributes = false;  // alt, title, placeholder
 };
 
-// Puts a translated piece that begins at byte `offset` of the document behind the result.
+// Puts a translated piece that begins at byte `offset` of the document after the result.
 void append_piece(const line_result_t& piece, std::size_t offset, document_result_t& result);
 
 class DocumentTranslator {
@@ -47,7 +47,7 @@ class DocumentTranslator {
                      textProcess::LangType target)
       : lines_(handle, source, target) {}
 
-  // Plain text: line ends, indentation, list marks, tabs, blanks at the ends of lines come
+  // Plain text: line ends, indentation, list marks, tabs, spaces at the ends of lines come
   // out as they went in.
   document_result_t translate_text(std::string_view text, bool with_links);
 

@@ -1,7 +1,7 @@
 // Terms that a caller wants translated in his own way, at run time and with any model.
 //
 // Each term is run through the steps of the source language, so that it is found as the
-// sentence has it: in languages with blanks as a run of words after the steps, in the
+// sentence has it: in languages with spaces as a run of words after the steps, in the
 // others as a run of characters before words are made. The longest term that fits wins.
 //
 // Owns its entries; borrows the handle for the length of add(). One thread at a time.
@@ -44,7 +44,7 @@ class Glossary {
   };
   match_t find_words(const std::vector<const char*>& words,
                      const std::vector<std::string_view>& written, std::size_t first) const;
-  // The longest term that begins at a byte; for languages without blanks.
+  // The longest term that begins at a byte; for languages without spaces.
   match_t find_bytes(std::string_view text, std::size_t at) const;
 
   bool matches_bytes() const { return !has_blanks_(source_); }
@@ -60,7 +60,7 @@ class Glossary {
   static bool has_blanks_(textProcess::LangType language);
 
   textProcess::LangType source_;
-  std::unordered_map<std::string, std::vector<entry_t>> by_words_;  // words joined by blanks
+  std::unordered_map<std::string, std::vector<entry_t>> by_words_;  // words joined by spaces
   std::unordered_map<std::string, std::size_t> longest_;            // by first word, in words
   std::unordered_map<std::string, entry_t> by_bytes_;
   std::map<std::string, std::vector<std::size_t>> lengths_;  // by first character, falling

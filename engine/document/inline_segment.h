@@ -53,7 +53,7 @@ struct segment_t {
 inline constexpr char kPointByte = '\x1A';
 
 // Replaces `result`: the translation with its tags, links in bytes of the document and of
-// that text. The segment's text begins and ends in no blank and holds no line feed.
+// that text. The segment's text begins and ends in no space and holds no line feed.
 void translate_segment(LineTranslator& lines, const segment_t& segment, bool with_links,
                        line_result_t& result);
 

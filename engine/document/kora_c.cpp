@@ -225,7 +225,7 @@ std::int32_t open_with(kora_c_translator** translator, char** message, Make&& ma
   }
   std::string problem;
   const std::int32_t result = guard(KORA_C_BAD_MODEL, problem, [&] {
-    need(translator != nullptr, "no place for the translator");
+    need(translator != nullptr, "null pointer for the translator");
     auto made = std::make_unique<kora_c_translator>();
     make(*made);
     *translator = made.release();
@@ -276,8 +276,9 @@ std::int32_t translate(kora_c_translator* translator, const char* text, std::siz
   }
   return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
     need(to.output != nullptr && to.output_length != nullptr,
-         "no place for the output or the links");
-    need((to.links == nullptr) == (to.link_count == nullptr), "a place for links without a count");
+         "null pointer for the output or the links");
+    need((to.links == nullptr) == (to.link_count == nullptr),
+         "links without their count, or a count without links");
     need(format == KORA_C_PLAIN_TEXT || format == KORA_C_MARKUP, "an unknown format");
     need((flags & ~KORA_C_ATTRIBUTES) == 0, "an unknown flag");
     const bool with_links = to.links != nullptr;
@@ -409,7 +410,7 @@ std::int32_t kora_c_translate_aligned(kora_c_translator* translator, const char*
                                       std::int32_t** links, std::size_t* link_count) {
   const bool has_place = links != nullptr && link_count != nullptr;
   if (translator != nullptr && !has_place) {
-    output = nullptr;  // refused like a place for the output that is missing
+    output = nullptr;  // refused like a null pointer for the output
   }
   return translate(translator, text, length, KORA_C_PLAIN_TEXT, 0,
                    {output, output_length, links, link_count});
@@ -454,7 +455,7 @@ std::int32_t kora_c_translate_nbest(kora_c_translator* translator, const char* t
   }
   return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
     need(outputs != nullptr && ends != nullptr && scores != nullptr && count != nullptr,
-         "no place for the outputs, their ends, scores or count");
+         "null pointer for the outputs, their ends, scores or count");
     TransImpl& engine = *translator->engine;
     ProcessStr sentence(false, std::string(view(text, length)));
     ProcessWordSeq words(false);
@@ -495,7 +496,7 @@ std::int32_t kora_c_explain(kora_c_translator* translator, const char* text, std
     return KORA_C_BAD_ARGUMENT;
   }
   return guard(KORA_C_TRANSLATION_FAILED, translator->message, [&] {
-    need(json != nullptr && json_length != nullptr, "no place for the explanation");
+    need(json != nullptr && json_length != nullptr, "null pointer for the explanation");
     const std::string result =
         koralite::translator::explanation_as_json(koralite::translator::explain_text(
             *translator->engine, translator->source, view(text, length), n));

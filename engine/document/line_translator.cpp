@@ -23,7 +23,7 @@ using textProcess::ProcessWordSeq;
 
 namespace {
 
-constexpr std::size_t kReach = 32;  // words that the search takes at once
+constexpr std::size_t kReach = decoder::Decoder::kMaxWords;
 
 bool is_written_with_blanks(LangType language) {
   return language == LangType::kEnglish || language == LangType::kKorean ||

@@ -55,9 +55,8 @@ class LineTranslator {
   Glossary& glossary() { return glossary_; }
   translator::TransImpl& handle() { return handle_; }
   textProcess::LangType source() const { return source_; }
-  bool target_has_blanks() const { return target_has_blanks_; }
 
-  // Replaces `result`. The line holds no line feed and begins and ends in no blank; `forced`
+  // Replaces `result`. The line holds no line feed and begins and ends in no space; `forced`
   // are in order, apart from one another and inside the line.
   void translate(std::string_view line, std::span<const forced_span_t> forced, bool with_links,
                  line_result_t& result);

@@ -35,7 +35,7 @@ class SegmentBuilder {
   bool empty() const { return items_.empty(); }
 
   // Finishes the segment: `before` and `after` get what stands around its text (tags that
-  // hold all of it, blanks), `segment` the rest; what its text is by `add_text`, which appends
+  // hold all of it, spaces), `segment` the rest; what its text is by `add_text`, which appends
   // a text item's bytes begin to end to the segment. False, with all in `before`, if there
   // is nothing to translate. Empty afterwards.
   template <class AddText>

@@ -927,7 +927,7 @@ void SpanRecognizer::add_pattern(std::string_view pattern) {
   }
   const auto is_control = [](char c) { return static_cast<unsigned char>(c) <= ' '; };
   if (is_control(pattern.front()) || is_control(pattern.back())) {
-    throw std::runtime_error("a pattern neither begins nor ends in a blank");
+    throw std::runtime_error("a pattern neither begins nor ends in a space");
   }
   std::size_t escapes = 0;
   while (escapes < pattern.size() && pattern[pattern.size() - 1 - escapes] == '\\') {

@@ -16,7 +16,7 @@ struct held_t {
   std::string text;         // what comes out
   const char* tag = "lit";  // under which the models may know it
   std::size_t begin = 0;    // where it stands in the line, in bytes
-  std::size_t end = 0;      // behind its last byte
+  std::size_t end = 0;      // after its last byte
   bool moves_alone = true;  // false: a copied word, which no fallback has to put back
   bool is_ordered = false;  // comes out in the order of the source among its like
 };
@@ -28,7 +28,7 @@ struct found_stand_in_t {
 };
 
 // Whether what follows a stand-in at `at` stays attached to it, as the tokenizer wants it: a
-// contraction, or a mark that ends a sentence. Of text in languages with blanks.
+// contraction, or a mark that ends a sentence. Of text in languages with spaces.
 bool stands_attached(std::string_view text, std::size_t at);
 
 class StandIns {

@@ -81,7 +81,7 @@ inline bool is_hangul(char32_t c) {
   return (c >= 0xAC00 && c <= 0xD7A3) || (c >= 0x1100 && c <= 0x11FF) ||
          (c >= 0x3130 && c <= 0x318F);
 }
-// Characters that languages without blanks are written in, their marks included.
+// Characters that languages without spaces are written in, their marks included.
 inline bool is_east_asian(char32_t c) {
   return is_han(c) || is_kana(c) || (c >= 0x3000 && c <= 0x303F) || c == 0x30FB ||
          (c >= 0xFF00 && c <= 0xFFEF);

@@ -17,8 +17,7 @@
 #include "decoder/unk_translator.h"
 #include "numtrans/rule_translator.h"
 #include "textProcess/abstract_processor.h"
-#include "textProcess/abstract_string_processor.h"
-#include "textProcess/abstract_ws_processor.h"
+#include "textProcess/abstract_step.h"
 #include "textProcess/lang_type.h"
 #include "textProcess/ne_dict.h"
 #include "textProcess/str2word.h"
@@ -76,7 +75,7 @@ class AbstractPreprocessor : public AbstractProcessor {
   virtual void OrganizeUnkTrans(LangType other, const Lines& configuration,
                                 const common::FilePath& model_folder);
 
-  // Adds a step behind the last one; gives it back for further setting up.
+  // Adds a step after the last one; gives it back for further setting up.
   template <class Step, class... Args>
   Step& add_string_step(Args&&... args) {
     auto step = std::make_unique<Step>(0U, std::move(string_head_), std::forward<Args>(args)...);
@@ -92,7 +91,7 @@ class AbstractPreprocessor : public AbstractProcessor {
     return added;
   }
 
-  // The steps that end every string chain: TAB to blank, blanks squeezed, the
+  // The steps that end every string chain: TAB to space, spaces squeezed, the
   // decoder's reserved bytes escaped.
   void add_final_string_steps();
   // The word steps of the pipelines without person names.

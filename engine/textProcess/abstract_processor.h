@@ -20,7 +20,8 @@ class AbstractProcessor {
   AbstractProcessor& operator=(const AbstractProcessor&) = delete;
   virtual ~AbstractProcessor() = default;
 
-  // The lines of a configuration file; throws as common::PickConf.
+  // The lines of a configuration file, for tools and tests: pipelines get them read. Throws as
+  // common::PickConf.
   static Lines Config2Vec(const common::FilePath& path);
   // Whether "[debugLevel]" has a value that does not begin with "0".
   static bool GetDebLevel(const Lines& configuration);

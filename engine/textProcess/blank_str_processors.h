@@ -1,4 +1,4 @@
-// String steps that squeeze, drop or add blanks. A blank is the byte 0x20 only.
+// String steps that squeeze, drop or add spaces. A space is the byte 0x20 only.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace koralite::textProcess {
 
-// One blank for each run, none at either end. It takes the position of the first of its run.
+// One space for each run, none at either end. It takes the position of the first of its run.
 class UniqueBlankStrProcessor final : public RewriteStrProcessor<UniqueBlankStrProcessor> {
  public:
   explicit UniqueBlankStrProcessor(unsigned id,
@@ -21,7 +21,7 @@ class UniqueBlankStrProcessor final : public RewriteStrProcessor<UniqueBlankStrP
   void rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const;
 };
 
-// Squeezes blanks, then drops those next to a non-ASCII byte.
+// Squeezes spaces, then drops those next to a non-ASCII byte.
 class EraseBlankChsStrProcessor final : public RewriteStrProcessor<EraseBlankChsStrProcessor> {
  public:
   explicit EraseBlankChsStrProcessor(unsigned id,
@@ -37,8 +37,8 @@ class EraseBlankChsStrProcessor final : public RewriteStrProcessor<EraseBlankChs
   UniqueBlankStrProcessor unique_blank_;
 };
 
-// Puts a blank behind a full stop that is glued to a following capitalised word ("end.The"), unless
-// the word before it holds anything but letters and digits. The blank takes the dot's position.
+// Puts a space after a full stop that is glued to a following capitalised word ("end.The"), unless
+// the word before it holds anything but letters and digits. The space takes the dot's position.
 class InsertBlankEngStrProcessor final : public RewriteStrProcessor<InsertBlankEngStrProcessor> {
  public:
   explicit InsertBlankEngStrProcessor(unsigned id,

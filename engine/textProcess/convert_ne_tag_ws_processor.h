@@ -7,7 +7,7 @@
 #include <memory>
 
 #include "common/string_pool.h"
-#include "textProcess/abstract_ws_processor.h"
+#include "textProcess/abstract_step.h"
 
 namespace koralite::textProcess {
 

@@ -10,8 +10,8 @@
 
 namespace koralite::textProcess {
 
-// Blank-separated English tokens to running text: takes away the blanks before closing punctuation,
-// behind opening punctuation, around quotes and before contractions. A blank takes the position of
+// Space-separated English tokens to running text: takes away the spaces before closing punctuation,
+// after opening punctuation, around quotes and before contractions. A space takes the position of
 // the byte it stands before.
 class DetokenizeEngStrProcessor final : public RewriteStrProcessor<DetokenizeEngStrProcessor> {
  public:
@@ -23,7 +23,7 @@ class DetokenizeEngStrProcessor final : public RewriteStrProcessor<DetokenizeEng
   void rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const;
 };
 
-// Joins blank-separated dots, the first at the start of the text or behind a blank, into one token.
+// Joins space-separated dots, the first at the start of the text or after a space, into one token.
 class ConnectEllipsisStrProcessor final : public RewriteStrProcessor<ConnectEllipsisStrProcessor> {
  public:
   explicit ConnectEllipsisStrProcessor(unsigned id,

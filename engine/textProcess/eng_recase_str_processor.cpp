@@ -15,6 +15,7 @@ namespace koralite::textProcess {
 namespace {
 
 [[noreturn]] void refuse() {
+  // Programs compare this text, so its spelling stays.
   throw std::runtime_error("Invalidate head info in ercase");
 }
 

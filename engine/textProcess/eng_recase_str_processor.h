@@ -29,11 +29,11 @@ class EngRecaseStrProcessor final : public RewriteStrProcessor<EngRecaseStrProce
   int OnProcess(ProcessStr& str) override;
 
   // Takes the next unit off the front of a list of tokens: the longest group of tokens that the
-  // model holds, joined by blanks, in its cased form, else the first token as it stands. False
+  // model holds, joined by spaces, in its cased form, else the first token as it stands. False
   // when the list is empty.
   bool GetNextToken(std::span<const std::string_view>& tokens, std::string& token) const;
 
-  // The model's units alone. A blank takes the position of the first of its run.
+  // The model's units alone. A space takes the position of the first of its run.
   template <bool kPlaced>
   void rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const;
 

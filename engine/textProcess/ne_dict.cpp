@@ -40,6 +40,7 @@ NeDict::NeDict(const common::FilePath& path) : reader_(path) {
       continue;
     }
     if (line < previous) {
+      // Programs compare this text, so its spelling stays.
       throw std::runtime_error("Invalidate NE Input");
     }
     Fields fields;

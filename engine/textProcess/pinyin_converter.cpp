@@ -30,6 +30,7 @@ PinyinConverter::PinyinConverter(const common::FilePath& path) {
   std::uint32_t characters = 0;
   require(reader.read_u32(characters));
   if (characters == 0) {
+    // Programs compare this text, so its spelling stays.
     throw std::runtime_error("Invalidate wordSize in the Pinyin File");
   }
   require(reader.read_bytes(std::uint64_t{characters} * kEntryBytes, entries_));
@@ -39,6 +40,7 @@ PinyinConverter::PinyinConverter(const common::FilePath& path) {
   require(reader.read_u32(count));
   require(reader.read_u32(longest));
   if (count == 0 || longest == 0) {
+    // Programs compare this text, so its spelling stays.
     throw std::runtime_error("Invalidate Pinyin Info in the Pinyin File");
   }
   const std::uint64_t slot_size = std::uint64_t{longest} + 1;

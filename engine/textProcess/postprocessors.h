@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "textProcess/abstract_processor.h"
-#include "textProcess/abstract_string_processor.h"
+#include "textProcess/abstract_step.h"
 #include "textProcess/lang_type.h"
 
 namespace koralite::textProcess {

@@ -1,7 +1,7 @@
 // The words of a sentence on their way to the decoder and, when wanted, the
 // source byte position of each word's start.
 //
-// The sequence owns the buffer behind texts made with `store`; they stay where
+// The sequence owns the buffer after texts made with `store`; they stay where
 // they are until the sequence is destroyed, cleared or assigned. Its nodes may
 // as well point into the pools of the steps that filled it. Moving nodes to
 // another sequence moves no text: the first one must outlive them. Belongs to

@@ -25,7 +25,7 @@ class Processor {
   // Reads the configuration file and loads what it names from the model folder.
   // Throws "Invalid source language type!" or "Invalid target language type!" for
   // a language without a pipeline on that side, and the errors of the pipelines.
-  // `segmenter` is the library that cuts sources without blanks into words.
+  // `segmenter` is the library that cuts sources without spaces into words.
   Processor(LangType source, LangType target, const common::EngineConfiguration& configuration,
             const common::FilePath& model_folder, const LexicutApi& segmenter = linked_lexicut());
   Processor(const Processor&) = delete;
@@ -37,7 +37,7 @@ class Processor {
   void Postprocess(ProcessStr& str) { postprocessor_->Postprocess(str); }
 
   // Take sentence-final marks off the words, and put them back in the target's
-  // form behind the output, each with a link; see punct_processors.h.
+  // form after the output, each with a link; see punct_processors.h.
   void TruncatePunct(ProcessWordSeq& words, ProcessWordSeq& removed) const;
   void AppendPunct(ProcessWordSeq& words, ProcessWordSeq& removed, std::string& output,
                    std::vector<common::align_t>& alignment) const;

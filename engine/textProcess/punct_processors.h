@@ -1,5 +1,5 @@
 // Sentence-final punctuation at both ends of the decoder: taken off the source
-// words before the search and put back behind the translation, in the target
+// words before the search and put back after the translation, in the target
 // language's form, so that the models need not translate it.
 //
 // Stateless; the maps and sets are built once per language pair. Translations of

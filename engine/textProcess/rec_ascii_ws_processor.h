@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "textProcess/abstract_ws_processor.h"
+#include "textProcess/abstract_step.h"
 
 namespace koralite::textProcess {
 

@@ -10,7 +10,7 @@
 #include <string>
 
 #include "common/string_pool.h"
-#include "textProcess/abstract_ws_processor.h"
+#include "textProcess/abstract_step.h"
 #include "textProcess/name_converter.h"
 
 namespace koralite::textProcess {

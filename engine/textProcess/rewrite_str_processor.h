@@ -16,7 +16,7 @@
 #include <utility>
 
 #include "common/text_writer.h"
-#include "textProcess/abstract_string_processor.h"
+#include "textProcess/abstract_step.h"
 #include "textProcess/process_str.h"
 
 namespace koralite::textProcess {

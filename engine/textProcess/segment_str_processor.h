@@ -1,11 +1,11 @@
-// Base of the steps that put blanks between words: what they share is finding
-// the source positions again once the blanks are in. Without state.
+// Base of the steps that put spaces between words: what they share is finding
+// the source positions again once the spaces are in. Without state.
 #pragma once
 
 #include <memory>
 #include <string>
 
-#include "textProcess/abstract_string_processor.h"
+#include "textProcess/abstract_step.h"
 
 namespace koralite::textProcess {
 
@@ -13,12 +13,12 @@ class SegmentStrProcessor : public AbstractStringProcessor {
  public:
   using AbstractStringProcessor::AbstractStringProcessor;
 
-  // Fills the positions of `target`, the text of `source` with blanks put in or
-  // taken out: each byte that is no blank keeps the position it has in `source`,
-  // a blank takes the one before it (at the start that of the first byte).
+  // Fills the positions of `target`, the text of `source` with spaces put in or
+  // taken out: each byte that is no space keeps the position it has in `source`,
+  // a space takes the one before it (at the start that of the first byte).
   // False, with `target` left alone, when either keeps no positions, those of
   // `source` do not number its bytes, `source` is empty, or the texts differ in
-  // more than blanks.
+  // more than spaces.
   static bool text_align_string(const ProcessStr& source, ProcessStr& target);
 
  protected:

@@ -16,7 +16,7 @@ class SingleWordSegStrProcessor : public SegmentStrProcessor {
   // Fails only for an empty text with positions.
   int OnProcess(ProcessStr& str) override;
 
-  // `text` with a blank after each multi-byte character, blanks then squeezed
+  // `text` with a space after each multi-byte character, spaces then squeezed
   // and cut off at both ends.
   static std::string word_split(const std::string& text);
 };

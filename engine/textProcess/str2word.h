@@ -1,4 +1,4 @@
-// From the processed text to words: cuts it at blanks and gives spans of words
+// From the processed text to words: cuts it at spaces and gives spans of words
 // that the number rules or the entity dictionary know their fixed translation.
 //
 // Spans are taken greedily from the left, the longest first (at most 8 words); for

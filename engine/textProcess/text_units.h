@@ -3,7 +3,7 @@
 //
 // The free functions look at one place of a zero-terminated text. UnitScanner
 // answers the same for every index of a text in turn, in linear time overall: all
-// that an address asks of the bytes behind it is a fact of the token's tail, found
+// that an address asks of the bytes after it is a fact of the token's tail, found
 // once per token and carried along.
 #pragma once
 
@@ -25,7 +25,7 @@ class UnitScanner {
   explicit UnitScanner(std::string_view text) : text_(text) {}
 
   // As the free functions, for the text from `at` on. Calls must not go back: each `at` is at or
-  // behind that of the call before.
+  // after that of the call before.
   std::size_t function_at(std::size_t at);
   std::size_t url_at(std::size_t at);
   std::size_t integral_at(std::size_t at);
@@ -35,7 +35,7 @@ class UnitScanner {
   std::size_t plain_word_end(std::size_t at);
 
  private:
-  // The first byte at or behind `at` that is outside of some class, remembered for the next call.
+  // The first byte at or after `at` that is outside of some class, remembered for the next call.
   struct Run {
     std::size_t from = 0;
     std::size_t end = 0;
@@ -50,7 +50,7 @@ class UnitScanner {
 
   std::string_view text_;
 
-  // Facts of the token that url_at is in: it ends at a blank, a zero byte or the text's end.
+  // Facts of the token that url_at is in: it ends at a space, a zero byte or the text's end.
   bool in_token_ = false;
   std::size_t token_end_ = 0;
   std::size_t last_dot_ = 0;   // with has_dot_
@@ -61,7 +61,7 @@ class UnitScanner {
   Run word_;        // word bytes
   Run path_;        // what may stand before an address's "://" or "@"
   Run label_;       // of an address without such a head
-  Run head_label_;  // of an address behind such a head
+  Run head_label_;  // of an address after such a head
 };
 
 }  // namespace koralite::textProcess

@@ -1,4 +1,4 @@
-// English text to blank-separated tokens.
+// English text to space-separated tokens.
 //
 // Punctuation is split off; numbers, addresses, abbreviations, contractions and
 // long runs of one byte or of non-ASCII characters stay whole (text_units.h).
@@ -24,12 +24,12 @@ class TokenizeEngStrProcessor final : public RewriteStrProcessor<TokenizeEngStrP
         unique_blank_(0),
         connect_ellipsis_(0) {}
 
-  // The splitting pass, then the squeezing of the blanks that it leaves, then the joining of dots.
+  // The splitting pass, then the squeezing of the spaces that it leaves, then the joining of dots.
   int OnProcess(ProcessStr& str) override;
 
   static constexpr std::size_t kReserveFactor = 2;
 
-  // The splitting pass. A blank takes the position of the byte, or of the unit's end, it sets off.
+  // The splitting pass. A space takes the position of the byte, or of the unit's end, it sets off.
   template <bool kPlaced>
   void rewrite(std::string_view in, common::TextWriter<kPlaced>& out) const;
 

@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "decoder/vocab.h"
-#include "textProcess/abstract_ws_processor.h"
+#include "textProcess/abstract_step.h"
 
 namespace koralite::textProcess {
 

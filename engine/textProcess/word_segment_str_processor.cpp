@@ -87,6 +87,7 @@ void WordSegmentStrProcessor::load_anti_names(const common::FilePath& path) {
   common::DesFileReader reader(path);
   for (std::string line; reader.getline(line);) {
     if (!anti_names_.empty() && line < anti_names_.back()) {
+      // Programs compare this text, so its spelling stays.
       throw std::runtime_error("Invalidate antiname!");
     }
     anti_names_.push_back(line);

@@ -1,6 +1,6 @@
 // The steps that cut a text into words with the segmentation library: the text
 // goes to the library in pieces of at most 255 bytes, and the words come back
-// with blanks between them. Words that the library takes for names of persons
+// with spaces between them. Words that the library takes for names of persons
 // are collected in a set for a later step.
 //
 // A segmenter owns its model and the library's result record; it serves one text
@@ -72,7 +72,7 @@ class WordSegmentStrProcessor : public SegmentStrProcessor {
   void load_anti_names(const common::FilePath& path);
 
   unsigned longest_piece_;
-  std::size_t segmented_capacity_;  // room kept for a piece with its blanks
+  std::size_t segmented_capacity_;  // room kept for a piece with its spaces
   decltype(LexicutApi::segment_full) segment_full_;
   std::unique_ptr<lexicut_model, ModelDeleter> model_;
   std::unique_ptr<lexicut_out, RecordDeleter> record_;

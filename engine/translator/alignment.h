@@ -18,7 +18,7 @@ bool check_alignment(int source_words, int output_length,
                      const std::vector<common::align_t>& alignment);
 
 // Whether the links, in bytes on both sides, tile the output in order: no gap but
-// a single blank, no link beginning or ending inside a UTF-8 character, the last
+// a single space, no link beginning or ending inside a UTF-8 character, the last
 // one at the last byte. Overlaps pass. An empty list passes for an empty output.
 bool check_alignment(const std::string& source, const std::string& output,
                      const std::vector<common::align_t>& alignment);

@@ -20,22 +20,26 @@ PhraseBasedDecoder::~PhraseBasedDecoder() {
   processor_.SetSourceVocab(nullptr);
 }
 
+template <class Search>
+void PhraseBasedDecoder::translate(textProcess::ProcessWordSeq& words, std::string& output,
+                                   std::vector<common::align_t>& alignment, Search&& search) {
+  textProcess::ProcessWordSeq marks(words.has_positions());
+  processor_.TruncatePunct(words, marks);
+  search();
+  processor_.AppendPunct(words, marks, output, alignment);
+}
+
 bool PhraseBasedDecoder::Translate(textProcess::ProcessWordSeq& words, std::string& output,
                                    std::string& log) {
-  textProcess::ProcessWordSeq removed(words.has_positions());
-  processor_.TruncatePunct(words, removed);
-  decoder_->translate(words.words(), output, &log);
   std::vector<common::align_t> scratch;
-  processor_.AppendPunct(words, removed, output, scratch);
+  translate(words, output, scratch, [&] { decoder_->translate(words.words(), output, &log); });
   return true;
 }
 
 bool PhraseBasedDecoder::Translate(textProcess::ProcessWordSeq& words, std::string& output,
                                    std::vector<common::align_t>& alignment, std::string& log) {
-  textProcess::ProcessWordSeq removed(words.has_positions());
-  processor_.TruncatePunct(words, removed);
-  decoder_->translate(words.words(), output, alignment, &log);
-  processor_.AppendPunct(words, removed, output, alignment);
+  translate(words, output, alignment,
+            [&] { decoder_->translate(words.words(), output, alignment, &log); });
   return true;
 }
 

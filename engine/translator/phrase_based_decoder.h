@@ -51,6 +51,11 @@ class PhraseBasedDecoder : public AbstractTranslator {
   bool debug() const { return debug_; }
 
  private:
+  // Takes the sentence-final marks off, searches, and puts them back.
+  template <class Search>
+  void translate(textProcess::ProcessWordSeq& words, std::string& output,
+                 std::vector<common::align_t>& alignment, Search&& search);
+
   bool debug_;
   textProcess::Processor& processor_;
   decoder::Parameter parameter_;

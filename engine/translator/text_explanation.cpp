@@ -18,8 +18,6 @@ namespace {
 using textProcess::ProcessStr;
 using textProcess::ProcessWordSeq;
 
-constexpr std::size_t kPart = 32;  // words that are searched together
-
 bool is_lower(char c) {
   return c >= 'a' && c <= 'z';
 }
@@ -80,10 +78,9 @@ class SentenceExplainer {
     ProcessWordSeq removed(true);
     handle_.TruncatePunct(words, removed);
     const std::span<const common::word_node_t> all = words.words();
-    for (std::size_t begin = 0; begin < all.size(); begin += kPart) {
+    for (std::size_t begin = 0; begin < all.size(); begin += decoder::Decoder::kMaxWords) {
       decoder::explanation_t search;
-      handle_.translator().search().explain(
-          1, all.subspan(begin, std::min(kPart, all.size() - begin)), search);
+      handle_.translator().search().explain(1, decoder::Decoder::chunk(all, begin), search);
       if (search.derivations.empty()) {
         continue;
       }

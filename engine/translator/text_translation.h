@@ -1,6 +1,6 @@
 // Translates whole texts: splits them into lines and sentences, has a handle
 // translate each sentence, and puts the results together. One output line for
-// each input line that is not empty, sentences of a line joined by one blank.
+// each input line that is not empty, sentences of a line joined by one space.
 //
 // Free functions; the handle's rules for threads and errors hold.
 #pragma once

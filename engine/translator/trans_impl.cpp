@@ -1,5 +1,7 @@
 #include "translator/trans_impl.h"
 
+#include <utility>
+
 #include "translator/alignment.h"
 
 namespace koralite::translator {
@@ -19,16 +21,20 @@ TransImpl::TransImpl(textProcess::LangType source, textProcess::LangType target,
 
 TransImpl::~TransImpl() = default;
 
+std::string TransImpl::postprocessed(std::string decoded) {
+  ProcessStr result(false, std::move(decoded));
+  Postprocess(result);
+  return std::move(result.text());
+}
+
 void TransImpl::Translate(const std::string& source, std::string& output) {
   log_.clear();
   ProcessStr str(false, source);
   ProcessWordSeq words(false);
   Preprocess(str, words);
   std::string decoded;
-  translator_->Translate(words, decoded, log_);
-  ProcessStr result(false, std::move(decoded));
-  Postprocess(result);
-  output = std::move(result.text());
+  translator_->Translate(words, decoded, log_);  // without the marks at the end, which it puts back
+  output = postprocessed(std::move(decoded));
 }
 
 void TransImpl::Translate(unsigned n, const std::string& source,
@@ -40,9 +46,7 @@ void TransImpl::Translate(unsigned n, const std::string& source,
   std::vector<std::string> scores;
   translator_->Translate(n, words, outputs, scores, log_);
   for (std::size_t i = 0; i < outputs.size(); ++i) {
-    ProcessStr result(false, std::move(outputs[i]));
-    Postprocess(result);
-    outputs[i] = std::move(result.text());
+    outputs[i] = postprocessed(std::move(outputs[i]));
     if (i < scores.size() && !scores[i].empty()) {
       outputs[i] += " ||| " + scores[i];
     }

@@ -26,17 +26,19 @@ class TransImpl : public textProcess::Processor {
             const std::string& parameter_file);
   ~TransImpl() override;
 
-  // The best translation of one sentence.
+  // The best translation of one sentence: text to words (Preprocess), words to a translation with
+  // the sentence's marks at the end taken off and put back (PhraseBasedDecoder), and that as people
+  // write it (Postprocess).
   void Translate(const std::string& source, std::string& output);
-  // At most n translations, best first; behind each " ||| " and its score.
+  // At most n translations, best first; after each " ||| " and its score.
   void Translate(unsigned n, const std::string& source, std::vector<std::string>& outputs);
   // The best translation and its alignment, in bytes on both sides. The links tile
   // the output; where that cannot be had there is one link over the whole.
   void Translate(const std::string& source, std::string& output,
                  std::vector<common::align_t>& alignment);
 
-  // Preprocesses only and prints the words: for each the word, its translation and
-  // its tag, each followed by "&", the last two as "#N#" where absent.
+  // For tests: preprocesses only and prints the words, for each the word, its translation and its
+  // tag, each followed by "&", the last two as "#N#" where absent.
   void Preprocess4Test(const std::string& source, std::string& output);
 
   void DoPreprocess(textProcess::ProcessStr& str, textProcess::ProcessWordSeq& words);
@@ -49,6 +51,9 @@ class TransImpl : public textProcess::Processor {
   PhraseBasedDecoder& translator() { return *translator_; }
 
  private:
+  // What the search wrote, as people write it.
+  std::string postprocessed(std::string decoded);
+
   std::string log_;
   bool debug_ = false;
   textProcess::LangType source_type_;

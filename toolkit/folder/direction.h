@@ -35,13 +35,13 @@ std::optional<direction_t> find_direction(std::string_view name);
 // The direction of a code 0 to 33, or none.
 std::optional<direction_t> find_direction(int code);
 
-// The names of all directions that can be translated, blank-separated, for messages and help texts.
+// The names of all directions that can be translated, space-separated, for messages and help texts.
 std::string direction_names();
 
-// Whether a language is written without blanks between its words.
+// Whether a language is written without spaces between its words.
 bool has_no_blanks(std::string_view language);
 
-// The codes of all languages, blank-separated.
+// The codes of all languages, space-separated.
 std::string language_codes();
 
 // The engine's language type of a language code ("zh" is 1); 0 for an unknown one.

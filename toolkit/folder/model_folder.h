@@ -25,7 +25,7 @@ struct engine_config_t {
   std::string segment_name;       // person name statistics
   std::string ambiguous_path;     // strings with a fixed segmentation
   std::string anti_name;          // words that are no person names
-  std::string single_word_split;  // "1" splits by character, "0" keeps blanks; Asian sources
+  std::string single_word_split;  // "1" splits by character, "0" keeps spaces; Asian sources
   std::string pinyin;             // readings for unknown Chinese words
 };
 

@@ -4,6 +4,8 @@
 
 #include <string_view>
 
+#include "decoder/vocab.h"
+
 namespace koralite::toolkit {
 
 // The word that stands in training text for a source span with a fixed translation that the target
@@ -11,6 +13,8 @@ namespace koralite::toolkit {
 inline constexpr const char* kLostSpan = "<lost>";
 
 // Whether a word is a tag word such as "<num>#0".
-bool is_tag_word(std::string_view word);
+inline bool is_tag_word(std::string_view word) {
+  return decoder::Vocab::is_ne(word);
+}
 
 }  // namespace koralite::toolkit

@@ -19,15 +19,16 @@ using textProcess::LangType;
 using textProcess::ProcessStr;
 using textProcess::ProcessWordSeq;
 
-constexpr std::size_t kChunkWords = 32;  // what the decoder translates at once
-
 std::string key_of(std::span<const std::int32_t> ids) {
   return {reinterpret_cast<const char*>(ids.data()), ids.size_bytes()};
 }
 
 // What the decoder keeps of a target id: tag words by the first of their group.
 std::int32_t plain_id(std::int32_t id) {
-  return id < 256 ? id & ~7 : id;
+  int base = 0;
+  int index = 0;
+  decoder::Vocab::get_ne_info(id, base, index);
+  return base;
 }
 
 // Names a phrase pair by its words as the decoder shows them.
@@ -114,9 +115,8 @@ std::vector<TuneCandidate> EngineTuner::candidates(translator::TransImpl& engine
   // Entry k of the whole joins the k-th best of each chunk, as the decoder's own n-best list does.
   std::vector<scored_text_t> whole;
   decoder::explanation_t explanation;
-  for (std::size_t begin = 0; begin < word_count; begin += kChunkWords) {
-    const std::span<const common::word_node_t> chunk_nodes(
-        words.words().data() + begin, std::min(kChunkWords, word_count - begin));
+  for (std::size_t begin = 0; begin < word_count; begin += decoder::Decoder::kMaxWords) {
+    const decoder::Decoder::words_t chunk_nodes = decoder::Decoder::chunk(words.words(), begin);
     engine.translator().search().explain(options_.nbest, chunk_nodes, explanation);
     std::vector<scored_text_t> chunk;
     for (const decoder::derivation_t& derivation : explanation.derivations) {

@@ -28,7 +28,7 @@ enum Feature : std::size_t {
   kLanguage,
   kWords,
   kPhrases,
-  kTranslation,  // and the other translation features behind it
+  kTranslation,  // and the other translation features after it
   kFeatures = kTranslation + kTranslationFeatures
 };
 inline constexpr std::array<std::string_view, kFeatures> kFeatureNames = {
@@ -62,7 +62,7 @@ class EngineTuner : public NbestProvider {
 
   // Brings the folder's files into the state that the weights ask for.
   virtual void prepare(std::span<const double> weights) = 0;
-  // The features of one translation of at most 32 words, as many as there are weights.
+  // The features of one translation of a chunk of words, as many as there are weights.
   virtual std::vector<double> features(const decoder::derivation_t& derivation,
                                        const decoder::explanation_t& explanation,
                                        std::span<const common::word_node_t> words,

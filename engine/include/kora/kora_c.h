@@ -104,13 +104,13 @@ KORA_API const char* kora_c_message(const kora_c_translator* translator);
 
 /* Translates plain text: kora_c_translate_document with KORA_C_PLAIN_TEXT. With
  * KORA_C_RAW each line that is not empty gives one line of output, and the sentences
- * of a line are joined by a blank. */
+ * of a line are joined by a space. */
 KORA_API int32_t kora_c_translate(kora_c_translator* translator, const char* text, size_t length,
                                   char** output, size_t* output_length);
 
 /* The same with an alignment: 4 * *link_count numbers, for each link the first and
  * last byte in `text`, then the first and last byte in the output, all inclusive.
- * Links are in order of the output and cover all of it but blanks between phrases
+ * Links are in order of the output and cover all of it but spaces between phrases
  * and sentences, line ends, and what is copied as layout or markup. No link begins
  * or ends inside a character of valid output. */
 KORA_API int32_t kora_c_translate_aligned(kora_c_translator* translator, const char* text,
@@ -184,8 +184,8 @@ enum {
  *    ${x}), tags, addresses, file names, code, numbers such as phone numbers, emoji,
  *    accented and foreign words. Each travels as one word of its sentence. The mark and
  *    letter of an accelerator ("&F") move to where the target's readers look for it.
- *  - Plain text keeps line ends, indentation, list marks, tabs, empty lines and blanks
- *    at the ends of lines. Sentences are joined by the blanks of the source, in Chinese
+ *  - Plain text keeps line ends, indentation, list marks, tabs, empty lines and spaces
+ *    at the ends of lines. Sentences are joined by the spaces of the source, in Chinese
  *    and Japanese by none. Sentences above 32 words are cut at clause ends.
  *  - Markup: inline tags follow their words by the alignment, stay nested, and none is
  *    lost or doubled; block tags and <br> end sentences; pre, code, script, style and

@@ -1,4 +1,5 @@
-// One step over a `ProcessStr`, and the chain that ends in it.
+// One step of a pipeline over its carrier, and the chain that ends in it: string steps over a
+// `ProcessStr`, word steps over a `ProcessWordSeq`.
 //
 // A step owns the step before it (its prior; null for the first of a chain), so
 // the last step owns the whole chain and the order of building is the order of
@@ -11,40 +12,44 @@
 #include <utility>
 
 #include "textProcess/process_str.h"
+#include "textProcess/process_word_seq.h"
 
 namespace koralite::textProcess {
 
-class AbstractStringProcessor {
+template <class Carrier>
+class AbstractStep {
  public:
   // The step's own work: non-zero for success, 0 for failure.
-  virtual int OnProcess(ProcessStr& str) = 0;
+  virtual int OnProcess(Carrier& carrier) = 0;
 
-  AbstractStringProcessor(unsigned id, std::unique_ptr<AbstractStringProcessor> prior,
-                          std::string name)
+  AbstractStep(unsigned id, std::unique_ptr<AbstractStep> prior, std::string name)
       : id_(id), name_(std::move(name)), prior_(std::move(prior)) {}
-  virtual ~AbstractStringProcessor() = default;
-  AbstractStringProcessor(const AbstractStringProcessor&) = delete;
-  AbstractStringProcessor& operator=(const AbstractStringProcessor&) = delete;
+  virtual ~AbstractStep() = default;
+  AbstractStep(const AbstractStep&) = delete;
+  AbstractStep& operator=(const AbstractStep&) = delete;
 
   // Runs the chain that ends here. The first step that fails ends it with 0, as
   // does a carrier whose positions do not match its contents.
-  int Process(ProcessStr& str) {
-    if (prior_ && prior_->Process(str) == 0) {
+  int Process(Carrier& carrier) {
+    if (prior_ && prior_->Process(carrier) == 0) {
       return 0;
     }
-    return str.consistent() ? OnProcess(str) : 0;
+    return carrier.consistent() ? OnProcess(carrier) : 0;
   }
 
   unsigned id() const { return id_; }
   const std::string& name() const { return name_; }
   // The step that runs before this one, or null.
-  AbstractStringProcessor* prior() { return prior_.get(); }
-  const AbstractStringProcessor* prior() const { return prior_.get(); }
+  AbstractStep* prior() { return prior_.get(); }
+  const AbstractStep* prior() const { return prior_.get(); }
 
  private:
   unsigned id_;
   std::string name_;
-  std::unique_ptr<AbstractStringProcessor> prior_;
+  std::unique_ptr<AbstractStep> prior_;
 };
+
+using AbstractStringProcessor = AbstractStep<ProcessStr>;
+using AbstractWsProcessor = AbstractStep<ProcessWordSeq>;
 
 }  // namespace koralite::textProcess
