@@ -12,7 +12,7 @@
 
 namespace koralite::toolkit {
 
-// A place such as "record 12".
+// A position such as "record 12".
 inline std::string at(const char* what, std::uint64_t index) {
   return std::string(what) + ' ' + std::to_string(index);
 }
@@ -23,11 +23,11 @@ class FileReport {
 
   FileReport(check_report_t& report, std::string path) : report_(report), path_(std::move(path)) {}
 
-  void wrong(const std::string& place, const std::string& what) {
+  void wrong(const std::string& position, const std::string& what) {
     if (++count_ > kMostProblems) {
       return;
     }
-    report_.problems.push_back(path_ + ": " + (place.empty() ? "" : place + ": ") + what +
+    report_.problems.push_back(path_ + ": " + (position.empty() ? "" : position + ": ") + what +
                                "; copy the file again, or build it again");
   }
   // The file's bytes, or none with the reason reported.

@@ -11,8 +11,10 @@
 namespace koralite::toolkit {
 
 struct check_report_t {
-  std::vector<std::string> problems;  // "FILE: place: what is wrong; what to do", at most 20 a file
-  std::vector<std::string> facts;     // "FILE: what it holds", for files without a problem
+  // "FILE: position: what is wrong; what to do", at most 20 a file.
+  std::vector<std::string> problems;
+  // "FILE: what it holds", for files without a problem.
+  std::vector<std::string> facts;
 };
 
 // Throws nothing for damage of any kind; all of it is in the report. A folder that was made by

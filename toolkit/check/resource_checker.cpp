@@ -37,7 +37,7 @@ std::size_t count_fields(std::string_view line, std::string_view separator) {
   return fields;
 }
 
-// Records as lines. Each has to be what the writer makes of its line, so that also the bytes behind
+// Records as lines. Each has to be what the writer makes of its line, so that also the bytes after
 // the line's end count.
 std::vector<std::string> read_records(FileReport& report, bytes_t bytes) {
   std::vector<std::string> lines;
@@ -53,7 +53,7 @@ std::vector<std::string> read_records(FileReport& report, bytes_t bytes) {
     common::unscramble_record(record, line);
     const auto again = scramble_record(line, static_cast<std::uint32_t>(size));
     if (!std::equal(again.begin(), again.end(), record.begin())) {
-      report.wrong(at("record", lines.size() - 1), "bytes behind the end of its line");
+      report.wrong(at("record", lines.size() - 1), "bytes after the end of its line");
     }
   }
   if (reader.position() != bytes.size()) {
@@ -167,16 +167,16 @@ void check_pinyin_file(FileReport report) {
       !reader.read_bytes(std::uint64_t{characters} * kCharacter, table)) {
     return report.wrong("byte 0", "no characters, or more than the file holds");
   }
-  const std::uint64_t place = reader.position();
+  const std::uint64_t position = reader.position();
   if (!reader.read_u32(readings) || !reader.read_u32(longest) || readings == 0 || longest == 0) {
-    return report.wrong(at("byte", place), "no readings, or the file ends here");
+    return report.wrong(at("byte", position), "no readings, or the file ends here");
   }
   const std::uint64_t width = std::uint64_t{longest} + 1;
   if (!reader.fits(readings, width) || !reader.read_bytes(readings * width, texts)) {
-    return report.wrong(at("byte", place), "more readings than the file holds");
+    return report.wrong(at("byte", position), "more readings than the file holds");
   }
   if (reader.position() != file->size()) {
-    report.wrong(at("byte", reader.position()), "bytes behind the last reading");
+    report.wrong(at("byte", reader.position()), "bytes after the last reading");
   }
   std::vector<bool> used(readings);
   std::uint32_t last = 0;

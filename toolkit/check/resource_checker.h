@@ -1,5 +1,5 @@
 // Checks of the resources of a model folder: segmentation files, pinyin, and the
-// scrambled record files. Each walks its whole file and reports every place that
+// scrambled record files. Each walks its whole file and reports every position that
 // the format does not allow. Free functions without state.
 #pragma once
 

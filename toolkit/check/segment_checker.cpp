@@ -89,7 +89,7 @@ class SegmentFile {
       return false;
     }
     if (reader.position() != bytes.size()) {
-      report_.wrong(at("byte", reader.position()), "bytes behind the last section");
+      report_.wrong(at("byte", reader.position()), "bytes after the last section");
     }
     const bool is_ambiguous = kind_ == SegmentKind::kAmbiguous;
     if (is_ambiguous != (parameter == 0)) {
@@ -239,7 +239,7 @@ class SegmentFile {
     std::vector<std::uint32_t> lengths;
     std::uint64_t expected = 4 * (std::uint64_t{count} + 1);
     for (std::uint32_t i = 0; i < count; ++i) {
-      const std::string place = at("record", i + std::uint64_t{1});
+      const std::string where = at("record", i + std::uint64_t{1});
       std::uint32_t offset = 0;
       reader.read_u32(offset);
       common::ByteReader record(extra_);
@@ -247,7 +247,7 @@ class SegmentFile {
       bytes_t sizes;
       if (offset != expected || !record.seek(offset) || !record.read_u8(words) || words == 0 ||
           !record.read_bytes(words, sizes)) {
-        return report_.wrong(place, "offset out of order or outside the file, or no words");
+        return report_.wrong(where, "offset out of order or outside the file, or no words");
       }
       expected = record.position();
       std::uint32_t length = 0;
@@ -255,12 +255,12 @@ class SegmentFile {
         length += size;
       }
       if (std::find(sizes.begin(), sizes.end(), 0) != sizes.end()) {
-        report_.wrong(place, "an empty word");
+        report_.wrong(where, "an empty word");
       }
       lengths.push_back(length);
     }
     if (expected != extra_.size()) {
-      report_.wrong("end", "bytes behind the last record");
+      report_.wrong("end", "bytes after the last record");
     }
     std::vector<bool> used(count);
     for (std::uint32_t node = 0; node < nodes_; ++node) {

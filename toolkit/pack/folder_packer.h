@@ -2,7 +2,7 @@
 // ARPA model as other tools write them, with word lists, rules and names.
 //
 // The folder is made beside its final name and renamed when it is whole; an error
-// leaves nothing behind. One call, one thread.
+// leaves nothing after. One call, one thread.
 #pragma once
 
 #include <functional>

@@ -6,11 +6,13 @@
 #include <limits>
 #include <memory>
 #include <set>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
 #include "decoder/compressor.h"
 #include "decoder/phrase_table_format.h"
+#include "decoder/target_data.h"
 #include "toolkit/io/atomic_file.h"
 #include "toolkit/io/byte_writer.h"
 #include "toolkit/pack/phrase_trie.h"
@@ -40,19 +42,6 @@ std::array<std::int64_t, 6> reordering_counts(ReorderingKind kind,
     }
   }
   return counts;
-}
-
-std::vector<float> plain_reordering(ReorderingKind kind, const std::array<float, 6>& values) {
-  if (kind == ReorderingKind::kLogProbs) {
-    return {values.begin(), values.end()};
-  }
-  const std::array<std::int64_t, 6> counts = reordering_counts(kind, values);
-  std::vector<float> scores(6);
-  for (std::size_t i = 0; i < 6; i += 3) {
-    decoder::Compressor::compute_reordering_score(counts[i], counts[i + 1], counts[i + 2],
-                                                  scores.data() + i);
-  }
-  return scores;
 }
 
 }  // namespace
@@ -315,27 +304,17 @@ decoder::Compressor PhraseTableBuilder::train(const std::vector<scored_t>& score
   return decoder::Compressor(std::move(quantifiers));
 }
 
-void PhraseTableBuilder::append_entry(ByteWriter& out, const scored_t& entry,
+void PhraseTableBuilder::append_entry(decoder::TargetData& block, const scored_t& entry,
                                       const decoder::Compressor* compressor) const {
   const item_t& item = items_[entry.item];
-  const std::vector<float> scores = translation_scores(entry);
-  if (compressor != nullptr) {
-    std::vector<unsigned char> bytes;
-    compressor->compress(target(item), scores, reordering_counts(item.kind, item.reordering),
-                         bytes);
-    out.put_bytes(bytes);
+  std::vector<float> scores = translation_scores(entry);
+  if (compressor == nullptr && item.kind == ReorderingKind::kLogProbs) {
+    // A plain entry holds them as they are, not as counts.
+    scores.insert(scores.end(), item.reordering.begin(), item.reordering.end());
+    block.insert(target(item), scores);
     return;
   }
-  out.put_u32(item.target_count);
-  for (const std::int32_t word : target(item)) {
-    out.put_i32(word);
-  }
-  for (const float score : scores) {
-    out.put_f32(score);
-  }
-  for (const float score : plain_reordering(item.kind, item.reordering)) {
-    out.put_f32(score);
-  }
+  block.insert(compressor, target(item), scores, reordering_counts(item.kind, item.reordering));
 }
 
 phrase_table_report_t PhraseTableBuilder::write(const std::string& path) {
@@ -352,20 +331,23 @@ phrase_table_report_t PhraseTableBuilder::write(const std::string& path) {
 
   AtomicFile data(path + format::kDataSuffix);
   std::vector<trie_phrase_t> sources;
+  decoder::TargetData::s_score_size = options_.score_size;
+  decoder::TargetData block;
+  std::ostringstream bytes;
   for (std::size_t begin = 0; begin < scored.size();) {
     const item_t& first = items_[scored[begin].item];
-    ByteWriter block;
-    block.put_u32(0);
+    block.clear();
     std::size_t end = begin;
     for (; end < scored.size() && compare_sources(first, items_[scored[end].item]) == 0; ++end) {
       append_entry(block, scored[end], compressor.get());
     }
-    block.store(0, static_cast<std::uint32_t>(block.size() - format::kBlockLengthSize));
+    bytes.str({});
+    block.save(bytes);
     if (data.position() >= format::kNone) {
       throw std::runtime_error("the phrase table " + path + ".data would exceed 4 GiB");
     }
     sources.push_back({source(first), static_cast<std::uint32_t>(data.position())});
-    data.write(block.bytes());
+    data.write(bytes.view());
     begin = end;
   }
   AtomicFile nodes(path + format::kNodesSuffix);

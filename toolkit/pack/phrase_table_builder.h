@@ -5,6 +5,10 @@
 // word. One owner, one thread. Files appear whole or not at all. What the format or
 // a limit forces out is counted and told, never dropped in silence; only what would
 // make the table wrong is an error (std::runtime_error).
+//
+// Entries and blocks are written by the engine's own decoder::TargetData, so that they cannot come
+// to differ from what it reads. Writing therefore sets TargetData::s_score_size, as opening a model
+// of this kind does.
 #pragma once
 
 #include <array>
@@ -16,7 +20,7 @@
 
 #include "decoder/compressor.h"
 #include "decoder/lang_model.h"
-#include "toolkit/io/byte_writer.h"
+#include "decoder/target_data.h"
 #include "toolkit/pack/phrase_entry.h"
 
 namespace koralite::toolkit {
@@ -108,7 +112,7 @@ class PhraseTableBuilder {
   std::vector<scored_t> score();
   std::vector<float> translation_scores(const scored_t& entry) const;
   decoder::Compressor train(const std::vector<scored_t>& scored);
-  void append_entry(ByteWriter& out, const scored_t& entry,
+  void append_entry(decoder::TargetData& block, const scored_t& entry,
                     const decoder::Compressor* compressor) const;
 
   phrase_table_options_t options_;
