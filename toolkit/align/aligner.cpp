@@ -286,35 +286,42 @@ class Trainer {
     return log_likelihood;
   }
 
-  // One pass of expectation and maximisation.
-  void learn(bool use_markov, AlignResult& result, const Progress& progress) {
+  // Calls body(pair, scratch) for each usable pair, with what the table holds of it fetched; on all
+  // threads, kBlock neighbours after each other on one of them.
+  template <class Body>
+  void for_each_pair(const Progress& progress, Body&& body) const {
     std::vector<Scratch> scratch(thread_count(options_.threads));
-    std::vector<double> logs((given_.size() + kBlock - 1) / kBlock);
-    std::uint64_t distance_sum = 0;
     parallel_blocks(
         given_.size(), kBlock, options_.threads,
         [&](std::size_t begin, std::size_t end, unsigned worker) {
-          Scratch& s = scratch[worker];
           for (std::size_t pair = begin; pair < end; ++pair) {
-            if (!usable(pair)) {
-              continue;
-            }
-            fetch(pair, s);
-            logs[begin / kBlock] += use_markov ? markov(pair, s, true) : diagonal(pair, s);
-            for (std::size_t i = 0; i < s.entries.size(); ++i) {
-              // Below the resolution of the sums it would add nothing.
-              if (s.posterior[i] > 1e-9F) {
-                table_.add(s.entries[i], s.posterior[i]);
-              }
-            }
-            if (use_markov) {
-              count_jumps(given_.length(pair), s);
-            } else {
-              add_fixed(distance_sum, mean_distance(pair, s));
+            if (usable(pair)) {
+              fetch(pair, scratch[worker]);
+              body(pair, scratch[worker]);
             }
           }
         },
         progress);
+  }
+
+  // One pass of expectation and maximisation.
+  void learn(bool use_markov, AlignResult& result, const Progress& progress) {
+    std::vector<double> logs((given_.size() + kBlock - 1) / kBlock);
+    std::uint64_t distance_sum = 0;
+    for_each_pair(progress, [&](std::size_t pair, Scratch& s) {
+      logs[pair / kBlock] += use_markov ? markov(pair, s, true) : diagonal(pair, s);
+      for (std::size_t i = 0; i < s.entries.size(); ++i) {
+        // Below the resolution of the sums it would add nothing.
+        if (s.posterior[i] > 1e-9F) {
+          table_.add(s.entries[i], s.posterior[i]);
+        }
+      }
+      if (use_markov) {
+        count_jumps(given_.length(pair), s);
+      } else {
+        add_fixed(distance_sum, mean_distance(pair, s));
+      }
+    });
     double log_likelihood = 0;
     for (const double part : logs) {
       log_likelihood += part;
@@ -446,31 +453,19 @@ class Trainer {
   DirectedAlignment decide(bool use_markov, const Progress& progress) const {
     DirectedAlignment alignment;
     alignment.from.assign(generated_.tokens(), DirectedAlignment::kUnaligned);
-    std::vector<Scratch> scratch(thread_count(options_.threads));
-    parallel_blocks(
-        given_.size(), kBlock, options_.threads,
-        [&](std::size_t begin, std::size_t end, unsigned worker) {
-          Scratch& s = scratch[worker];
-          for (std::size_t pair = begin; pair < end; ++pair) {
-            if (!usable(pair)) {
-              continue;
-            }
-            fetch(pair, s);
-            if (use_markov) {
-              markov(pair, s, false);
-            } else {
-              diagonal(pair, s);
-            }
-            const std::size_t columns = given_.length(pair) + 1;
-            for (std::size_t j = 0; j < generated_.length(pair); ++j) {
-              const auto row = s.posterior.begin() + static_cast<std::ptrdiff_t>(j * columns);
-              const auto best =
-                  std::max_element(row, row + static_cast<std::ptrdiff_t>(columns)) - row;
-              alignment.from[generated_.start(pair) + j] = static_cast<std::int16_t>(best - 1);
-            }
-          }
-        },
-        progress);
+    for_each_pair(progress, [&](std::size_t pair, Scratch& s) {
+      if (use_markov) {
+        markov(pair, s, false);
+      } else {
+        diagonal(pair, s);
+      }
+      const std::size_t columns = given_.length(pair) + 1;
+      for (std::size_t j = 0; j < generated_.length(pair); ++j) {
+        const auto row = s.posterior.begin() + static_cast<std::ptrdiff_t>(j * columns);
+        const auto best = std::max_element(row, row + static_cast<std::ptrdiff_t>(columns)) - row;
+        alignment.from[generated_.start(pair) + j] = static_cast<std::int16_t>(best - 1);
+      }
+    });
     return alignment;
   }
 

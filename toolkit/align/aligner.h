@@ -6,6 +6,25 @@
 // an empty source word. The lexical table is estimated under a sparse Dirichlet
 // prior (variational Bayes), which keeps rare words from collecting everything.
 //
+// With source words i of n, target words j of m, both counted from 0:
+//
+// - Dyer, Chahuneau and Smith, "A simple, fast, and effective reparameterization of IBM model 2"
+//   (2013), section 2: a word has no source with probability p0, else source i with probability
+//   (1 - p0) exp(-tension |i/n - j/m|) / Z. Here a word stands at the middle of its share of the
+//   sentence, (i + 1/2) / n, so that first and last words are treated alike; Z is a plain sum, as
+//   it costs no more than the lexical table; and the tension is found by halving an interval until
+//   the model expects the distance that was observed, which is where the gradient of section 3 is
+//   0.
+// - Vogel, Ney and Tillmann, "HMM-based word alignment in statistical translation" (1996): source i
+//   after source k with probability c(i - k) / sum over l of c(l - k). The empty word keeps the
+//   position of the word before it, as in Och and Ney, "A systematic comparison of various
+//   statistical alignment models" (2003). Here c counts jumps beyond 40 words as one, the first
+//   word has counts of its own, a twentieth of the probability is spread evenly, and each link is
+//   also weighed by the diagonal model, to the power of `markov_tension`.
+// - Riley and Gildea, "Improving the IBM alignment models using variational Bayes" (2012): t is
+//   exp(digamma(c + prior)) / exp(digamma(sum of (c + prior))) of the expected counts c, which does
+//   not add up to one; the sum goes over the words that meet in some sentence, not all words.
+//
 // Expectations are summed in fixed point, so the result is the same to the bit
 // for any number of threads.
 #pragma once

@@ -1,7 +1,9 @@
 // Word alignments: which target word comes from which source word. A
 // DirectedAlignment is what a one-to-many model gives (each target word has one
 // source word or none), an Alignment is any set of links per sentence pair, and
-// symmetrize makes the second out of two of the first.
+// symmetrize makes the second out of two of the first: Koehn, Och and Marcu, "Statistical
+// phrase-based translation" (2003), section 3 grows the intersection over neighbours in the union;
+// "and" in the last step of grow-diag-final-and asks that both words of a link are still without.
 #pragma once
 
 #include <cstdint>

@@ -29,7 +29,7 @@ class RowSource {
 
   std::uint64_t number() const { return number_; }  // rows read so far
 
-  // Reads bytes of the text behind a file's compression, at most `size`, 0 at the end; -1 when it
+  // Reads bytes of the text after a file's compression, at most `size`, 0 at the end; -1 when it
   // is damaged.
   class Decoder {
    public:

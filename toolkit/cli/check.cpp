@@ -43,7 +43,7 @@ int check(const options_t& options) {
 void add_check(CLI::App& program, run_t& run) {
   const auto [command, options] = add_command<options_t>(
       program, run, "check",
-      "Check a model folder completely; each problem is a line: file, place, remedy", check);
+      "Check a model folder completely; each problem is a line: file, position, remedy", check);
   add_model_options(*command, options->model);
   command->add_flag("--no-manifest", options->no_manifest,
                     "Do not compare with the manifest, for a folder made by other means");

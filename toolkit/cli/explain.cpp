@@ -1,9 +1,9 @@
-// kora explain: the road of a sentence through the engine.
+// kora explain: the derivation of a sentence through the engine.
 #include <unistd.h>
 
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/explain/road.h"
+#include "toolkit/explain/derivation.h"
 #include "toolkit/io/atomic_file.h"
 #include "translator/text_translation.h"
 
@@ -23,19 +23,19 @@ int explain(const options_t& options) {
   const model_folder_t folder = open_model(options.model);
   require_translation(folder);
   const auto handle = open_handle(folder);
-  const std::vector<road_t> roads =
+  const std::vector<sentence_derivation_t> sentences =
       explain_line(*handle,
                    {folder.decoder.distortion_weight, folder.decoder.reordering_weight,
                     folder.decoder.lang_weight},
                    options.text, options.nbest);
   if (!options.html.empty()) {
-    write_file(options.html, std::string_view(road_as_html(roads)));
+    write_file(options.html, std::string_view(derivations_as_html(sentences)));
   }
   LineWriter writer(STDOUT_FILENO);
   if (options.json) {
-    writer.write(road_as_json(roads));
+    writer.write(derivations_as_json(sentences));
   } else if (options.html.empty()) {
-    writer.write(road_as_text(roads));
+    writer.write(derivations_as_text(sentences));
   }
   writer.flush();
   return kFine;
@@ -55,7 +55,7 @@ void add_explain(CLI::App& program, run_t& run) {
       ->capture_default_str();
   command->footer(
       "Examples:\n  kora explain 'Where is the station?'\n"
-      "  kora explain --html road.html 'Where is the station?'");
+      "  kora explain --html derivation.html 'Where is the station?'");
 }
 
 }  // namespace koralite::toolkit::cli

@@ -109,7 +109,7 @@ void add_lm(CLI::App& program, run_t& run) {
   add_model_options(*command, options->model);
   command->add_flag("--perplexity", options->total_only, "Only the sum of the whole text");
   command->footer(
-      "Words stand apart by blanks, as the decoder writes them.\n"
+      "Words stand apart by spaces, as the decoder writes them.\n"
       "Example:\n  kora lm -m models/en-zh --perplexity < words.zh");
 }
 

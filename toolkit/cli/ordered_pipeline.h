@@ -98,12 +98,12 @@ void run_ordered(std::size_t threads, Read&& read, Work&& work, Write&& write) {
     }
   };
 
-  std::vector<std::thread> pool;
-  for (std::size_t i = 0; i < threads; ++i) {
-    pool.emplace_back(run_worker, i);
-  }
-  pool.emplace_back(run_writer);
+  std::vector<std::jthread> pool;
   try {
+    for (std::size_t i = 0; i < threads; ++i) {
+      pool.emplace_back(run_worker, i);
+    }
+    pool.emplace_back(run_writer);
     std::string item;
     while (read(item)) {
       std::unique_lock lock(mutex);
@@ -125,9 +125,7 @@ void run_ordered(std::size_t threads, Read&& read, Work&& work, Write&& write) {
     at_end = true;
     changed.notify_all();
   }
-  for (std::thread& thread : pool) {
-    thread.join();
-  }
+  pool.clear();  // joins
   if (error) {
     std::rethrow_exception(error);
   }

@@ -77,7 +77,7 @@ int list(const options_t& options) {
   LineWriter writer(STDOUT_FILENO);
   writer.write("records\t" + std::to_string(info.records) + "\nbytes a record\t" +
                std::to_string(info.record_size) + "\nlongest line\t" +
-               std::to_string(info.longest_line) + "\nbytes behind the last record\t" +
+               std::to_string(info.longest_line) + "\nbytes after the last record\t" +
                std::to_string(info.trailing_bytes) + '\n');
   writer.flush();
   return kFine;
@@ -101,7 +101,7 @@ void add_resource(CLI::App& program, run_t& run) {
       ->check(CLI::IsMember({"lines", "rules", "entities", "recase"}))
       ->capture_default_str();
   packer->add_flag("--joined", options->joined,
-                   "Entities of a source language without blanks between words");
+                   "Entities of a source language without spaces between words");
 
   CLI::App* unpacker =
       add_command(*command, run, "unpack", "Print the lines of a resource file", unpack, options)

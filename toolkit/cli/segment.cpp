@@ -120,7 +120,7 @@ void add_segment(CLI::App& program, run_t& run) {
   builder->add_option("--surnames", options->surnames,
                       "Surnames, one a line: also writes OUTPUT-names");
   builder->add_option("--ambiguous", options->ambiguous,
-                      "Strings with a fixed segmentation, blanks between the words: also writes "
+                      "Strings with a fixed segmentation, spaces between the words: also writes "
                       "OUTPUT-ambiguous");
   builder->add_option("-o,--output", options->output, "The word list model")->required();
 

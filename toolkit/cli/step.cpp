@@ -6,7 +6,7 @@
 
 #include "toolkit/cli/command.h"
 #include "toolkit/cli/line_io.h"
-#include "toolkit/explain/road.h"
+#include "toolkit/explain/derivation.h"
 #include "toolkit/io/interrupt.h"
 
 namespace koralite::toolkit::cli {
@@ -94,7 +94,7 @@ void add_step(CLI::App& program, run_t& run) {
                       "whole chain; without "
                       "it the steps are listed");
   command->add_flag("--positions", options->positions,
-                    "Behind a TAB, for each byte the byte of the line that it came from");
+                    "After a TAB, for each byte the byte of the line that it came from");
   command->footer(
       "Examples:\n  kora step -m models/en-zh\n"
       "  echo \"It isn't.\" | kora step -m models/en-zh en --positions");

@@ -242,15 +242,14 @@ void add_translate(CLI::App& program, run_t& run) {
       command
           ->add_option("--nbest", options->nbest,
                        "For each line, taken as one sentence, the N best translations, a line "
-                       "each as TEXT ||| SCORE, and an empty line behind them")
+                       "each as TEXT ||| SCORE, and an empty line after them")
           ->check(CLI::Range(1, 10000));
   CLI::Option* alignment =
       command
-          ->add_option(
-              "--alignment", options->alignment,
-              "Behind each translation ' ||| ' and which parts belong together: 'words' as "
-              "i-j from 0 (of languages without blanks each character), 'bytes' as "
-              "first:last-first:last; words when not said")
+          ->add_option("--alignment", options->alignment,
+                       "After each translation ' ||| ' and which parts belong together: 'words' as "
+                       "i-j from 0 (of languages without spaces each character), 'bytes' as "
+                       "first:last-first:last; words when not said")
           ->expected(0, 1)
           ->check(CLI::IsMember({"words", "bytes"}))
           ->excludes(nbest);
@@ -262,7 +261,7 @@ void add_translate(CLI::App& program, run_t& run) {
       ->excludes(fast);
   CLI::Option* raw = command->add_flag(
       "--raw", options->raw,
-      "The bare engine: nothing is protected, and blanks are not kept as they are");
+      "The bare engine: nothing is protected, and spaces are not kept as they are");
   command
       ->add_option("--glossary", options->glossaries,
                    "A table of terms, source TAB target, an empty target to keep the source; may "

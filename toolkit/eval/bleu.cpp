@@ -5,6 +5,7 @@
 #include <stdexcept>
 
 #include "kora/kora.h"
+#include "toolkit/eval/sentence_scores.h"
 #include "toolkit/io/text_form.h"
 
 namespace koralite::toolkit {
@@ -92,16 +93,8 @@ BleuScore bleu(const BleuStats& stats) {
 BleuScorer::BleuScorer(std::span<const std::vector<std::string>> references,
                        const BleuOptions& options)
     : options_(options), references_(references.size()) {
-  if (references.empty()) {
-    throw std::runtime_error("scoring needs a reference");
-  }
-  sentences_.resize(references[0].size());
+  sentences_.resize(sentence_count(references));
   for (const std::vector<std::string>& reference : references) {
-    if (reference.size() != sentences_.size()) {
-      throw std::runtime_error(
-          "the references have different numbers of lines: " + std::to_string(sentences_.size()) +
-          " and " + std::to_string(reference.size()));
-    }
     for (std::size_t i = 0; i < reference.size(); ++i) {
       const std::vector<std::uint64_t> cut = words(reference[i]);
       sentences_[i].lengths.push_back(static_cast<std::int64_t>(cut.size()));
@@ -184,15 +177,7 @@ BleuStats BleuScorer::sentence(std::size_t index, std::string_view translation) 
 }
 
 std::vector<BleuStats> BleuScorer::sentences(std::span<const std::string> translations) const {
-  if (translations.size() != size()) {
-    throw std::runtime_error("there are " + std::to_string(translations.size()) +
-                             " translations for " + std::to_string(size()) + " references");
-  }
-  std::vector<BleuStats> all;
-  for (std::size_t i = 0; i < size(); ++i) {
-    all.push_back(sentence(i, translations[i]));
-  }
-  return all;
+  return sentence_scores(*this, translations);
 }
 
 std::string BleuScorer::signature() const {

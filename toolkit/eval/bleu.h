@@ -1,6 +1,10 @@
 // BLEU, from sentences to a corpus score. A BleuScorer holds the references of
 // a test set, cut into words and counted once; scoring a translation against
 // them is read-only and safe from any number of threads.
+//
+// Papineni, Roukos, Ward and Zhu, "BLEU: a method for automatic evaluation of machine translation"
+// (2002), section 2.3: exp(min(0, 1 - r / c) + mean of ln p_n) for n of 1 to 4, with c the words of
+// the translations and r the sum of the reference lengths closest to each of them.
 #pragma once
 
 #include <array>

@@ -2,6 +2,13 @@
 // another: resampling of the test sentences with replacement. Works on any
 // per-sentence statistics that add up to the corpus's, and gives the same
 // figures for the same seed everywhere.
+//
+// Koehn, "Statistical significance tests for machine translation evaluation" (2004): the interval
+// that holds 95 of 100 scores of test sets drawn from the test set, and paired resampling. Where
+// that paper counts how often the better system wins, p here is that of Riezler and Maxwell, "On
+// some pitfalls in automatic evaluation and significance testing for MT" (2005), figure 2: how
+// often the resampled difference is as far from its mean as the real difference is from 0. One is
+// added to both numbers, so that no p is 0.
 #pragma once
 
 #include <algorithm>

@@ -4,6 +4,7 @@
 #include <stdexcept>
 
 #include "kora/kora.h"
+#include "toolkit/eval/sentence_scores.h"
 #include "toolkit/eval/tokenizer.h"
 
 namespace koralite::toolkit {
@@ -40,16 +41,8 @@ double chrf(const ChrfStats& stats, double beta) {
 
 ChrfScorer::ChrfScorer(std::span<const std::vector<std::string>> references, bool lower_case)
     : lower_case_(lower_case), references_(references.size()) {
-  if (references.empty()) {
-    throw std::runtime_error("scoring needs a reference");
-  }
-  sentences_.resize(references[0].size());
+  sentences_.resize(sentence_count(references));
   for (const std::vector<std::string>& reference : references) {
-    if (reference.size() != sentences_.size()) {
-      throw std::runtime_error(
-          "the references have different numbers of lines: " + std::to_string(sentences_.size()) +
-          " and " + std::to_string(reference.size()));
-    }
     for (std::size_t i = 0; i < reference.size(); ++i) {
       sentences_[i].push_back(grams(reference[i]));
     }
@@ -107,15 +100,7 @@ ChrfStats ChrfScorer::sentence(std::size_t index, std::string_view translation) 
 }
 
 std::vector<ChrfStats> ChrfScorer::sentences(std::span<const std::string> translations) const {
-  if (translations.size() != size()) {
-    throw std::runtime_error("there are " + std::to_string(translations.size()) +
-                             " translations for " + std::to_string(size()) + " references");
-  }
-  std::vector<ChrfStats> all;
-  for (std::size_t i = 0; i < size(); ++i) {
-    all.push_back(sentence(i, translations[i]));
-  }
-  return all;
+  return sentence_scores(*this, translations);
 }
 
 std::string ChrfScorer::signature() const {

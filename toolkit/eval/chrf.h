@@ -1,7 +1,12 @@
-// chrF: how many character n-grams (1 to 6 signs, blanks left out) translation
+// chrF: how many character n-grams (1 to 6 signs, spaces left out) translation
 // and reference share, recall counting beta times as much as precision. A
 // ChrfScorer holds the references, counted once; scoring is read-only and safe
 // from any number of threads.
+//
+// Popović, "chrF: character n-gram F-score for automatic MT evaluation" (2015), section 2, formula
+// 1: (1 + beta^2) P R / (beta^2 P + R), P and R the means over n of the n-gram precisions and
+// recalls. Here n-grams are summed over the corpus before the division, and an n for which one side
+// has no n-gram at all is left out of the means.
 #pragma once
 
 #include <array>

@@ -1,7 +1,7 @@
 // How a line is cut into words before it is scored. The rules are those that
 // published scores are made with, so that figures can be compared: "13a" for
-// languages with blanks, "zh" for Chinese (each Chinese sign by itself, the rest
-// as 13a), "char" (each sign by itself) and "none" (at blanks).
+// languages with spaces, "zh" for Chinese (each Chinese sign by itself, the rest
+// as 13a), "char" (each sign by itself) and "none" (at spaces).
 #pragma once
 
 #include <string>

@@ -13,7 +13,7 @@
 
 namespace koralite::toolkit {
 
-// First and last byte of each word. Words stand apart by blanks; each character
+// First and last byte of each word. Words stand apart by spaces; each character
 // outside ASCII is a word of its own when `by_character` is set.
 std::vector<std::pair<std::size_t, std::size_t>> word_ranges(std::string_view text,
                                                              bool by_character);

@@ -57,13 +57,12 @@ void parallel_for(std::size_t count, unsigned threads, Body&& body, const Progre
       }
     }
   };
-  std::vector<std::thread> helpers;
-  for (unsigned worker = 1; worker < threads && worker < count; ++worker) {
-    helpers.emplace_back(work, worker);
-  }
-  work(0);
-  for (std::thread& helper : helpers) {
-    helper.join();
+  {
+    std::vector<std::jthread> helpers;  // end with this block
+    for (unsigned worker = 1; worker < threads && worker < count; ++worker) {
+      helpers.emplace_back(work, worker);
+    }
+    work(0);
   }
   if (error) {
     std::rethrow_exception(error);
@@ -82,7 +81,7 @@ void parallel_blocks(std::size_t count, std::size_t block, unsigned threads, Bod
                progress, stage);
 }
 
-// Fixed-point with 32 bits behind the point: sums of such numbers are exact, so
+// Fixed-point with 32 bits after the point: sums of such numbers are exact, so
 // any thread may add any part at any time and the total is always the same.
 inline std::uint64_t to_fixed(double value) {
   return static_cast<std::uint64_t>(std::llround(value * 4294967296.0));

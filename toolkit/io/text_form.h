@@ -7,7 +7,7 @@
 
 namespace koralite::toolkit {
 
-// A number with so many digits behind the point.
+// A number with so many digits after the point.
 std::string fixed(double value, int digits);
 
 // All words with `between` between them.

@@ -6,6 +6,10 @@
 // back-off would give without it. N-grams that serve longer ones as context go
 // last, because their back-off weight would be lost for all of these; n-grams with
 // longer ones below them stay while those stay. Borrows the n-grams; one thread.
+//
+// The measure is the weighted difference of Seymore and Rosenfeld, "Scalable backoff language
+// models" (1996), with the model's own probability of the sequence for its count, which a packed
+// model no longer has, and the distance without its sign, as back-off can also give too much.
 #pragma once
 
 #include <cstddef>

@@ -20,6 +20,14 @@ struct NgramOptions {
   std::vector<std::uint32_t> min_counts;
   // N-grams are dropped while that changes the model's entropy (relative, in
   // nats, weighted by how often their context was seen) by less than this.
+  //
+  // Stolcke, "Entropy-based pruning of backoff language models" (1998): dropping w after h costs
+  // -p(h) (p(w|h) (ln p(w|h') + ln a'(h) - ln p(w|h)) + (ln a'(h) - ln a(h)) r(h)), with h' the
+  // shorter context, a and a' the back-off weight before and after, and r what h leaves over for
+  // words without an n-gram. Here p(h) is the share of the text's words that follow h: the
+  // probabilities of shorter n-grams are those of back-off under Kneser-Ney smoothing and would
+  // give h too little or too much. The limit is of the cost itself, not of the perplexity's change,
+  // and the n-grams of one order are judged each as if the others stayed.
   double entropy_threshold = 0;
   unsigned threads = 0;  ///< 0: all cores
 };

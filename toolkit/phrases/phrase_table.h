@@ -27,8 +27,12 @@ enum class OrientationModel {
 };
 
 enum class PhraseSmoothing {
-  kNone,       // plain relative frequencies
-  kKneserNey,  // modified Kneser-Ney discounts, backed off to the number of partners
+  kNone,  // plain relative frequencies
+  // Modified Kneser-Ney, after Foster, Kuhn and Johnson, "Phrasetable smoothing for statistical
+  // machine translation" (2006): p(t | s) = (c(s, t) - D) / c(s) + what the discounts of s freed,
+  // times the share that t has of all different pairs. One set of discounts
+  // (toolkit/lm/discounts.h) serves both ways.
+  kKneserNey,
 };
 
 struct PhraseOptions {
@@ -88,6 +92,12 @@ PhraseStatistics build_phrase_table(const Bitext& bitext, const Alignment& align
 
 // -ln of the probability that, of `sentences` pairs, at least `both` hold source
 // and target phrase when `source` and `target` hold one each and chance decides.
+//
+// Johnson, Martin, Foster and Kuhn, "Improving translation quality by discarding most of the
+// phrasetable" (2007): Fisher's exact test, the tail k >= both of the hypergeometric distribution
+// C(source, k) C(sentences - source, target - k) / C(sentences, target). A pair that was seen once,
+// of phrases that were seen once, has ln(sentences). The numbers are of sentences in which the
+// phrase was extracted, not of all in which its words stand.
 double fisher_significance(std::uint64_t both, std::uint64_t source, std::uint64_t target,
                            std::uint64_t sentences);
 

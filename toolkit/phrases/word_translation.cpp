@@ -79,40 +79,50 @@ double WordTranslation::backward(WordId source, WordId target) const {
   return total > 0 ? count(source, target) / total : 0;
 }
 
-double WordTranslation::forward_weight(std::span<const WordId> source,
-                                       std::span<const WordId> target, std::uint64_t links) const {
+namespace {
+
+// The product over `words` of each one's mean probability given the words it is linked with, or
+// given the empty word. linked(i, k) and probability(i, k) are of word i and other word k.
+template <class Linked, class Probability, class Alone>
+double lexical_weight(std::size_t words, std::size_t others, Linked&& linked,
+                      Probability&& probability, Alone&& alone) {
   double weight = 1;
-  for (std::size_t t = 0; t < target.size(); ++t) {
+  for (std::size_t i = 0; i < words; ++i) {
     double sum = 0;
-    int linked = 0;
-    for (std::size_t s = 0; s < source.size(); ++s) {
-      if ((links >> (s * 8 + t) & 1U) == 0) {
-        continue;
+    int links = 0;
+    for (std::size_t k = 0; k < others; ++k) {
+      if (linked(i, k)) {
+        sum += probability(i, k);
+        ++links;
       }
-      sum += forward(source[s], target[t]);
-      ++linked;
     }
-    weight *= linked > 0 ? sum / linked : forward(kEmpty, target[t]);
+    weight *= links > 0 ? sum / links : alone(i);
   }
   return weight;
 }
 
+bool has_link(std::uint64_t links, std::size_t source, std::size_t target) {
+  return (links >> (source * 8 + target) & 1U) != 0;
+}
+
+}  // namespace
+
+double WordTranslation::forward_weight(std::span<const WordId> source,
+                                       std::span<const WordId> target, std::uint64_t links) const {
+  return lexical_weight(
+      target.size(), source.size(),
+      [&](std::size_t t, std::size_t s) { return has_link(links, s, t); },
+      [&](std::size_t t, std::size_t s) { return forward(source[s], target[t]); },
+      [&](std::size_t t) { return forward(kEmpty, target[t]); });
+}
+
 double WordTranslation::backward_weight(std::span<const WordId> source,
                                         std::span<const WordId> target, std::uint64_t links) const {
-  double weight = 1;
-  for (std::size_t s = 0; s < source.size(); ++s) {
-    double sum = 0;
-    int linked = 0;
-    for (std::size_t t = 0; t < target.size(); ++t) {
-      if ((links >> (s * 8 + t) & 1U) == 0) {
-        continue;
-      }
-      sum += backward(source[s], target[t]);
-      ++linked;
-    }
-    weight *= linked > 0 ? sum / linked : backward(source[s], kEmpty);
-  }
-  return weight;
+  return lexical_weight(
+      source.size(), target.size(),
+      [&](std::size_t s, std::size_t t) { return has_link(links, s, t); },
+      [&](std::size_t s, std::size_t t) { return backward(source[s], target[t]); },
+      [&](std::size_t s) { return backward(source[s], kEmpty); });
 }
 
 }  // namespace koralite::toolkit

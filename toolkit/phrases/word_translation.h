@@ -1,6 +1,11 @@
 // Word translation probabilities counted from a symmetric alignment, and the
 // lexical weight that they give a phrase pair. Immutable once built, safe to
 // read from any number of threads.
+//
+// Koehn, Och and Marcu, "Statistical phrase-based translation" (2003), on lexical weighting:
+// w(t | s) = c(s, t) / c(s), links with the empty word included, and the weight of a pair is the
+// product over its target words of the mean of w over their links. A pair that was extracted with
+// several alignments has the weight of the most frequent one, not the largest weight of all.
 #pragma once
 
 #include <cstdint>

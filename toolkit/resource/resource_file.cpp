@@ -121,7 +121,7 @@ void require_resource_file(const std::string& path) {
   for (std::uint64_t i = 0; reader.read_bytes(width, record); ++i) {
     common::unscramble_record(record, line);
     if (!std::ranges::equal(record, scramble_record(line, width))) {
-      throw std::runtime_error("no resource file: bytes behind the end of record " +
+      throw std::runtime_error("no resource file: bytes after the end of record " +
                                std::to_string(i));
     }
   }

@@ -19,7 +19,7 @@ void write_resource_file(const std::string& path, std::span<const std::string> l
                          std::uint32_t record_size = 0);
 
 // All lines of a resource file. Throws as DesFileReader.
-// Throws std::runtime_error unless the file is made of whole records whose bytes behind the end of
+// Throws std::runtime_error unless the file is made of whole records whose bytes after the end of
 // the line are zero, as writers leave them.
 void require_resource_file(const std::string& path);
 

@@ -262,11 +262,11 @@ class Parser {
     }
     const std::vector<std::string> fields = split(line, kSeparator);
     if (fields.size() != 3 && fields.size() != 5) {
-      fail("a rule has 3 fields, or 5 (an empty one is written as one blank): " + line);
+      fail("a rule has 3 fields, or 5 (an empty one is written as one space): " + line);
     }
     for (const std::string& field : fields) {
       if (field.empty()) {
-        fail("a field is empty (write one blank): " + line);
+        fail("a field is empty (write one space): " + line);
       }
     }
     const std::size_t read = check_pattern(fields[0], true);

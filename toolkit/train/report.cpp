@@ -24,7 +24,7 @@ std::string megabytes(std::uint64_t bytes) {
   return fixed(static_cast<double>(bytes) / 1e6, 2) + " MB";
 }
 
-// A table; the first row is its head. Columns behind the first are figures unless told otherwise.
+// A table; the first row is its head. Columns after the first are figures unless told otherwise.
 std::string table(const std::vector<row_t>& rows, bool figures = true) {
   std::string text = "<table>\n";
   for (std::size_t r = 0; r < rows.size(); ++r) {
@@ -82,7 +82,7 @@ constexpr std::string_view kBody = "<!-- body -->\n";
 }  // namespace
 
 std::string format_report(const train_result_t& result, const manifest_t& manifest) {
-  // What stands before and behind the body.
+  // What stands before and after the body.
   const std::size_t middle = kReportPage.find(kBody);
   std::string page(kReportPage.substr(0, middle));
   page += "<h1>Training report</h1>\n<h2>Made from</h2>\n";

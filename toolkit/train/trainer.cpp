@@ -64,7 +64,7 @@ std::string decimal(double value) {
   return {buffer, result.ptr};
 }
 
-// The number behind the first blank of a line that this program wrote.
+// The number after the first blank of a line that this program wrote.
 double number_in(const std::string& line) {
   double value = 0;
   std::from_chars(line.data() + line.find(' ') + 1, line.data() + line.size(), value);

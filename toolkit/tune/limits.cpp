@@ -28,7 +28,7 @@ std::size_t count_words(std::span<const std::string> lines) {
   for (const std::string& line : lines) {
     char before = ' ';
     for (const char c : line) {
-      // A word begins behind a blank; signs of more than two bytes are words by themselves.
+      // A word begins after a blank; signs of more than two bytes are words by themselves.
       count += (c != ' ' && before == ' ') || (static_cast<unsigned char>(c) >= 0xE3U) ? 1U : 0U;
       before = c;
     }

@@ -4,6 +4,15 @@
 // points, all of which are found exactly (the upper envelope of straight
 // lines), so a line is searched completely, not sampled.
 //
+// Och, "Minimum error rate training in statistical machine translation" (2003), section 5: along
+// weights + x direction the score of a candidate is the line offset + x slope, so the corpus score
+// is constant between the points where a sentence's upper envelope changes. The envelope is built
+// by one pass over the lines in order of slope, as in the sweep of Macherey, Och, Thayer and
+// Uszkoreit, "Lattice-based minimum error rate training for statistical machine translation"
+// (2008). Here the weights step to the middle of the best stretch, directions are the axes and
+// random ones, translations that are too long cost something, and the mean of several optima is
+// tried in the end.
+//
 // Deterministic for any number of threads: each restart has its own random
 // numbers, and of equal results the first restart's is taken.
 #pragma once

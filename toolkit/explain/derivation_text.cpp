@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
-#include "toolkit/explain/road.h"
-#include "toolkit/explain/road_words.h"
+#include "toolkit/explain/derivation.h"
+#include "toolkit/explain/derivation_words.h"
 
 namespace koralite::toolkit {
 
@@ -28,18 +28,18 @@ std::string padded_left(const std::string& text, std::size_t columns) {
   return std::string(columns - std::min(columns, width(text)), ' ') + text;
 }
 
-void put_steps(std::string& out, const char* title, const std::vector<road_step_t>& steps) {
+void put_steps(std::string& out, const char* title, const std::vector<derivation_step_t>& steps) {
   if (steps.empty()) {
     return;
   }
   out += std::string(title) + '\n';
-  for (const road_step_t& step : steps) {
+  for (const derivation_step_t& step : steps) {
     out += "  " + padded(step.name, 28) + " [" + step.after + "]\n";
   }
 }
 
 // Source words across, target phrases down.
-void put_picture(std::string& out, const road_part_t& part) {
+void put_picture(std::string& out, const derivation_part_t& part) {
   if (part.search.derivations.empty()) {
     out += "  (the search found nothing)\n";
     return;
@@ -50,7 +50,7 @@ void put_picture(std::string& out, const road_part_t& part) {
     left = std::max(left, width(step.text));
   }
   out += "  " + std::string(left + 2, ' ');
-  for (const road_word_t& word : part.words) {
+  for (const derivation_word_t& word : part.words) {
     out += word.word + "  ";
   }
   out += "\n";
@@ -69,7 +69,7 @@ void put_picture(std::string& out, const road_part_t& part) {
   }
 }
 
-void put_scores(std::string& out, const road_part_t& part) {
+void put_scores(std::string& out, const derivation_part_t& part) {
   if (part.search.derivations.empty()) {
     return;
   }
@@ -83,7 +83,7 @@ void put_scores(std::string& out, const road_part_t& part) {
   for (std::size_t k = 0; k < best.steps.size(); ++k) {
     const auto& step = best.steps[k];
     const auto& option = part.search.options[step.option];
-    const road_scores_t& scores = part.scores[k];
+    const derivation_scores_t& scores = part.scores[k];
     out += " ";
     for (const float value : {scores.phrase, scores.language, scores.reordering, scores.distortion,
                               scores.running, step.future, scores.running + step.future}) {
@@ -95,7 +95,7 @@ void put_scores(std::string& out, const road_part_t& part) {
          "\n";
 }
 
-void put_options(std::string& out, const road_part_t& part) {
+void put_options(std::string& out, const derivation_part_t& part) {
   out += "Options\n";
   int start = -1;
   int end = -1;
@@ -113,17 +113,17 @@ void put_options(std::string& out, const road_part_t& part) {
   }
 }
 
-nlohmann::json steps_json(const std::vector<road_step_t>& steps) {
+nlohmann::json steps_json(const std::vector<derivation_step_t>& steps) {
   auto list = nlohmann::json::array();
-  for (const road_step_t& step : steps) {
+  for (const derivation_step_t& step : steps) {
     list.push_back({{"name", step.name}, {"before", step.before}, {"after", step.after}});
   }
   return list;
 }
 
-nlohmann::json words_json(const std::vector<road_word_t>& words) {
+nlohmann::json words_json(const std::vector<derivation_word_t>& words) {
   auto list = nlohmann::json::array();
-  for (const road_word_t& word : words) {
+  for (const derivation_word_t& word : words) {
     nlohmann::json item = {{"word", word.word}};
     if (!word.translation.empty()) {
       item["translation"] = word.translation;
@@ -136,7 +136,7 @@ nlohmann::json words_json(const std::vector<road_word_t>& words) {
   return list;
 }
 
-nlohmann::json part_json(const road_part_t& part) {
+nlohmann::json part_json(const derivation_part_t& part) {
   auto options = nlohmann::json::array();
   for (const auto& option : part.search.options) {
     options.push_back({{"start", option.start},
@@ -176,15 +176,15 @@ nlohmann::json part_json(const road_part_t& part) {
 
 }  // namespace
 
-std::string road_as_text(const std::vector<road_t>& roads) {
+std::string derivations_as_text(const std::vector<sentence_derivation_t>& sentences) {
   std::string out;
-  for (const road_t& road : roads) {
-    out += "Source\n  " + road.source + "\n";
-    put_steps(out, "Text steps that changed something", road.steps);
-    put_steps(out, "Word steps that changed something", road.word_steps);
-    for (const road_part_t& part : road.parts) {
+  for (const sentence_derivation_t& derivation : sentences) {
+    out += "Source\n  " + derivation.source + "\n";
+    put_steps(out, "Text steps that changed something", derivation.steps);
+    put_steps(out, "Word steps that changed something", derivation.word_steps);
+    for (const derivation_part_t& part : derivation.parts) {
       out += "Words\n ";
-      for (const road_word_t& word : part.words) {
+      for (const derivation_word_t& word : part.words) {
         out += " " + word_text(word);
       }
       out += "\n";
@@ -193,35 +193,35 @@ std::string road_as_text(const std::vector<road_t>& roads) {
       put_picture(out, part);
       put_scores(out, part);
     }
-    if (!road.marks.empty()) {
+    if (!derivation.marks.empty()) {
       out += "Marks kept from the search\n ";
-      for (const road_word_t& mark : road.marks) {
+      for (const derivation_word_t& mark : derivation.marks) {
         out += " " + mark.word;
       }
       out += "\n";
     }
-    out += "Decoded\n  " + road.decoded + "\n";
-    put_steps(out, "Steps that wrote the result", road.post_steps);
-    out += "Result\n  " + road.output + "\n\n";
+    out += "Decoded\n  " + derivation.decoded + "\n";
+    put_steps(out, "Steps that wrote the result", derivation.post_steps);
+    out += "Result\n  " + derivation.output + "\n\n";
   }
   return out;
 }
 
-std::string road_as_json(const std::vector<road_t>& roads) {
+std::string derivations_as_json(const std::vector<sentence_derivation_t>& sentences) {
   auto list = nlohmann::json::array();
-  for (const road_t& road : roads) {
+  for (const sentence_derivation_t& derivation : sentences) {
     auto parts = nlohmann::json::array();
-    for (const road_part_t& part : road.parts) {
+    for (const derivation_part_t& part : derivation.parts) {
       parts.push_back(part_json(part));
     }
-    list.push_back({{"source", road.source},
-                    {"steps", steps_json(road.steps)},
-                    {"word_steps", steps_json(road.word_steps)},
+    list.push_back({{"source", derivation.source},
+                    {"steps", steps_json(derivation.steps)},
+                    {"word_steps", steps_json(derivation.word_steps)},
                     {"parts", std::move(parts)},
-                    {"marks", words_json(road.marks)},
-                    {"decoded", road.decoded},
-                    {"post_steps", steps_json(road.post_steps)},
-                    {"output", road.output}});
+                    {"marks", words_json(derivation.marks)},
+                    {"decoded", derivation.decoded},
+                    {"post_steps", steps_json(derivation.post_steps)},
+                    {"output", derivation.output}});
   }
   // Text of any bytes is survived: what is no UTF-8 becomes U+FFFD.
   return list.dump(1, ' ', false, nlohmann::json::error_handler_t::replace) + '\n';

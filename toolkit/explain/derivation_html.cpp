@@ -3,9 +3,9 @@
 #include <string_view>
 #include <utility>
 
-#include "road_page.h"
-#include "toolkit/explain/road.h"
-#include "toolkit/explain/road_words.h"
+#include "derivation_page.h"
+#include "toolkit/explain/derivation.h"
+#include "toolkit/explain/derivation_words.h"
 #include "toolkit/io/text_form.h"
 
 namespace koralite::toolkit {
@@ -15,22 +15,22 @@ namespace {
 constexpr std::size_t kOptionsShown = 6;  // of each span
 constexpr std::string_view kSections = "<!-- sections -->\n";
 
-void put_steps(std::string& out, const char* title, const std::vector<road_step_t>& steps) {
+void put_steps(std::string& out, const char* title, const std::vector<derivation_step_t>& steps) {
   if (steps.empty()) {
     return;
   }
   out += std::string("<h2>") + title + "</h2><table>";
-  for (const road_step_t& step : steps) {
+  for (const derivation_step_t& step : steps) {
     out += "<tr><td>" + escape_html(step.name) + "</td><td><code>" + escape_html(step.before) +
            "</code></td><td>→ <code>" + escape_html(step.after) + "</code></td></tr>\n";
   }
   out += "</table>\n";
 }
 
-// One part of a road. `key` begins the names that link the places of one phrase on the page.
+// One part of a derivation. `key` begins the names that link the places of one phrase on the page.
 class PartPage {
  public:
-  PartPage(std::string& out, const road_part_t& part, std::string key)
+  PartPage(std::string& out, const derivation_part_t& part, std::string key)
       : out_(out),
         part_(part),
         best_(part.search.derivations.front()),
@@ -63,7 +63,7 @@ class PartPage {
   }
 
   std::string hover(std::size_t step) const {
-    const road_scores_t& scores = part_.scores[step];
+    const derivation_scores_t& scores = part_.scores[step];
     return " title=\"phrase " + score_text(scores.phrase) + "&#10;language model " +
            score_text(scores.language) + "&#10;order " + score_text(scores.reordering) +
            "&#10;distortion " + score_text(scores.distortion) + "&#10;running total " +
@@ -96,7 +96,7 @@ class PartPage {
         "<th class=n>still to come</tr>\n";
     for (std::size_t k = 0; k < best_.steps.size(); ++k) {
       const auto& step = best_.steps[k];
-      const road_scores_t& scores = part_.scores[k];
+      const derivation_scores_t& scores = part_.scores[k];
       out_ += "<tr><td><span class=p" + link(k) + ">" +
               escape_html(words_between(part_, option(k).start, option(k).end)) +
               "</span></td><td>" + escape_html(step.text) + "</td>";
@@ -134,7 +134,7 @@ class PartPage {
         "<h2>Options of each span <small>best first; the chosen one is coloured</small></h2>"
         "<div class=scroll><div class=grid style=\"grid-template-columns:repeat(" +
         std::to_string(part_.words.size()) + ",minmax(5rem,1fr))\">\n";
-    for (const road_word_t& word : part_.words) {
+    for (const derivation_word_t& word : part_.words) {
       out_ += "<div class=w>" + escape_html(word_text(word)) + "</div>";
     }
     const auto& options = part_.search.options;
@@ -162,7 +162,7 @@ class PartPage {
   }
 
   std::string& out_;
-  const road_part_t& part_;
+  const derivation_part_t& part_;
   const decoder::derivation_t& best_;
   std::string key_;
   std::vector<std::size_t> step_of_;           // by source word
@@ -171,36 +171,36 @@ class PartPage {
 
 }  // namespace
 
-std::string road_as_html(const std::vector<road_t>& roads) {
-  // What stands before and behind the sections.
-  const std::size_t middle = kRoadPage.find(kSections);
-  std::string out(kRoadPage.substr(0, middle));
-  for (std::size_t r = 0; r < roads.size(); ++r) {
-    const road_t& road = roads[r];
-    out += "<section><div class=out>" + escape_html(road.source) + "</div>\n<div class=out>" +
-           escape_html(road.output) + "</div>\n";
-    put_steps(out, "Text steps that changed something", road.steps);
-    put_steps(out, "Word steps that changed something", road.word_steps);
+std::string derivations_as_html(const std::vector<sentence_derivation_t>& sentences) {
+  // What stands before and after the sections.
+  const std::size_t middle = kDerivationPage.find(kSections);
+  std::string out(kDerivationPage.substr(0, middle));
+  for (std::size_t r = 0; r < sentences.size(); ++r) {
+    const sentence_derivation_t& derivation = sentences[r];
+    out += "<section><div class=out>" + escape_html(derivation.source) + "</div>\n<div class=out>" +
+           escape_html(derivation.output) + "</div>\n";
+    put_steps(out, "Text steps that changed something", derivation.steps);
+    put_steps(out, "Word steps that changed something", derivation.word_steps);
     out += "<h2>Phrases <small>hover for scores</small></h2>\n";
-    for (std::size_t p = 0; p < road.parts.size(); ++p) {
-      if (road.parts[p].search.derivations.empty()) {
+    for (std::size_t p = 0; p < derivation.parts.size(); ++p) {
+      if (derivation.parts[p].search.derivations.empty()) {
         continue;
       }
-      PartPage(out, road.parts[p], std::to_string(r) + "-" + std::to_string(p) + "-").put();
+      PartPage(out, derivation.parts[p], std::to_string(r) + "-" + std::to_string(p) + "-").put();
     }
-    if (!road.marks.empty()) {
+    if (!derivation.marks.empty()) {
       out += "<h2>Marks kept from the search</h2><code>";
-      for (const road_word_t& mark : road.marks) {
+      for (const derivation_word_t& mark : derivation.marks) {
         out += escape_html(mark.word) + " ";
       }
       out.back() = '<';
       out += "/code>\n";
     }
-    out += "<h2>Decoded</h2><code>" + escape_html(road.decoded) + "</code>\n";
-    put_steps(out, "Steps that wrote the result", road.post_steps);
+    out += "<h2>Decoded</h2><code>" + escape_html(derivation.decoded) + "</code>\n";
+    put_steps(out, "Steps that wrote the result", derivation.post_steps);
     out += "</section>\n";
   }
-  return out.append(kRoadPage.substr(middle + kSections.size()));
+  return out.append(kDerivationPage.substr(middle + kSections.size()));
 }
 
 }  // namespace koralite::toolkit

@@ -1,9 +1,9 @@
-#include "toolkit/explain/road.h"
+#include "toolkit/explain/derivation.h"
 
 #include <cstdio>
 #include <stdexcept>
 
-#include "toolkit/explain/road_words.h"
+#include "toolkit/explain/derivation_words.h"
 #include "translator/text_translation.h"
 
 namespace koralite::toolkit {
@@ -13,9 +13,7 @@ namespace {
 using textProcess::ProcessStr;
 using textProcess::ProcessWordSeq;
 
-constexpr std::size_t kPart = 32;  // words that are searched together
-
-road_word_t copy(const common::word_node_t& node) {
+derivation_word_t copy(const common::word_node_t& node) {
   return {node.word, node.translation != nullptr ? node.translation : "",
           node.tag != nullptr ? node.tag : ""};
 }
@@ -32,9 +30,9 @@ std::string text_of(const ProcessWordSeq& words) {
 }
 
 // Cuts the prepared text into words and runs the word chain over them; gives what changed them.
-std::vector<road_step_t> run_word_chain(textProcess::AbstractPreprocessor& preprocessor,
-                                        const ProcessStr& str) {
-  std::vector<road_step_t> changes;
+std::vector<derivation_step_t> run_word_chain(textProcess::AbstractPreprocessor& preprocessor,
+                                              const ProcessStr& str) {
+  std::vector<derivation_step_t> changes;
   ProcessWordSeq words(false);
   std::string before = str.text();
   const auto run = [&](const std::string& name, int code) {
@@ -54,7 +52,7 @@ std::vector<road_step_t> run_word_chain(textProcess::AbstractPreprocessor& prepr
   return changes;
 }
 
-void weigh(const road_weights_t& weights, road_part_t& part) {
+void weigh(const derivation_weights_t& weights, derivation_part_t& part) {
   part.weights = weights;
   if (part.search.derivations.empty()) {
     return;
@@ -70,13 +68,14 @@ void weigh(const road_weights_t& weights, road_part_t& part) {
   }
 }
 
-road_t explain_sentence(translator::TransImpl& handle, const road_weights_t& weights,
-                        const std::string& sentence, unsigned derivations) {
-  road_t road;
-  road.source = sentence;
+sentence_derivation_t explain_sentence(translator::TransImpl& handle,
+                                       const derivation_weights_t& weights,
+                                       const std::string& sentence, unsigned derivations) {
+  sentence_derivation_t derivation;
+  derivation.source = sentence;
   ProcessStr shown(false, sentence);
-  road.steps = run_chain(handle.preprocessor().string_chain(), shown);
-  road.word_steps = run_word_chain(handle.preprocessor(), shown);
+  derivation.steps = run_chain(handle.preprocessor().string_chain(), shown);
+  derivation.word_steps = run_word_chain(handle.preprocessor(), shown);
 
   ProcessStr str(false, sentence);
   ProcessWordSeq words(false);
@@ -84,12 +83,12 @@ road_t explain_sentence(translator::TransImpl& handle, const road_weights_t& wei
   ProcessWordSeq removed(false);
   handle.TruncatePunct(words, removed);
   for (const common::word_node_t& node : removed.words()) {
-    road.marks.push_back(copy(node));
+    derivation.marks.push_back(copy(node));
   }
   const decoder::Decoder::words_t all = words.words();
-  for (std::size_t begin = 0; begin < all.size(); begin += kPart) {
-    const auto span = all.subspan(begin, std::min(kPart, all.size() - begin));
-    road_part_t& part = road.parts.emplace_back();
+  for (std::size_t begin = 0; begin < all.size(); begin += decoder::Decoder::kMaxWords) {
+    const auto span = decoder::Decoder::chunk(all, begin);
+    derivation_part_t& part = derivation.parts.emplace_back();
     for (const common::word_node_t& node : span) {
       part.words.push_back(copy(node));
     }
@@ -101,11 +100,11 @@ road_t explain_sentence(translator::TransImpl& handle, const road_weights_t& wei
   ProcessWordSeq fresh(false);
   handle.DoPreprocess(again, fresh);
   std::string log;
-  handle.translator().Translate(fresh, road.decoded, log);
-  ProcessStr result(false, road.decoded);
-  road.post_steps = run_chain(handle.postprocessor().string_chain(), result);
-  road.output = result.text();
-  return road;
+  handle.translator().Translate(fresh, derivation.decoded, log);
+  ProcessStr result(false, derivation.decoded);
+  derivation.post_steps = run_chain(handle.postprocessor().string_chain(), result);
+  derivation.output = result.text();
+  return derivation;
 }
 
 }  // namespace
@@ -116,7 +115,7 @@ std::string score_text(float value) {
   return text;
 }
 
-std::string word_text(const road_word_t& word) {
+std::string word_text(const derivation_word_t& word) {
   std::string text = word.word;
   if (!word.translation.empty()) {
     text += "=>" + word.translation;
@@ -127,7 +126,7 @@ std::string word_text(const road_word_t& word) {
   return text;
 }
 
-std::string words_between(const road_part_t& part, int start, int end) {
+std::string words_between(const derivation_part_t& part, int start, int end) {
   std::string text;
   for (int i = start; i <= end; ++i) {
     if (!text.empty()) {
@@ -138,8 +137,9 @@ std::string words_between(const road_part_t& part, int start, int end) {
   return text;
 }
 
-std::vector<road_step_t> run_chain(textProcess::AbstractStringProcessor* last, ProcessStr& str) {
-  std::vector<road_step_t> changes;
+std::vector<derivation_step_t> run_chain(textProcess::AbstractStringProcessor* last,
+                                         ProcessStr& str) {
+  std::vector<derivation_step_t> changes;
   for (textProcess::AbstractStringProcessor* step : chain_steps(last)) {
     const std::string before = str.text();
     if (!str.consistent() || step->OnProcess(str) == 0) {
@@ -152,13 +152,14 @@ std::vector<road_step_t> run_chain(textProcess::AbstractStringProcessor* last, P
   return changes;
 }
 
-std::vector<road_t> explain_line(translator::TransImpl& handle, const road_weights_t& weights,
-                                 const std::string& line, unsigned derivations) {
-  std::vector<road_t> roads;
+std::vector<sentence_derivation_t> explain_line(translator::TransImpl& handle,
+                                                const derivation_weights_t& weights,
+                                                const std::string& line, unsigned derivations) {
+  std::vector<sentence_derivation_t> sentences;
   for (const std::string& sentence : translator::split_sentences(line, handle.source_type())) {
-    roads.push_back(explain_sentence(handle, weights, sentence, derivations));
+    sentences.push_back(explain_sentence(handle, weights, sentence, derivations));
   }
-  return roads;
+  return sentences;
 }
 
 }  // namespace koralite::toolkit
