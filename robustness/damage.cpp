@@ -29,6 +29,7 @@
 #include <string>
 #include <vector>
 
+#include "robustness/process.h"
 #include "robustness/translator.h"
 #include "toolkit/check/model_checker.h"
 #include "toolkit/folder/model_folder.h"
@@ -43,8 +44,8 @@ constexpr std::uint64_t kMostMemory = std::uint64_t{2} << 30U;  // address space
 constexpr std::size_t kPageSize = 4096;
 constexpr std::size_t kBlockSize = 64;
 
-constexpr std::array kInds = {"truncated",     "one flipped bit",  "a flipped block",
-                              "a zeroed page", "of another model", "a size edited"};
+constexpr std::array kKinds = {"truncated",     "one flipped bit",  "a flipped block",
+                               "a zeroed page", "of another model", "a size edited"};
 enum : std::size_t { kTruncated, kBit, kBlock, kPage, kSwap, kSize };
 
 struct options_t {
@@ -116,34 +117,20 @@ verdict_t judge_here(const std::string& folder, const std::vector<std::string>& 
 
 verdict_t judge(const std::string& folder, const std::vector<std::string>& text,
                 const std::string& expected, bool checks) {
-  int ends[2];
-  if (pipe(ends) != 0) {
-    throw std::runtime_error("no pipe");
-  }
-  const pid_t child = fork();
-  if (child < 0) {
-    throw std::runtime_error("no process");
-  }
-  if (child == 0) {
-    const rlimit memory{kMostMemory, kMostMemory};
-    setrlimit(RLIMIT_AS, &memory);
-    const rlimit time{kLongestSeconds, kLongestSeconds + 1};
-    setrlimit(RLIMIT_CPU, &time);
-    alarm(10 * kLongestSeconds);
-    const verdict_t verdict = judge_here(folder, text, expected, checks);
-    _exit(write(ends[1], &verdict, sizeof verdict) == sizeof verdict ? 0 : 1);
-  }
-  close(ends[1]);
-  verdict_t verdict;
-  const bool told = read(ends[0], &verdict, sizeof verdict) == sizeof verdict;
-  close(ends[0]);
   int status = 0;
-  waitpid(child, &status, 0);
-  if (!told || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    verdict = {};
-    if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGALRM)) {
-      verdict.outcome = verdict_t::kHang;
-    }
+  const auto told = kora_proof::in_child(
+      [&] {
+        const rlimit memory{kMostMemory, kMostMemory};
+        setrlimit(RLIMIT_AS, &memory);
+        const rlimit time{kLongestSeconds, kLongestSeconds + 1};
+        setrlimit(RLIMIT_CPU, &time);
+        alarm(10 * kLongestSeconds);
+        return judge_here(folder, text, expected, checks);
+      },
+      status);
+  verdict_t verdict = told.value_or(verdict_t{});
+  if (WIFSIGNALED(status) && (WTERMSIG(status) == SIGXCPU || WTERMSIG(status) == SIGALRM)) {
+    verdict.outcome = verdict_t::kHang;
   }
   return verdict;
 }
@@ -358,11 +345,11 @@ bool run(const options_t& options) {
   }
 
   std::map<std::string, counts_t> files;
-  std::array<counts_t, kInds.size()> by_kind;
+  std::array<counts_t, kKinds.size()> by_kind;
   counts_t total;
   std::mt19937 random(1);
   for (const std::string& name : copy.names()) {
-    for (std::size_t kind = 0; kind < kInds.size(); ++kind) {
+    for (std::size_t kind = 0; kind < kKinds.size(); ++kind) {
       for (std::size_t number = 0; number < options.each; ++number) {
         if (!copy.damage(name, kind, number, random)) {
           continue;
@@ -380,7 +367,7 @@ bool run(const options_t& options) {
                                  '-' + std::to_string(kind) + '-' + std::to_string(number));
           fs::copy_file(fs::path(copy.folder()) / name, kept, fs::copy_options::overwrite_existing);
           std::fprintf(stderr, "%s, %s: outcome %d, accepted %d, check passes %d; kept as %s\n",
-                       name.c_str(), kInds[kind], verdict.outcome, verdict.loads_with_manifest,
+                       name.c_str(), kKinds[kind], verdict.outcome, verdict.loads_with_manifest,
                        verdict.passes_check, kept.c_str());
         }
         copy.restore();
@@ -392,8 +379,8 @@ bool run(const options_t& options) {
     throw std::runtime_error("the copy was not made whole again");
   }
   print_head("Damage");
-  for (std::size_t kind = 0; kind < kInds.size(); ++kind) {
-    print_row(kInds[kind], by_kind[kind]);
+  for (std::size_t kind = 0; kind < kKinds.size(); ++kind) {
+    print_row(kKinds[kind], by_kind[kind]);
   }
   print_row("all", total);
   std::printf("\n");

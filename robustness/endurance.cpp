@@ -181,7 +181,7 @@ bool threads(const options_t& options, const std::vector<std::string>& text,
     done += count;
     different += wrong;
   };
-  std::vector<std::thread> pool;
+  std::vector<std::jthread> pool;
   for (std::size_t i = 0; i < options.threads; ++i) {
     pool.emplace_back(work, i);
   }
@@ -193,9 +193,7 @@ bool threads(const options_t& options, const std::vector<std::string>& text,
     phase.passed(part);
   }
   stop = true;
-  for (std::thread& thread : pool) {
-    thread.join();
-  }
+  pool.clear();  // joins
   return phase.report(done, different);
 }
 

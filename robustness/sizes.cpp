@@ -76,37 +76,14 @@ cost_t measure_here(const std::string& folder, const std::string& text,
 // long or ends the process leaves `failed` set.
 cost_t measure(const std::string& folder, const std::string& text,
                const std::vector<std::string>& warm_up) {
-  int ends[2];
-  if (pipe(ends) != 0) {
-    throw std::runtime_error("no pipe");
-  }
-  const pid_t child = fork();
-  if (child < 0) {
-    throw std::runtime_error("no process");
-  }
-  if (child == 0) {
-    close(ends[0]);
-    alarm(kBudgetSeconds);
-    try {
-      const cost_t cost = measure_here(folder, text, warm_up);
-      if (write(ends[1], &cost, sizeof cost) != sizeof cost) {
-        _exit(1);
-      }
-    } catch (const std::exception& error) {
-      std::fprintf(stderr, "%s\n", error.what());
-      _exit(1);
-    }
-    _exit(0);
-  }
-  close(ends[1]);
-  cost_t cost;
-  if (read(ends[0], &cost, sizeof cost) != sizeof cost) {
-    cost = {};
-  }
-  close(ends[0]);
   int status = 0;
-  waitpid(child, &status, 0);
-  return cost;
+  return kora_proof::in_child(
+             [&] {
+               alarm(kBudgetSeconds);
+               return measure_here(folder, text, warm_up);
+             },
+             status)
+      .value_or(cost_t{});
 }
 
 // The cost per byte of the largest size over that of the two below.

@@ -1,5 +1,5 @@
 // Texts that a translator meets in the worst case, each kind in any size: no
-// blanks, one mark over and over, nests, numbers without end, bytes that are no
+// spaces, one mark over and over, nests, numbers without end, bytes that are no
 // text. The same arguments give the same bytes. Free functions without state.
 #pragma once
 
