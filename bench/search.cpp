@@ -122,7 +122,7 @@ void threads(benchmark::State& state, const sentences_t& sentences) {
     engines.push_back(std::make_unique<engine_t>(100, 20, 6));
   }
   for (auto _ : state) {
-    std::vector<std::thread> running;
+    std::vector<std::jthread> running;
     for (const auto& engine : engines) {
       running.emplace_back([&] {
         std::string text;
@@ -130,9 +130,6 @@ void threads(benchmark::State& state, const sentences_t& sentences) {
           engine->decoder->translate(nodes, text);
         }
       });
-    }
-    for (std::thread& thread : running) {
-      thread.join();
     }
   }
   state.SetItemsProcessed(static_cast<std::int64_t>(sentences.word_count) *

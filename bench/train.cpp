@@ -120,7 +120,13 @@ void BM_Align(benchmark::State& state) {
   }
   count_tokens(state);
 }
-BENCHMARK(BM_Align)->Arg(1)->Arg(2)->Unit(benchmark::kSecond)->UseRealTime()->Iterations(1);
+BENCHMARK(BM_Align)
+    ->ArgName("threads")
+    ->Arg(1)
+    ->Arg(2)
+    ->Unit(benchmark::kSecond)
+    ->UseRealTime()
+    ->Iterations(1);
 
 void BM_PhraseTable(benchmark::State& state) {
   PhraseOptions options;

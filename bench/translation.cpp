@@ -238,12 +238,9 @@ void on_threads(benchmark::State& state) {
   }
   const std::clock_t begin = std::clock();
   for (auto _ : state) {
-    std::vector<std::thread> running;
+    std::vector<std::jthread> running;
     for (const auto& handle : handles) {
       running.emplace_back([&] { g_setup->translate(*handle, sample.lines); });
-    }
-    for (std::thread& thread : running) {
-      thread.join();
     }
   }
   const double seconds = static_cast<double>(std::clock() - begin) / CLOCKS_PER_SEC;
