@@ -7,7 +7,7 @@ namespace lexicut {
 
 enum class CharacterClass : std::uint8_t {
   kSingle,    // a word by itself: Chinese characters, hiragana, punctuation, symbols
-  kBlank,     // blanks; a run is one token
+  kBlank,     // spaces; a run is one token
   kLetter,    // letters and digits of the Latin, Greek and Cyrillic scripts
   kKatakana,  // katakana with the long vowel mark: loan words in Japanese text
   kSyllable,  // Hangul and the scripts of South and South-East Asia and the Near East

@@ -38,7 +38,7 @@ typedef struct lexicut_model lexicut_model;
 
 /* The words of one piece, in ascending order and without overlap. Entry i of
  * each array describes word i. A record made by lexicut_create_out has more
- * behind these four members; never copy or build one yourself and pass it on. */
+ * after these four members; never copy or build one yourself and pass it on. */
 typedef struct lexicut_out {
   int32_t* offsets;     /* first byte of the word, counted from the piece's start */
   int32_t* lengths;     /* length of the word in bytes */
@@ -74,7 +74,7 @@ LEXICUT_API lexicut_model* lexicut_load_memory(const lexicut_bytes* dictionary,
  * `capacity` bytes always fits. Null on failure or for a capacity below 1. */
 LEXICUT_API lexicut_out* lexicut_create_out(int32_t capacity);
 
-/* Cuts `length` bytes at `text` into words that cover every byte, blanks
+/* Cuts `length` bytes at `text` into words that cover every byte, spaces
  * included, and fills `out`. Gives 1 on success; 0 when an argument is null or
  * negative or the words do not fit into `out`, whose count is then 0. */
 LEXICUT_API int32_t lexicut_segment_full(const lexicut_model* model, const char* text,

@@ -37,7 +37,7 @@ class Trie {
     return load16(pages_, page * 256 + (character & 255U));
   }
 
-  // The node behind `node` for a character code, or no_node.
+  // The node after `node` for a character code, or no_node.
   std::uint32_t step(std::uint32_t node, std::uint32_t code) const {
     if (code == 0) {
       return kNoNode;

@@ -1,5 +1,5 @@
 // Layout of the segmenter's model files (docs/format-segmentation.md): a
-// double-array trie over characters and, behind it, a section of extra bytes
+// double-array trie over characters and, after it, a section of extra bytes
 // whose meaning depends on the kind of file. Constants and trivial helpers,
 // shared by the reader here and the builder in the toolkit.
 #pragma once

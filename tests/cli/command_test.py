@@ -30,13 +30,22 @@ BOOK = "".join(pair[0] + "\n" for pair in PAIRS).encode()
 
 
 def read_cases(path):
-    """Blocks of goldens.txt: (line number, words, input, output or None, patterns, errors, code)."""
+    """Blocks of goldens.txt: line number, words, input, output or None, patterns, errors, code."""
     cases = []
     for number, line in enumerate(path.read_text("utf-8").split("\n"), 1):
         mark, text = line[:1], line[2:]
         if mark == "$":
-            cases.append({"line": number, "words": shlex.split(text), "<": [], ">": [], "~": [],
-                          "!": [], "?": "0"})
+            cases.append(
+                {
+                    "line": number,
+                    "words": shlex.split(text),
+                    "<": [],
+                    ">": [],
+                    "~": [],
+                    "!": [],
+                    "?": "0",
+                }
+            )
         elif mark == "?":
             cases[-1]["?"] = text
         elif mark in "<>~!" and mark:
@@ -56,11 +65,17 @@ class Command(unittest.TestCase):
         cls.failed = []
         for case in read_cases(HERE / "goldens.txt"):  # they make the models that the rest uses
             if "foreign" in case["words"] and not (cls.folder / "foreign").exists():
-                shutil.copytree(cls.folder / "model", cls.folder / "foreign",
-                                ignore=shutil.ignore_patterns("engine.conf", "manifest.conf"))
+                shutil.copytree(
+                    cls.folder / "model",
+                    cls.folder / "foreign",
+                    ignore=shutil.ignore_patterns("engine.conf", "manifest.conf"),
+                )
             done = cls.run_kora(*case["words"], data="".join(s + "\n" for s in case["<"]).encode())
-            cls.failed += [f"goldens.txt:{case['line']}: {what}\n{done.stdout.decode()[-1500:]}"
-                           f"{done.stderr.decode()[-1500:]}" for what in cls.differences(case, done)]
+            cls.failed += [
+                f"goldens.txt:{case['line']}: {what}\n{done.stdout.decode()[-1500:]}"
+                f"{done.stderr.decode()[-1500:]}"
+                for what in cls.differences(case, done)
+            ]
 
     @staticmethod
     def differences(case, done):
@@ -79,8 +94,13 @@ class Command(unittest.TestCase):
 
     @classmethod
     def run_kora(cls, *words, data=b"", **more):
-        more = {"stdout": subprocess.PIPE, "stderr": subprocess.PIPE, "cwd": cls.folder,
-                "timeout": 300, **more}
+        more = {
+            "stdout": subprocess.PIPE,
+            "stderr": subprocess.PIPE,
+            "cwd": cls.folder,
+            "timeout": 300,
+            **more,
+        }
         return subprocess.run([KORA, *map(str, words)], input=data, check=False, **more)
 
     def ok(self, *words, data=b"", **more):
@@ -89,16 +109,51 @@ class Command(unittest.TestCase):
         return done.stdout
 
     def start(self, *words, **more):
-        more = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "stderr": subprocess.PIPE,
-                "cwd": self.folder, **more}
+        more = {
+            "stdin": subprocess.PIPE,
+            "stdout": subprocess.PIPE,
+            "stderr": subprocess.PIPE,
+            "cwd": self.folder,
+            **more,
+        }
         process = subprocess.Popen([KORA, *map(str, words)], **more)
-        self.addCleanup(lambda: [f.close() for f in (process.stdin, process.stdout, process.stderr)
-                                 if f and not f.closed])
+        self.addCleanup(
+            lambda: [
+                f.close()
+                for f in (process.stdin, process.stdout, process.stderr)
+                if f and not f.closed
+            ]
+        )
         self.addCleanup(process.kill)
         return process
 
     def leftovers(self):
         return [p for p in self.folder.rglob("*") if re.search(r"\.(part|new|tune)", p.name)]
+
+    def test_examples_of_the_pages(self):
+        """Blocks that begin with "$ kora" and use the model of this test, such as in search.md."""
+        environment = {
+            **os.environ,
+            "PATH": os.path.dirname(KORA) + os.pathsep + os.environ["PATH"],
+        }
+        count = 0
+        for page in sorted((HERE.parent.parent / "docs").glob("*.md")):
+            for block in re.findall(
+                r"^```text\n(\$ .*?)^```", page.read_text("utf-8"), re.M | re.S
+            ):
+                for example in re.split(r"^\$ ", block, flags=re.M)[1:]:
+                    command, expected = example.split("\n", 1)
+                    done = subprocess.run(
+                        ["sh", "-c", command],
+                        stdout=subprocess.PIPE,
+                        cwd=self.folder,
+                        env=environment,
+                        check=False,
+                    )
+                    with self.subTest(page=page.name, command=command):
+                        self.assertEqual(done.stdout.decode(), expected)
+                    count += 1
+        self.assertGreater(count, 0)
 
     def test_goldens(self):
         self.assertEqual(self.failed, [], "\n".join(self.failed))
@@ -111,35 +166,48 @@ class Command(unittest.TestCase):
 
     def test_explain_agrees_with_translate(self):
         text = "Please take me to the museum. Thank you."
-        roads = json.loads(self.ok("explain", "-m", "model", "--json", text))
-        joined = " ".join(road["output"] for road in roads)
-        self.assertEqual(self.ok("translate", "-m", "model", "--raw", data=text.encode()).decode(),
-                         joined + "\n")
-        self.assertEqual(len(roads), 2)
-        for part in (part for road in roads for part in road["parts"]):
+        sentences = json.loads(self.ok("explain", "-m", "model", "--json", text))
+        joined = " ".join(derivation["output"] for derivation in sentences)
+        self.assertEqual(
+            self.ok("translate", "-m", "model", "--raw", data=text.encode()).decode(), joined + "\n"
+        )
+        self.assertEqual(len(sentences), 2)
+        for part in (part for derivation in sentences for part in derivation["parts"]):
             best, total = part["derivations"][0], 0
             for step in best["steps"]:
                 total += part["options"][step["option"]]["score"] + sum(
-                    step[name] * part["weights"][weight] for name, weight in
-                    [("joint", "language"), ("reordering", "reordering"),
-                     ("distortion", "distortion")])
+                    step[name] * part["weights"][weight]
+                    for name, weight in [
+                        ("joint", "language"),
+                        ("reordering", "reordering"),
+                        ("distortion", "distortion"),
+                    ]
+                )
                 is_last = step is best["steps"][-1]
                 self.assertAlmostEqual(step["score"], total + is_last * best["end_score"], 3)
-        self.ok("explain", "-m", "model", "--html", "road.html", text + b" <b>\xff".decode(
-            "utf-8", "surrogateescape"))
-        page = (self.folder / "road.html").read_text("utf-8", "replace")
+        self.ok(
+            "explain",
+            "-m",
+            "model",
+            "--html",
+            "derivation.html",
+            text + b" <b>\xff".decode("utf-8", "surrogateescape"),
+        )
+        page = (self.folder / "derivation.html").read_text("utf-8", "replace")
         self.assertIsNone(re.search(r"https?://(?!www.w3.org/2000/svg')|src=|<link|@import", page))
-        self.assertNotIn("<b>", page.replace("</b>", "").replace("\"><b>", ""))
+        self.assertNotIn("<b>", page.replace("</b>", "").replace('"><b>', ""))
         for key in set(re.findall(r'data-k="([\d-]+)"', page)):  # both rows, scores and options
             self.assertGreaterEqual(page.count(f'data-k="{key}"'), 3)
 
     def test_any_number_of_threads_and_processes_gives_the_same_bytes(self):
         chance = random.Random(7)
         words = sorted({w for pair in PAIRS for w in pair[0].split()})
-        text = "".join(" ".join(chance.choices(words, k=chance.randrange(12))) + "\n"
-                       for _ in range(400)).encode()
-        results = {self.ok("translate", "-m", "model", "--threads", n, data=text)
-                   for n in (1, 2, 8)}
+        text = "".join(
+            " ".join(chance.choices(words, k=chance.randrange(12))) + "\n" for _ in range(400)
+        ).encode()
+        results = {
+            self.ok("translate", "-m", "model", "--threads", n, data=text) for n in (1, 2, 8)
+        }
         self.assertEqual(len(results), 1)
         self.assertEqual(next(iter(results)).count(b"\n"), 400)
         lines = text.splitlines(keepends=True)  # a process for each partition, as in Spark's pipe
@@ -150,40 +218,85 @@ class Command(unittest.TestCase):
             self.skipTest("GNU parallel is not installed")
         for more in (["--jobs", "2"], ["--sshlogin", "2/:"]):
             done = subprocess.run(
-                ["parallel", "--will-cite", "--pipe", "--keep-order", *more, "-N", "50",
-                 KORA, "translate", "-m", "model"], input=text, capture_output=True, check=True,
-                cwd=self.folder)
+                [
+                    "parallel",
+                    "--will-cite",
+                    "--pipe",
+                    "--keep-order",
+                    *more,
+                    "-N",
+                    "50",
+                    KORA,
+                    "translate",
+                    "-m",
+                    "model",
+                ],
+                input=text,
+                capture_output=True,
+                check=True,
+                cwd=self.folder,
+            )
             self.assertEqual({done.stdout}, results, more)
 
     def test_memory_does_not_grow_with_the_input(self):
         def peak(lines):  # in kilobytes
-            script = (f"import resource, subprocess, sys\nyes = subprocess.Popen(['sh', '-c', \"yes "
-                      f"'where is the station ?' | head -{lines}\"], stdout=subprocess.PIPE)\n"
-                      "subprocess.run(sys.argv[1:], stdin=yes.stdout, stdout=subprocess.DEVNULL, "
-                      "check=True)\nprint(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)")
-            return int(subprocess.check_output(
-                [sys.executable, "-c", script, KORA, "translate", "--threads", "2", "-m", "model"],
-                cwd=self.folder))
+            script = (
+                f"import resource, subprocess, sys\nyes = subprocess.Popen(['sh', '-c', \"yes "
+                f"'where is the station ?' | head -{lines}\"], stdout=subprocess.PIPE)\n"
+                "subprocess.run(sys.argv[1:], stdin=yes.stdout, stdout=subprocess.DEVNULL, "
+                "check=True)\nprint(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)"
+            )
+            return int(
+                subprocess.check_output(
+                    [
+                        sys.executable,
+                        "-c",
+                        script,
+                        KORA,
+                        "translate",
+                        "--threads",
+                        "2",
+                        "-m",
+                        "model",
+                    ],
+                    cwd=self.folder,
+                )
+            )
+
         self.assertLess(peak(100000), 1.1 * peak(1000) + 2000)
 
     def test_bytes_of_any_kind(self):
         chance = random.Random(3)
         noise = bytes(chance.randrange(256) for _ in range(4000)) + b"\xff\xfe\n\0\0\n"
         (self.folder / "noise").write_bytes(noise)
-        for words in ("translate -m model --raw", "translate -m full --raw --alignment", "step -m full source",
-                      "segment cut --dictionary full/segment", "lm -m model"):
+        for words in (
+            "translate -m model --raw",
+            "translate -m full --raw --alignment",
+            "step -m full source",
+            "segment cut --dictionary full/segment",
+            "lm -m model",
+        ):
             done = self.ok(*words.split(), data=noise)
             if not words.startswith("lm"):
                 self.assertEqual(done.count(b"\n"), noise.count(b"\n"), words)
-        for data, name in ((noise, b"ISO-8859-1"), ("water\n".encode("utf-16"), b"UTF-16"),
-                           ("water\n你好世界\n".encode("gb18030"), b"GB18030")):
+        for data, name in (
+            (noise, b"ISO-8859-1"),
+            ("water\n".encode("utf-16"), b"UTF-16"),
+            ("water\n你好世界\n".encode("gb18030"), b"GB18030"),
+        ):
             done = self.run_kora("translate", "-m", "model", data=data)
             self.assertEqual(done.returncode, 1)
             self.assertIn(b"iconv -f " + name, done.stderr)
         self.run_kora("number", "arabic-integer", "english-integer", data=noise)
-        inputs = {"phrases": "phrases.en-zh", "lm": "lm.en-zh", "rules": "rules-en.txt",
-                  "dictionary": "words.txt", "entities": "names-en.txt", "readings": "readings.txt",
-                  "reordering": "reordering.en-zh"}
+        inputs = {
+            "phrases": "phrases.en-zh",
+            "lm": "lm.en-zh",
+            "rules": "rules-en.txt",
+            "dictionary": "words.txt",
+            "entities": "names-en.txt",
+            "readings": "readings.txt",
+            "reordering": "reordering.en-zh",
+        }
         for name in inputs:
             given = [w for k, v in inputs.items() for w in ("--" + k, "noise" if k == name else v)]
             done = self.run_kora("pack", "--direction", "en-zh", *given, "-o", "noisy")
@@ -196,12 +309,24 @@ class Command(unittest.TestCase):
 
     def test_full_disk_and_closed_pipe(self):
         with open("/dev/full", "wb") as full:
-            for words in ("vocab -m model", "translate -m model", "info -m model", "--help",
-                          "explain -m model water", "explain -m model --html /dev/full water",
-                          "check -m model", "eval text.zh -r text.zh -l zh", "pack --help",
-                          "lookup -m model water", "lm -m model", "step -m model",
-                          "resource unpack full/rules", "manual", "segment cut --dictionary "
-                          "full/segment", "number arabic-integer english-integer"):
+            for words in (
+                "vocab -m model",
+                "translate -m model",
+                "info -m model",
+                "--help",
+                "explain -m model water",
+                "explain -m model --html /dev/full water",
+                "check -m model",
+                "eval text.zh -r text.zh -l zh",
+                "pack --help",
+                "lookup -m model water",
+                "lm -m model",
+                "step -m model",
+                "resource unpack full/rules",
+                "manual",
+                "segment cut --dictionary " "full/segment",
+                "number arabic-integer english-integer",
+            ):
                 done = self.run_kora(*words.split(), data=b"25\n", stdout=full)
                 self.assertEqual(done.returncode, 3, (words, done.stderr))
                 self.assertTrue(done.stderr.startswith(b"kora: "), words)
@@ -209,19 +334,29 @@ class Command(unittest.TestCase):
         def small_files():
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
             resource.setrlimit(resource.RLIMIT_FSIZE, (2048, 2048))
-        for words in ("pack --direction en-zh --phrases phrases.en-zh --lm lm.en-zh -o limit",
-                      "resource pack --kind lines text.en -o limit",
-                      "segment build --words words.txt -o limit",
-                      "explain -m model --html limit 'where is the station ?'",
-                      "train --direction en-zh --source text.en --target text.zh -o limit"):
+
+        for words in (
+            "pack --direction en-zh --phrases phrases.en-zh --lm lm.en-zh -o limit",
+            "resource pack --kind lines text.en -o limit",
+            "segment build --words words.txt -o limit",
+            "explain -m model --html limit 'where is the station ?'",
+            "train --direction en-zh --source text.en --target text.zh -o limit",
+        ):
             done = self.run_kora(*shlex.split(words), preexec_fn=small_files)
             self.assertEqual(done.returncode, 3, (words, done.stderr))
             self.assertIn(b"File too large", done.stderr, words)
             self.assertFalse((self.folder / "limit").exists(), words)
         self.assertEqual(self.leftovers(), [])
         done = subprocess.run(
-            ["bash", "-c", f"yes water | '{KORA}' translate -m model | head -1; "
-             "echo ${PIPESTATUS[1]}"], capture_output=True, timeout=60, cwd=self.folder)
+            [
+                "bash",
+                "-c",
+                f"yes water | '{KORA}' translate -m model | head -1; " "echo ${PIPESTATUS[1]}",
+            ],
+            capture_output=True,
+            timeout=60,
+            cwd=self.folder,
+        )
         self.assertEqual(done.stdout.decode(), "水\n3\n")
 
     def test_folders_without_rights(self):
@@ -235,10 +370,15 @@ class Command(unittest.TestCase):
             self.ok("--version", **who)
         except (PermissionError, AssertionError):
             self.skipTest("nobody may not run the command from its folder")
-        for words in ("translate -m closed", "check -m closed", "vocab --file closed/source.vocab",
-                      "pack --direction en-zh --phrases closed/p --lm lm.en-zh -o /dev/shm/none",
-                      "pack --direction en-zh --phrases phrases.en-zh --lm lm.en-zh -o closed/new",
-                      "resource pack text.en -o closed/new", "eval closed/a -r text.zh -l zh"):
+        for words in (
+            "translate -m closed",
+            "check -m closed",
+            "vocab --file closed/source.vocab",
+            "pack --direction en-zh --phrases closed/p --lm lm.en-zh -o /dev/shm/none",
+            "pack --direction en-zh --phrases phrases.en-zh --lm lm.en-zh -o closed/new",
+            "resource pack text.en -o closed/new",
+            "eval closed/a -r text.zh -l zh",
+        ):
             done = self.run_kora(*words.split(), **who)
             self.assertEqual(done.returncode, 3, (words, done.stderr))
             self.assertIn(b"ermission denied", done.stderr, words)
@@ -253,14 +393,30 @@ class Command(unittest.TestCase):
             self.assertEqual(filter_.wait(60), -number)
             self.assertEqual(filter_.stdout.read(), b"")
         os.mkfifo(self.folder / "slow")
-        pack = self.start("pack", "--direction", "en-zh", "--phrases", "slow", "--lm", "lm.en-zh",
-                          "-o", "stopped")
+        pack = self.start(
+            "pack", "--direction", "en-zh", "--phrases", "slow", "--lm", "lm.en-zh", "-o", "stopped"
+        )
         with open(self.folder / "slow", "wb"):
             self.wait_for(lambda: list(self.folder.glob("stopped.part*/lm")))
             pack.send_signal(signal.SIGINT)
             self.assertEqual(pack.wait(60), -signal.SIGINT)
-        train = ["train", "--direction", "en-zh", "--source", "text.en", "--target", "text.zh",
-                 "--dev-source", "text.en", "--dev-target", "text.zh", "-t", 2, "-o", "stopped"]
+        train = [
+            "train",
+            "--direction",
+            "en-zh",
+            "--source",
+            "text.en",
+            "--target",
+            "text.zh",
+            "--dev-source",
+            "text.en",
+            "--dev-target",
+            "text.zh",
+            "-t",
+            2,
+            "-o",
+            "stopped",
+        ]
         process = self.start(*train)
         self.wait_for(lambda: (self.folder / "stopped.work" / "align.done").exists())
         process.send_signal(signal.SIGINT)
@@ -304,13 +460,24 @@ class Command(unittest.TestCase):
             done = self.run_kora("translate", "-m", "model", data=b"water\n" * 250, **more)
             shown[place] = self.read_until(screen, "\n") if more else done.stderr.decode()
         self.assertEqual(shown["pipe"], "")
-        self.assertRegex(shown["terminal"], r"^\r100 lines, \d+ lines/s\x1b\[K\r200 lines, .*"
-                                            r"\r250 lines, \d+ lines/s\x1b\[K\r\n$")
+        self.assertRegex(
+            shown["terminal"],
+            r"^\r100 lines, \d+ lines/s\x1b\[K\r200 lines, .*"
+            r"\r250 lines, \d+ lines/s\x1b\[K\r\n$",
+        )
         with open(self.folder / "text.en", "rb") as text:  # a file has an end to wait for
-            subprocess.run([KORA, "translate", "-m", "model"], stdin=text, stderr=terminal,
-                           stdout=subprocess.DEVNULL, check=True, cwd=self.folder)
-        self.assertRegex(self.read_until(screen, "\n"),
-                         r"\r100 lines, .* lines/s, \d+ %, \d:\d\d left.*, 100 %, 0:00 left")
+            subprocess.run(
+                [KORA, "translate", "-m", "model"],
+                stdin=text,
+                stderr=terminal,
+                stdout=subprocess.DEVNULL,
+                check=True,
+                cwd=self.folder,
+            )
+        self.assertRegex(
+            self.read_until(screen, "\n"),
+            r"\r100 lines, .* lines/s, \d+ %, \d:\d\d left.*, 100 %, 0:00 left",
+        )
         process = self.start("translate", "-m", "model", stdin=terminal)
         self.assertRegex(process.stderr.readline(), b"^reading from the terminal; end with ctrl-D")
         os.write(screen, b"water\n\4")
@@ -321,11 +488,16 @@ class Command(unittest.TestCase):
     def test_help_and_manual(self):
         """Every command has help with examples and exit codes, a man page, and completion."""
         self.ok("manual", "--all", "manual")
-        names = re.findall(r"^  (\w+) ", self.ok("--help").decode().split("SUBCOMMANDS:")[-1].split(
-            "Subcommands:")[-1], re.MULTILINE)
+        names = re.findall(
+            r"^  (\w+) ",
+            self.ok("--help").decode().split("SUBCOMMANDS:")[-1].split("Subcommands:")[-1],
+            re.MULTILINE,
+        )
         self.assertGreaterEqual(len(names), 15)
-        self.assertEqual({p.stem for p in (self.folder / "manual").glob("*.1")},
-                         {"kora"} | {f"kora-{name}" for name in names})
+        self.assertEqual(
+            {p.stem for p in (self.folder / "manual").glob("*.1")},
+            {"kora"} | {f"kora-{name}" for name in names},
+        )
         for name in names:
             text = self.ok(name, "--help").decode()
             page = (self.folder / "manual" / f"kora-{name}.1").read_text()
@@ -335,14 +507,23 @@ class Command(unittest.TestCase):
                 self.assertIn(f".SH {heading}\n", page, name)
             for option in re.findall(r"^ +(?:-\w,)?(--[\w-]+)", text, re.MULTILINE):
                 self.assertIn("\\fB" + option.replace("-", "\\-"), page)
-        cases = [("kora ''", 1, "translate"), ("kora tr", 1, "train"),
-                 ("kora vocab --side ''", 3, "source"), ("kora pack --direction e", 3, "en-zh"),
-                 ("kora resource pack --kind ''", 4, "entities"), ("kora resource ''", 2, "unpack"),
-                 ("kora translate --al", 2, "--alignment"), ("kora translate -m ''", 3, "full"),
-                 ("kora pack --phrases phr", 3, "phrases.en-zh"), ("kora man", 1, "manual")]
+        cases = [
+            ("kora ''", 1, "translate"),
+            ("kora tr", 1, "train"),
+            ("kora vocab --side ''", 3, "source"),
+            ("kora pack --direction e", 3, "en-zh"),
+            ("kora resource pack --kind ''", 4, "entities"),
+            ("kora resource ''", 2, "unpack"),
+            ("kora translate --al", 2, "--alignment"),
+            ("kora translate -m ''", 3, "full"),
+            ("kora pack --phrases phr", 3, "phrases.en-zh"),
+            ("kora man", 1, "manual"),
+        ]
         for words, at, wanted in cases:
-            script = (f"source manual/kora.bash; COMP_WORDS=({words}) COMP_CWORD={at}; _kora; "
-                      "printf '%s\\n' \"${COMPREPLY[@]}\"")
+            script = (
+                f"source manual/kora.bash; COMP_WORDS=({words}) COMP_CWORD={at}; _kora; "
+                "printf '%s\\n' \"${COMPREPLY[@]}\""
+            )
             done = subprocess.run(["bash", "-ec", script], capture_output=True, cwd=self.folder)
             self.assertIn(wanted, done.stdout.decode().split("\n"), (words, done.stderr))
         with contextlib.suppress(FileNotFoundError):
@@ -355,12 +536,26 @@ class Command(unittest.TestCase):
         conf = self.folder / "tuned" / "decoder.conf"
         conf.write_text(re.sub(r"(?<=\[lang-weight\]\n).*", "0.75", conf.read_text()))
         before = {p.name: p.read_bytes() for p in conf.parent.iterdir()}
-        train = ["train", "--direction", "zh-en", "--source", "text.zh", "--target", "text.en",
-                 "--order", 2, "-o", "tuned"]
+        train = [
+            "train",
+            "--direction",
+            "zh-en",
+            "--source",
+            "text.zh",
+            "--target",
+            "text.en",
+            "--order",
+            2,
+            "-o",
+            "tuned",
+        ]
         done = self.run_kora(*train)
         self.assertEqual(done.returncode, 3)
-        self.assertRegex(done.stderr.decode(), "^kora: tuned: holds weights that were tuned; give "
-                         "--dev-source .*, choose another name with -o, or replace it with --force")
+        self.assertRegex(
+            done.stderr.decode(),
+            "^kora: tuned: holds weights that were tuned; give "
+            "--dev-source .*, choose another name with -o, or replace it with --force",
+        )
         self.assertEqual({p.name: p.read_bytes() for p in conf.parent.iterdir()}, before)
         self.ok(*train, "--force")
         self.assertNotIn("0.75", conf.read_text())

@@ -4,9 +4,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "decoder/compact_lm_model.h"
 #include "decoder/vocab.h"
 #include "support/small_model.h"
 #include "support/temp_folder.h"
+#include "toolkit/lm/lang_model_builder.h"
+#include "toolkit/pack/phrase_table_builder.h"
 
 namespace {
 
@@ -56,7 +59,7 @@ TEST(ModelChecker, FindsTagWordsThatStandForNothing) {
   source.save(folder.path("source.vocab").c_str());
   target.save(folder.path("target.vocab").c_str());
   decoder::CompactLmModel scorer(folder.path("lm"), 8);
-  // Two spans of the source stand behind two tag words of the target, not behind three.
+  // Two spans of the source stand after two tag words of the target, not after three.
   for (const int digits : {1, 2, 3}) {
     toolkit::PhraseTableBuilder table(
         {.compact = true, .quantifier_path = folder.path("phrases.quant"), .lang_model = &scorer});

@@ -66,5 +66,5 @@ class Offsets:
         return self._begun[first_byte] - 1 if first_byte < len(self._begun) else self._length
 
     def end(self, last_byte: int) -> int:
-        """Behind the character that holds a byte."""
+        """After the character that holds a byte."""
         return last_byte + 1 if self._begun is None else self._begun[last_byte]

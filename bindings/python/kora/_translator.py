@@ -370,7 +370,7 @@ class Translator:
         """The translation of a text and which parts belong together.
 
         Links count code points of the text and of the translation. They cover the translation but
-        for blanks and line ends between phrases and sentences.
+        for spaces and line ends between phrases and sentences.
         """
         data = _encode(text)
 
@@ -462,7 +462,7 @@ class Translator:
         found = json.loads(_decode(self._with_handle(run)))
         offsets = Offsets(data, data.decode("utf-8"))
 
-        def place(pair: List[int]) -> Tuple[int, int]:
+        def position(pair: List[int]) -> Tuple[int, int]:
             return offsets.start(pair[0]), offsets.start(pair[1])
 
         def candidates(records: List[Any]) -> List[Candidate]:
@@ -470,10 +470,10 @@ class Translator:
 
         return [
             Sentence(
-                *place(sentence["source"]),
+                *position(sentence["source"]),
                 candidates(sentence["translations"]),
                 [
-                    Phrase(*place(phrase["source"]), candidates(phrase["alternatives"]))
+                    Phrase(*position(phrase["source"]), candidates(phrase["alternatives"]))
                     for phrase in sentence["phrases"]
                 ],
             )

@@ -1,6 +1,6 @@
 package com.orvex.translate.jni;
 
-/** A failure of {@link Translator}: a code, and a message that names file, place and remedy. */
+/** A failure of {@link Translator}: a code, and a message that names file, position and remedy. */
 public final class TranslatorException extends RuntimeException {
   private static final long serialVersionUID = 1;
 
